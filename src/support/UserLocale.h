@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+/// The locale for dates by its ICU name, such as "de_DE" or "sr_Latn_RS", from LC_ALL, LC_TIME or LANG. No
+/// preference (nothing set, "C", "POSIX") and values that name no locale read as "en_US".
+std::string userDateLocale();
+
+/// The locale for numbers, in the same way from LC_ALL, LC_NUMERIC or LANG.
+std::string userNumberLocale();
+
+/// The zone that the machine is in now, by an id that ICU accepts, such as "Europe/Berlin".
+std::string userTimeZone();
