@@ -1,0 +1,160 @@
+#include "support/AtomicFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <tuple>
+
+namespace {
+
+constexpr std::size_t readLimit = std::size_t { 64 } * 1024 * 1024;
+
+/// The descriptor's bytes to its end, unless there are too many.
+std::optional<std::string> readToEnd(int descriptor)
+{
+    // The size that the file says it has is not asked for: it may be changing, and files of /proc say 0.
+    std::string content;
+    std::array<char, 64 * 1024> buffer;
+    for (;;) {
+        const auto count = read(descriptor, buffer.data(), buffer.size());
+        if (count == 0)
+            return content;
+        if (count < 0 && errno != EINTR)
+            return {};
+        if (count > 0)
+            content.append(buffer.data(), static_cast<std::size_t>(count));
+        if (content.size() > readLimit)
+            return {};
+    }
+}
+
+/// Where a file really lies when a symbolic link, or a chain of them, stands in its place. The file itself
+/// need not exist.
+std::optional<std::filesystem::path> followLinks(std::filesystem::path file)
+{
+    // As many links as the kernel follows before it takes them for a circle.
+    constexpr int linkLimit = 40;
+    for (int link = 0; link < linkLimit; ++link) {
+        std::array<char, PATH_MAX> buffer;
+        const auto length = readlink(file.c_str(), buffer.data(), buffer.size());
+        const bool isNoLink = length < 0 && (errno == EINVAL || errno == ENOENT);
+        if (isNoLink)
+            return file;
+        if (length < 0)
+            return {};
+        file = file.parent_path() / std::string_view(buffer.data(), static_cast<std::size_t>(length));
+    }
+    return {};
+}
+
+struct Existing {
+    bool mayBeReplaced = false;
+    /// Only for a regular file.
+    std::optional<mode_t> permissions;
+};
+
+Existing inspect(const std::filesystem::path& file)
+{
+    struct stat status = {};
+    if (stat(file.c_str(), &status) != 0)
+        return { .mayBeReplaced = errno == ENOENT, .permissions = {} };
+    if (S_ISREG(status.st_mode))
+        return { .mayBeReplaced = true, .permissions = status.st_mode & ALLPERMS };
+
+    // A device is left alone: a link to /dev/null is how some people say that nothing is to be kept.
+    return { .mayBeReplaced = !S_ISCHR(status.st_mode) && !S_ISBLK(status.st_mode), .permissions = {} };
+}
+
+bool setPermissions(int descriptor, mode_t permissions)
+{
+    struct stat status = {};
+    if (fstat(descriptor, &status) != 0)
+        return false;
+    // File systems without permissions refuse the change, but they do not need it either.
+    return (status.st_mode & ALLPERMS) == permissions || fchmod(descriptor, permissions) == 0;
+}
+
+bool writeAll(int descriptor, std::string_view content)
+{
+    while (!content.empty()) {
+        const auto count = write(descriptor, content.data(), content.size());
+        if (count == 0 || (count < 0 && errno != EINTR))
+            return false;
+        if (count > 0)
+            content.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+/// Writes a file that must not exist yet, down to the disk.
+bool writeNew(const std::filesystem::path& file, std::string_view content, std::optional<mode_t> permissions)
+{
+    const int descriptor
+        = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor < 0)
+        return false;
+
+    const bool isWritten = (!permissions || setPermissions(descriptor, *permissions))
+        && writeAll(descriptor, content) && fsync(descriptor) == 0;
+    const bool isClosed = close(descriptor) == 0;
+    return isWritten && isClosed;
+}
+
+/// Makes a rename in the folder last through a power cut.
+bool syncFolder(const std::filesystem::path& folder)
+{
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return false;
+
+    const bool isSynced = fsync(descriptor) == 0;
+    const bool isClosed = close(descriptor) == 0;
+    return isSynced && isClosed;
+}
+
+} // namespace
+
+std::optional<std::string> readFile(const std::filesystem::path& file)
+{
+    // Not blocking, because opening a pipe would otherwise wait for its other end.
+    const int descriptor = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0)
+        return {};
+
+    std::optional<std::string> content;
+    struct stat status = {};
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
+        content = readToEnd(descriptor);
+    close(descriptor);
+    return content;
+}
+
+bool replaceFile(const std::filesystem::path& file, std::string_view content)
+{
+    const auto target = followLinks(file);
+    if (!target)
+        return false;
+    const auto existing = inspect(*target);
+    if (!existing.mayBeReplaced)
+        return false;
+
+    // Always the same name, so that a process that was killed leaves one file behind and not one each time.
+    // Whatever lies there is removed, never opened: it may be a link to a file of somebody else's or a pipe
+    // without a reader.
+    auto temporary = *target;
+    temporary += ".new";
+    std::ignore = std::remove(temporary.c_str());
+
+    if (!writeNew(temporary, content, existing.permissions)
+        || std::rename(temporary.c_str(), target->c_str()) != 0) {
+        std::ignore = std::remove(temporary.c_str());
+        return false;
+    }
+    // The dot stands for the folder of a name without one.
+    return syncFolder(target->parent_path() / ".");
+}
