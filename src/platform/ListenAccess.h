@@ -1,0 +1,10 @@
+#pragma once
+
+/// The right to observe key presses of other programs, which the user grants once ("Input Monitoring").
+class ListenAccess {
+public:
+    virtual ~ListenAccess() = default;
+
+    /// Whether the right is granted. Never prompts and is cheap enough to ask every two seconds.
+    virtual bool preflight() = 0;
+};

@@ -1,0 +1,255 @@
+#include "platform/fake/FakePlatform.h"
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+namespace {
+
+class FakeEvent final : public TapEvent {
+public:
+    explicit FakeEvent(std::int64_t autorepeat)
+        : autorepeat(autorepeat)
+    {
+    }
+
+    std::int64_t integer(EventField) const override { return autorepeat; }
+
+private:
+    std::int64_t autorepeat;
+};
+
+constexpr EventTapId theTap { 1 };
+constexpr RunLoopSourceId theSource { 1 };
+constexpr MouseMonitorId theMonitor { 1 };
+
+}
+
+FakePlatform::FakePlatform(std::filesystem::path applicationSupport, Moment start)
+    : supportFolder(std::move(applicationSupport))
+    , wallClock(start)
+{
+}
+
+void FakePlatform::press() { sendToTap(EventType::KeyDown, 0); }
+
+void FakePlatform::hold(int repeats)
+{
+    press();
+    for (int i = 0; i < repeats; ++i)
+        sendToTap(EventType::KeyDown, 1);
+}
+
+void FakePlatform::click(EventType button)
+{
+    sendToTap(button, 0);
+    if (monitor && (monitor->eventMask & eventMask(button)))
+        monitor->handler();
+}
+
+void FakePlatform::deliver(EventType type) { sendToTap(type, 0); }
+
+void FakePlatform::disableTap(EventType notice)
+{
+    assert(tapEnabled);
+    tapEnabled = false;
+    const FakeEvent event(0);
+    if (callback(notice, &event, callbackUserInfo) != &event)
+        everyEventCameBack = false;
+}
+
+void FakePlatform::advance(std::chrono::milliseconds time)
+{
+    const auto end = uptime + time;
+    for (;;) {
+        const auto next
+            = std::ranges::min_element(timersRunning, {}, [](const auto& entry) { return entry.second.due; });
+        if (next == timersRunning.end() || next->second.due > end)
+            break;
+        auto& [interval, due, tick] = next->second;
+        wallClock += due - uptime;
+        uptime = due;
+        due += interval;
+        // A copy, since a tick may invalidate its own timer.
+        const auto call = tick;
+        call();
+    }
+    wallClock += end - uptime;
+    uptime = end;
+}
+
+void FakePlatform::runDeferred()
+{
+    while (!deferred.empty()) {
+        const auto call = std::move(deferred.front());
+        deferred.pop_front();
+        call();
+    }
+}
+
+void FakePlatform::quit() { terminate(); }
+
+void FakePlatform::clickMenuBarItem(ScreenPoint place) { menuBarItemActivated(place); }
+
+void FakePlatform::chooseCommand(const std::string& title, ScreenPoint place)
+{
+    const auto command = std::ranges::find(menuBarCommands, title, &MenuBarCommand::title);
+    assert(command != menuBarCommands.end());
+    command->action(place);
+}
+
+std::optional<bool> FakePlatform::setting(const std::string& key) const
+{
+    const auto found = settingValues.find(key);
+    return found == settingValues.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::vector<std::chrono::milliseconds> FakePlatform::runningTimers() const
+{
+    std::vector<std::chrono::milliseconds> intervals;
+    for (const auto& [id, timer] : timersRunning)
+        intervals.push_back(timer.interval);
+    return intervals;
+}
+
+Moment FakePlatform::now() const
+{
+    calls.emplace_back("read clock");
+    return wallClock;
+}
+
+std::optional<std::filesystem::path> FakePlatform::applicationSupport() const
+{
+    calls.emplace_back("find folder");
+    return supportFolder;
+}
+
+void FakePlatform::onWillTerminate(std::function<void()> observer)
+{
+    calls.emplace_back("observe termination");
+    terminationObservers.push_back(std::move(observer));
+}
+
+void FakePlatform::terminate()
+{
+    calls.emplace_back("terminate");
+    for (const auto& observer : terminationObservers)
+        observer();
+    terminated = true;
+}
+
+std::optional<EventTapId> FakePlatform::create(
+    const EventTapParameters& newParameters, TapCallback newCallback, void* userInfo)
+{
+    calls.emplace_back("create tap");
+    if (tapRefused)
+        return std::nullopt;
+    parameters = newParameters;
+    callback = newCallback;
+    callbackUserInfo = userInfo;
+    return theTap;
+}
+
+RunLoopSourceId FakePlatform::makeRunLoopSource(EventTapId tap)
+{
+    assert(tap == theTap);
+    calls.emplace_back("make source");
+    return theSource;
+}
+
+void FakePlatform::addToMainRunLoop(RunLoopSourceId source)
+{
+    assert(source == theSource);
+    calls.emplace_back("add source");
+    tapDelivers = true;
+}
+
+void FakePlatform::enable(EventTapId tap)
+{
+    assert(tap == theTap);
+    calls.emplace_back("enable tap");
+    tapEnabled = true;
+}
+
+bool FakePlatform::preflight()
+{
+    calls.emplace_back("preflight");
+    return accessGranted;
+}
+
+LoginItemStatus FakePlatform::status()
+{
+    calls.emplace_back("login item status");
+    return loginItemStatus;
+}
+
+void FakePlatform::install(std::function<void(ScreenPoint)> activated, std::vector<MenuBarCommand> commands)
+{
+    calls.emplace_back("install menu-bar item");
+    menuBarItemActivated = std::move(activated);
+    menuBarCommands = std::move(commands);
+}
+
+void FakePlatform::setLabel(const MenuBarLabel& newLabel)
+{
+    calls.emplace_back("set label");
+    label = newLabel;
+}
+
+std::optional<MouseMonitorId> FakePlatform::add(std::uint64_t eventMask, std::function<void()> handler)
+{
+    calls.emplace_back("add monitor");
+    if (mouseMonitorRefused)
+        return std::nullopt;
+    assert(!monitor);
+    monitor = RunningMonitor { eventMask, std::move(handler) };
+    return theMonitor;
+}
+
+void FakePlatform::remove(MouseMonitorId id)
+{
+    assert(id == theMonitor && monitor);
+    calls.emplace_back("remove monitor");
+    monitor.reset();
+}
+
+bool FakePlatform::boolean(std::string_view key) const
+{
+    calls.push_back("read " + std::string(key));
+    const auto found = settingValues.find(key);
+    return found != settingValues.end() && found->second;
+}
+
+void FakePlatform::setBoolean(std::string_view key, bool value)
+{
+    calls.push_back("write " + std::string(key) + (value ? " true" : " false"));
+    settingValues.insert_or_assign(std::string(key), value);
+}
+
+TimerId FakePlatform::scheduleRepeating(std::chrono::milliseconds interval, std::function<void()> tick)
+{
+    calls.push_back("schedule every " + std::to_string(interval.count()) + " ms");
+    timersRunning.emplace(nextTimer, RunningTimer { interval, uptime + interval, std::move(tick) });
+    return TimerId { nextTimer++ };
+}
+
+void FakePlatform::invalidate(TimerId timer)
+{
+    calls.emplace_back("invalidate timer");
+    timersRunning.erase(static_cast<std::uint64_t>(timer));
+}
+
+void FakePlatform::callLater(std::function<void()> call)
+{
+    calls.emplace_back("call later");
+    deferred.push_back(std::move(call));
+}
+
+void FakePlatform::sendToTap(EventType type, std::int64_t autorepeat)
+{
+    if (!tapEnabled || !tapDelivers)
+        return;
+    const FakeEvent event(autorepeat);
+    if (callback(type, &event, callbackUserInfo) != &event)
+        everyEventCameBack = false;
+}

@@ -1,0 +1,154 @@
+#pragma once
+
+#include "platform/Clock.h"
+#include "platform/Desktop.h"
+#include "platform/EventTap.h"
+#include "platform/Folders.h"
+#include "platform/ListenAccess.h"
+#include "platform/LoginItem.h"
+#include "platform/MenuBarItem.h"
+#include "platform/MouseMonitor.h"
+#include "platform/Platform.h"
+#include "platform/Settings.h"
+#include "platform/Timers.h"
+
+#include <chrono>
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// A whole platform in memory, moved by hand: tests press its keys, grant its permission and turn its clock.
+/// It writes down what the program asks of it.
+class FakePlatform final
+    : public Platform
+    , private Clock
+    , private Desktop
+    , private EventTap
+    , private Folders
+    , private ListenAccess
+    , private LoginItem
+    , private MenuBarItem
+    , private MouseMonitor
+    , private Settings
+    , private Timers {
+public:
+    FakePlatform(std::filesystem::path applicationSupport, Moment start);
+
+    // What a user and a system do.
+    void press();
+    /// The key stays down: one real press, then repeats.
+    void hold(int repeats);
+    /// A mouse press is seen by the tap and by the monitor, whichever of them run.
+    void click(EventType button = EventType::LeftMouseDown);
+    /// Any other event that the system may hand to an enabled tap.
+    void deliver(EventType type);
+    /// The system switches the tap off and says so.
+    void disableTap(EventType notice);
+    /// What only a broken system would do: the tap's user pointer is gone.
+    void loseTapUserInfo() { callbackUserInfo = nullptr; }
+    void grantAccess() { accessGranted = true; }
+    void withdrawAccess() { accessGranted = false; }
+    void refuseTap() { tapRefused = true; }
+    void refuseMouseMonitor() { mouseMonitorRefused = true; }
+    void setLoginItemStatus(LoginItemStatus status) { loginItemStatus = status; }
+    void storeSetting(const std::string& key, bool value) { settingValues[key] = value; }
+    void removeApplicationSupport() { supportFolder.reset(); }
+    /// Time passes: the clock moves and timers tick when they are due.
+    void advance(std::chrono::milliseconds time);
+    /// The wall clock jumps; timers do not notice.
+    void setClock(Moment moment) { wallClock = moment; }
+    /// Runs what was put off until the running code had returned.
+    void runDeferred();
+    /// The user quits, or the system asks the program to end.
+    void quit();
+    void clickMenuBarItem(ScreenPoint place);
+    void chooseCommand(const std::string& title, ScreenPoint place = {});
+
+    // What the program did.
+    std::optional<bool> setting(const std::string& key) const;
+    bool isTapEnabled() const { return tapEnabled; }
+    bool hasMouseMonitor() const { return monitor.has_value(); }
+    std::vector<std::chrono::milliseconds> runningTimers() const;
+    const std::optional<EventTapParameters>& tapParameters() const { return parameters; }
+    const std::optional<MenuBarLabel>& menuBarLabel() const { return label; }
+    bool hasTerminated() const { return terminated; }
+
+    bool hasEveryEventBack() const { return everyEventCameBack; }
+
+    /// What the program asked for and changed, in order.
+    mutable std::vector<std::string> calls;
+
+    Clock& clock() override { return *this; }
+    Desktop& desktop() override { return *this; }
+    EventTap& eventTap() override { return *this; }
+    Folders& folders() override { return *this; }
+    ListenAccess& listenAccess() override { return *this; }
+    LoginItem& loginItem() override { return *this; }
+    MenuBarItem& menuBarItem() override { return *this; }
+    MouseMonitor& mouseMonitor() override { return *this; }
+    Settings& settings() override { return *this; }
+    Timers& timers() override { return *this; }
+
+private:
+    struct RunningTimer {
+        std::chrono::milliseconds interval;
+        std::chrono::milliseconds due;
+        std::function<void()> tick;
+    };
+    struct RunningMonitor {
+        std::uint64_t eventMask;
+        std::function<void()> handler;
+    };
+
+    Moment now() const override;
+    void onWillTerminate(std::function<void()> observer) override;
+    void terminate() override;
+    std::optional<EventTapId> create(const EventTapParameters&, TapCallback, void* userInfo) override;
+    RunLoopSourceId makeRunLoopSource(EventTapId tap) override;
+    void addToMainRunLoop(RunLoopSourceId source) override;
+    void enable(EventTapId tap) override;
+    std::optional<std::filesystem::path> applicationSupport() const override;
+    bool preflight() override;
+    LoginItemStatus status() override;
+    void install(std::function<void(ScreenPoint)> activated, std::vector<MenuBarCommand> commands) override;
+    void setLabel(const MenuBarLabel& newLabel) override;
+    std::optional<MouseMonitorId> add(std::uint64_t eventMask, std::function<void()> handler) override;
+    void remove(MouseMonitorId) override;
+    bool boolean(std::string_view key) const override;
+    void setBoolean(std::string_view key, bool value) override;
+    TimerId scheduleRepeating(std::chrono::milliseconds interval, std::function<void()> tick) override;
+    void invalidate(TimerId timer) override;
+    void callLater(std::function<void()> call) override;
+
+    void sendToTap(EventType type, std::int64_t autorepeat);
+
+    std::optional<std::filesystem::path> supportFolder;
+    Moment wallClock;
+    std::chrono::milliseconds uptime {};
+    bool accessGranted = false;
+    bool tapRefused = false;
+    bool mouseMonitorRefused = false;
+    bool terminated = false;
+    LoginItemStatus loginItemStatus = LoginItemStatus::NotRegistered;
+    std::map<std::string, bool, std::less<>> settingValues;
+
+    std::optional<EventTapParameters> parameters;
+    TapCallback callback = nullptr;
+    void* callbackUserInfo = nullptr;
+    bool tapDelivers = false;
+    bool tapEnabled = false;
+    bool everyEventCameBack = true;
+
+    std::optional<RunningMonitor> monitor;
+    std::uint64_t nextTimer = 1;
+    std::map<std::uint64_t, RunningTimer> timersRunning;
+    std::deque<std::function<void()>> deferred;
+    std::vector<std::function<void()>> terminationObservers;
+    std::function<void(ScreenPoint)> menuBarItemActivated;
+    std::vector<MenuBarCommand> menuBarCommands;
+    std::optional<MenuBarLabel> label;
+};
