@@ -1,0 +1,21 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <memory>
+
+struct XcbDisconnect {
+    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+};
+
+/// A connection that the owner made; never null, but possibly one that failed.
+using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnect>;
+
+struct XcbFree {
+    void operator()(void* memory) const { std::free(memory); }
+};
+
+/// A reply or an event: whoever receives one frees it.
+template <typename T>
+using XcbReply = std::unique_ptr<T, XcbFree>;

@@ -1,0 +1,176 @@
+#include "support/VirtualDesktop.h"
+
+#include "platform/linux/Xcb.h"
+#include "support/Screenshot.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <csignal>
+
+class VirtualDesktopTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void severalDesktopsRunSideBySide();
+    void aFullDesktopHasAWindowManagerAndATray();
+    void nothingOfTheOuterSessionReachesAProgram();
+    void aScreenshotShowsWhatIsOnTheScreen();
+    void aScreenshotMayShowAPart();
+    void aPartThatIsNotInstalledIsNamed();
+    void everyPartEndsWithTheDesktop();
+    void everyPartEndsWhenTheProcessCrashes();
+};
+
+namespace {
+
+bool isRunning(qint64 process) { return kill(static_cast<pid_t>(process), 0) == 0; }
+
+void paintRoot(const QByteArray& display, std::uint32_t color)
+{
+    const XcbConnection connection(xcb_connect(display.constData(), nullptr));
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+    xcb_change_window_attributes(connection.get(), root, XCB_CW_BACK_PIXEL, &color);
+    xcb_clear_area(connection.get(), 0, root, 0, 0, 0, 0);
+    const XcbReply<xcb_get_input_focus_reply_t> answer(
+        xcb_get_input_focus_reply(connection.get(), xcb_get_input_focus(connection.get()), nullptr));
+}
+
+/// The processes whose environment places them on this desktop.
+QList<qint64> processesOf(const QString& folder)
+{
+    QList<qint64> processes;
+    const auto entries = QDir("/proc").entryList(QDir::Dirs);
+    for (const QString& entry : entries) {
+        bool isProcess = false;
+        const qint64 process = entry.toLongLong(&isProcess);
+        QFile environment(QString("/proc/%1/environ").arg(entry));
+        if (isProcess && environment.open(QFile::ReadOnly) && environment.readAll().contains(folder.toUtf8()))
+            processes.append(process);
+    }
+    return processes;
+}
+
+}
+
+void VirtualDesktopTest::severalDesktopsRunSideBySide()
+{
+    VirtualDesktop first;
+    VirtualDesktop second({ .size = { 640, 480 } });
+
+    QVERIFY2(first.start(), qPrintable(first.failure()));
+    QVERIFY2(second.start(), qPrintable(second.failure()));
+
+    QVERIFY(first.display() != second.display());
+    QVERIFY(first.busAddress() != second.busAddress());
+    QCOMPARE(screenshot(first.display()).size(), QSize(1280, 800));
+    QCOMPARE(screenshot(second.display()).size(), QSize(640, 480));
+}
+
+void VirtualDesktopTest::aFullDesktopHasAWindowManagerAndATray()
+{
+    VirtualDesktop desktop({ .windowManager = true, .panel = true });
+
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+
+    const auto manager = desktop.launch("xprop", { "-root", "_NET_SUPPORTING_WM_CHECK" });
+    QVERIFY(manager->waitForFinished());
+    QVERIFY(manager->readAllStandardOutput().contains("window id"));
+    const auto tray = desktop.launch("dbus-send",
+        { "--session", "--print-reply", "--dest=org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher",
+            "org.freedesktop.DBus.Properties.Get", "string:org.kde.StatusNotifierWatcher",
+            "string:IsStatusNotifierHostRegistered" });
+    QVERIFY(tray->waitForFinished());
+    QVERIFY(tray->readAllStandardOutput().contains("boolean"));
+}
+
+void VirtualDesktopTest::nothingOfTheOuterSessionReachesAProgram()
+{
+    for (const char* name : { "DISPLAY", "WAYLAND_DISPLAY", "XAUTHORITY", "DBUS_SESSION_BUS_ADDRESS" })
+        qputenv(name, "outer");
+    VirtualDesktop desktop;
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+
+    const auto program = desktop.launch("env");
+    QVERIFY(program->waitForFinished());
+    const QByteArray variables = program->readAllStandardOutput();
+
+    QVERIFY(!variables.contains("outer"));
+    QVERIFY(variables.contains("DISPLAY=" + desktop.display()));
+}
+
+void VirtualDesktopTest::aScreenshotShowsWhatIsOnTheScreen()
+{
+    VirtualDesktop desktop;
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+
+    paintRoot(desktop.display(), 0x204060);
+    const QImage picture = screenshot(desktop.display());
+
+    QCOMPARE(picture.pixelColor(0, 0), QColor(0x20, 0x40, 0x60));
+    QCOMPARE(picture.pixelColor(1279, 799), QColor(0x20, 0x40, 0x60));
+}
+
+void VirtualDesktopTest::aScreenshotMayShowAPart()
+{
+    VirtualDesktop desktop;
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+
+    const QImage part = screenshot(desktop.display(), QRect(1200, 10, 200, 20));
+    const QImage outside = screenshot(desktop.display(), QRect(2000, 10, 200, 20));
+
+    QCOMPARE(part.size(), QSize(80, 20));
+    QVERIFY(outside.isNull());
+}
+
+void VirtualDesktopTest::aPartThatIsNotInstalledIsNamed()
+{
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", "/nowhere");
+    VirtualDesktop desktop;
+
+    const bool started = desktop.start();
+    qputenv("PATH", path);
+
+    QVERIFY(!started);
+    QVERIFY(desktop.failure().startsWith("Xvfb: "));
+}
+
+void VirtualDesktopTest::everyPartEndsWithTheDesktop()
+{
+    QList<qint64> parts;
+    {
+        VirtualDesktop desktop({ .windowManager = true, .panel = true });
+        QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+        parts = processesOf(desktop.folder());
+    }
+
+    QVERIFY(parts.size() >= 4);
+    for (const qint64 part : std::as_const(parts))
+        QTRY_VERIFY(!isRunning(part));
+}
+
+void VirtualDesktopTest::everyPartEndsWhenTheProcessCrashes()
+{
+    QProcess owner;
+    owner.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    owner.start(
+        QCoreApplication::applicationDirPath() + "/virtual-desktop", { "sh", "-c", "echo $PWD; exec cat" });
+    while (!owner.canReadLine())
+        QVERIFY(owner.waitForReadyRead());
+    const QString folder = QString::fromUtf8(owner.readLine().trimmed());
+    const auto parts = processesOf(folder);
+
+    owner.kill();
+    owner.waitForFinished();
+
+    QVERIFY(parts.size() >= 6);
+    for (const qint64 part : parts)
+        QTRY_VERIFY(!isRunning(part));
+    QDir(folder).removeRecursively();
+}
+
+QTEST_GUILESS_MAIN(VirtualDesktopTest)
+
+#include "VirtualDesktopTest.moc"

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QByteArray>
+#include <QImage>
+#include <QRect>
+
+/// What a display shows now, in pixels: the given area, or the whole screen. A null image when it cannot be
+/// read.
+QImage screenshot(const QByteArray& display, const QRect& area = {});
+
+/// The smallest rectangle that holds every pixel in which two pictures of one size differ; null when none
+/// does.
+QRect difference(const QImage& before, const QImage& after);

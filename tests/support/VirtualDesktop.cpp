@@ -1,0 +1,319 @@
+#include "support/VirtualDesktop.h"
+
+#include "platform/linux/Xcb.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusServiceWatcher>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+#include <QTimer>
+
+#include <poll.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+
+namespace {
+
+// How long a part may take on a busy machine before it is given up.
+constexpr int patience = 20000;
+
+// Nothing can be started through the bus, so that the outcome of a test does not depend on what is installed.
+const char* const busConfiguration = R"(<busconfig>
+  <type>session</type>
+  <listen>unix:path=%1/bus</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
+
+// A complete configuration: without one the panel asks the user which to begin with. The clock stands far
+// from the tray, so that nothing but icons ever shows near the right end.
+const char* const panelConfiguration = R"(<?xml version="1.0" encoding="UTF-8"?>
+<channel name="xfce4-panel" version="1.0">
+  <property name="configver" type="int" value="2"/>
+  <property name="panels" type="array">
+    <value type="int" value="1"/>
+    <property name="panel-1" type="empty">
+      <property name="position" type="string" value="p=6;x=0;y=0"/>
+      <property name="position-locked" type="bool" value="true"/>
+      <property name="length" type="uint" value="100"/>
+      <property name="size" type="uint" value="28"/>
+      <property name="plugin-ids" type="array">
+        <value type="int" value="1"/>
+        <value type="int" value="2"/>
+        <value type="int" value="3"/>
+      </property>
+    </property>
+  </property>
+  <property name="plugins" type="empty">
+    <property name="plugin-1" type="string" value="clock">
+      <property name="digital-layout" type="uint" value="3"/>
+      <property name="digital-time-font" type="string" value="Sans 9"/>
+    </property>
+    <property name="plugin-2" type="string" value="separator">
+      <property name="expand" type="bool" value="true"/>
+      <property name="style" type="uint" value="0"/>
+    </property>
+    <property name="plugin-3" type="string" value="systray"/>
+  </property>
+</channel>
+)";
+
+bool writeFile(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QFile::WriteOnly)
+        && file.write(content) == content.size();
+}
+
+// A part dies with the process that started it, also when that has no time to say so.
+void tieToThisProcess(QProcess& process)
+{
+    process.setChildProcessModifier([parent = getpid()] {
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (getppid() != parent)
+            _exit(1);
+    });
+}
+
+xcb_atom_t atom(xcb_connection_t* connection, const char* name)
+{
+    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name);
+    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t { XCB_ATOM_NONE };
+}
+
+bool hasProperty(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property)
+{
+    const auto cookie = xcb_get_property(connection, 0, window, property, XCB_ATOM_ANY, 0, 0);
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
+    return reply && reply->type != XCB_ATOM_NONE;
+}
+
+bool awaitRootProperty(const QByteArray& display, const char* name)
+{
+    const XcbConnection connection(xcb_connect(display.constData(), nullptr));
+    if (xcb_connection_has_error(connection.get()))
+        return false;
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+    const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    xcb_change_window_attributes(connection.get(), root, XCB_CW_EVENT_MASK, &events);
+    const xcb_atom_t property = atom(connection.get(), name);
+
+    const QDeadlineTimer deadline(patience);
+    while (!hasProperty(connection.get(), root, property)) {
+        pollfd descriptor { xcb_get_file_descriptor(connection.get()), POLLIN, 0 };
+        XcbReply<xcb_generic_event_t> event(xcb_poll_for_event(connection.get()));
+        while (!event) {
+            if (xcb_connection_has_error(connection.get())
+                || poll(&descriptor, 1, static_cast<int>(deadline.remainingTime())) <= 0)
+                return false;
+            event.reset(xcb_poll_for_event(connection.get()));
+        }
+    }
+    return true;
+}
+
+bool awaitBusName(const QString& address, const QString& name)
+{
+    auto bus = QDBusConnection::connectToBus(address, address);
+    QEventLoop loop;
+    QDBusServiceWatcher watcher(name, bus, QDBusServiceWatcher::WatchForRegistration);
+    QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, &loop, &QEventLoop::quit);
+    QTimer::singleShot(patience, &loop, [&loop] { loop.exit(1); });
+
+    // Asked only after the watch has begun, so that a name that comes in between is not missed.
+    const bool isThere
+        = bus.isConnected() && (bus.interface()->isServiceRegistered(name) || loop.exec() == 0);
+    QDBusConnection::disconnectFromBus(address);
+    return isThere;
+}
+
+}
+
+VirtualDesktop::VirtualDesktop(const DesktopParts& parts)
+    : parts(parts)
+{
+}
+
+VirtualDesktop::~VirtualDesktop()
+{
+    // In the reverse order of starting, so that nobody misses the server or the bus while it is still
+    // running.
+    while (!processes.empty()) {
+        QProcess& process = *processes.back();
+        process.terminate();
+        if (!process.waitForFinished(patience)) {
+            process.kill();
+            process.waitForFinished();
+        }
+        processes.pop_back();
+    }
+}
+
+bool VirtualDesktop::start()
+{
+    if (!makeFolders() || !startServer() || !startBus())
+        return false;
+    if ((parts.windowManager || parts.panel) && !startSettings())
+        return false;
+    if (parts.windowManager && !startWindowManager())
+        return false;
+    return !parts.panel || startPanel();
+}
+
+QProcessEnvironment VirtualDesktop::environment() const
+{
+    const auto outer = QProcessEnvironment::systemEnvironment();
+    const QString home = folder() + "/home";
+    QProcessEnvironment inner;
+    for (const char* kept :
+        { "PATH", "LD_LIBRARY_PATH", "USER", "LOGNAME", "ASAN_OPTIONS", "UBSAN_OPTIONS" }) {
+        const QString name = QLatin1String(kept);
+        if (outer.contains(name))
+            inner.insert(name, outer.value(name));
+    }
+    inner.insert("HOME", home);
+    inner.insert("XDG_CONFIG_HOME", home + "/.config");
+    inner.insert("XDG_DATA_HOME", home + "/.local/share");
+    inner.insert("XDG_CACHE_HOME", home + "/.cache");
+    inner.insert("XDG_STATE_HOME", home + "/.local/state");
+    inner.insert("XDG_RUNTIME_DIR", folder() + "/runtime");
+    inner.insert("XDG_SESSION_TYPE", "x11");
+    inner.insert("LC_ALL", "C.UTF-8");
+    inner.insert("TZ", "UTC");
+    // The parts would otherwise wait for an accessibility bus that nobody starts.
+    inner.insert("NO_AT_BRIDGE", "1");
+    inner.insert("DISPLAY", QString::fromLatin1(displayName));
+    inner.insert("DBUS_SESSION_BUS_ADDRESS", address);
+    // The machine's own bus stays out of reach as well.
+    inner.insert("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + folder() + "/runtime/none");
+    return inner;
+}
+
+std::unique_ptr<QProcess> VirtualDesktop::launch(
+    const QString& program, const QStringList& arguments, const LaunchOptions& options) const
+{
+    auto process = std::make_unique<QProcess>();
+    process->setProcessChannelMode(options.channels);
+    if (options.channels == QProcess::ForwardedChannels)
+        process->setInputChannelMode(QProcess::ForwardedInputChannel);
+    auto inner = environment();
+    inner.insert(options.additions);
+    process->setProcessEnvironment(inner);
+    process->setWorkingDirectory(folder());
+    tieToThisProcess(*process);
+    process->start(program, arguments);
+    return process;
+}
+
+bool VirtualDesktop::run(const QString& program, const QStringList& arguments) const
+{
+    const auto process = launch(program, arguments);
+    return process->waitForFinished(patience) && process->exitStatus() == QProcess::NormalExit
+        && process->exitCode() == 0;
+}
+
+void VirtualDesktop::killServer()
+{
+    processes.front()->kill();
+    processes.front()->waitForFinished();
+}
+
+bool VirtualDesktop::makeFolders()
+{
+    const QString runtime = folder() + "/runtime";
+    return QDir(folder()).mkdir("home") && QDir(folder()).mkdir("runtime")
+        && QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+bool VirtualDesktop::startServer()
+{
+    const QString screen = QString("%1x%2x24").arg(parts.size.width()).arg(parts.size.height());
+    if (!startPart("Xvfb", { "-displayfd", "1", "-screen", "0", screen, "-noreset", "-nolisten", "tcp" }))
+        return fail();
+    const QByteArray number = awaitFirstLine();
+    displayName = ':' + number;
+    return !number.isEmpty() || fail();
+}
+
+bool VirtualDesktop::startBus()
+{
+    const QString configuration = folder() + "/bus.conf";
+    writeFile(configuration, QString(busConfiguration).arg(folder() + "/runtime").toUtf8());
+    if (!startPart("dbus-daemon",
+            { "--config-file=" + configuration, "--nofork", "--nopidfile", "--nosyslog",
+                "--print-address=1" }))
+        return fail();
+    address = QString::fromUtf8(awaitFirstLine());
+    return !address.isEmpty() || fail();
+}
+
+// The settings of the window manager and of the panel.
+bool VirtualDesktop::startSettings()
+{
+    writeFile(
+        folder() + "/home/.config/xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml", panelConfiguration);
+    const QSettings service("/usr/share/dbus-1/services/org.xfce.Xfconf.service", QSettings::IniFormat);
+    return (startPart(service.value("D-BUS Service/Exec").toString(), {})
+               && awaitBusName(address, "org.xfce.Xfconf"))
+        || fail();
+}
+
+bool VirtualDesktop::startWindowManager()
+{
+    return (startPart("xfwm4", { "--compositor=off" })
+               && awaitRootProperty(displayName, "_NET_SUPPORTING_WM_CHECK"))
+        || fail();
+}
+
+bool VirtualDesktop::startPanel()
+{
+    return (startPart("xfce4-panel", { "--disable-wm-check" })
+               && awaitBusName(address, "org.kde.StatusNotifierWatcher"))
+        || fail();
+}
+
+bool VirtualDesktop::startPart(const QString& program, const QStringList& arguments)
+{
+    QProcess& part = *processes.emplace_back(std::make_unique<QProcess>());
+    part.setProcessEnvironment(environment());
+    part.setWorkingDirectory(folder());
+    part.setStandardErrorFile(folder() + '/' + QFileInfo(program).fileName() + ".log");
+    tieToThisProcess(part);
+    part.start(program, arguments);
+    return part.waitForStarted(patience);
+}
+
+// The first line that the part started last prints; empty when it ends without one.
+QByteArray VirtualDesktop::awaitFirstLine()
+{
+    QProcess& part = *processes.back();
+    const QDeadlineTimer deadline(patience);
+    while (!part.canReadLine()) {
+        if (!part.waitForReadyRead(static_cast<int>(deadline.remainingTime())))
+            return {};
+    }
+    return part.readLine().trimmed();
+}
+
+bool VirtualDesktop::fail()
+{
+    const QProcess& part = *processes.back();
+    QFile log(folder() + '/' + QFileInfo(part.program()).fileName() + ".log");
+    log.open(QFile::ReadOnly);
+    failureText = part.program() + ": " + part.errorString() + '\n' + QString::fromLocal8Bit(log.readAll());
+    return false;
+}

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QSize>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <memory>
+#include <vector>
+
+/// What stands on a virtual desktop besides the X server and the session bus.
+struct DesktopParts {
+    QSize size { 1280, 800 };
+    /// xfwm4, without compositing.
+    bool windowManager = false;
+    /// xfce4-panel: one bar along the top with a clock and a tray for status-notifier items.
+    bool panel = false;
+};
+
+struct LaunchOptions {
+    /// With forwarded channels the program shares the input as well as the output of this process.
+    QProcess::ProcessChannelMode channels = QProcess::SeparateChannels;
+    /// What its environment has besides that of the desktop.
+    QProcessEnvironment additions {};
+};
+
+/// A desktop on which nobody looks: an X server without a screen, a session bus and, if wanted, a window
+/// manager and a panel, with a home folder of their own. Any number of them run side by side. Everything ends
+/// with this object, and with the process should that crash. Needs an application object.
+class VirtualDesktop final {
+public:
+    explicit VirtualDesktop(const DesktopParts& parts = {});
+    VirtualDesktop(const VirtualDesktop&) = delete;
+    VirtualDesktop& operator=(const VirtualDesktop&) = delete;
+    ~VirtualDesktop();
+
+    /// Starts the parts and returns when all of them are ready for use; false when one of them is missing or
+    /// does not come up, see `failure`. To be called once, from the main thread.
+    [[nodiscard]] bool start();
+    QString failure() const { return failureText; }
+
+    /// In pixels.
+    QSize size() const { return parts.size; }
+    /// Such as ":3".
+    QByteArray display() const { return displayName; }
+    QString busAddress() const { return address; }
+    /// The folder with `home`, `runtime` and what the parts wrote to their error output.
+    QString folder() const { return directory.path(); }
+    /// The whole environment of a program on this desktop; nothing of the outer session is in it.
+    QProcessEnvironment environment() const;
+
+    /// Starts a program on this desktop. It ends with the returned object at the latest.
+    std::unique_ptr<QProcess> launch(
+        const QString& program, const QStringList& arguments = {}, const LaunchOptions& options = {}) const;
+    /// Runs a program to its end and says whether it succeeded.
+    [[nodiscard]] bool run(const QString& program, const QStringList& arguments = {}) const;
+
+    /// Ends the X server at once and without notice, as a crash of it would.
+    void killServer();
+
+private:
+    bool makeFolders();
+    bool startServer();
+    bool startBus();
+    bool startSettings();
+    bool startWindowManager();
+    bool startPanel();
+    bool startPart(const QString& program, const QStringList& arguments);
+    QByteArray awaitFirstLine();
+    bool fail();
+
+    DesktopParts parts;
+    QTemporaryDir directory;
+    QByteArray displayName;
+    QString address;
+    QString failureText;
+    std::vector<std::unique_ptr<QProcess>> processes;
+};
