@@ -1,0 +1,236 @@
+#include "platform/linux/X11Input.h"
+
+#include <QSocketNotifier>
+
+#include <xcb/xinput.h>
+
+#include <utility>
+
+namespace {
+
+// There is only ever one of each.
+constexpr EventTapId theTap { 1 };
+constexpr RunLoopSourceId theSource { 1 };
+constexpr MouseMonitorId theMonitor { 1 };
+
+class Press final : public TapEvent {
+public:
+    explicit Press(std::int64_t autorepeat)
+        : autorepeat(autorepeat)
+    {
+    }
+
+    std::int64_t integer(EventField field) const override
+    {
+        return field == EventField::KeyboardAutorepeat ? autorepeat : 0;
+    }
+
+private:
+    std::int64_t autorepeat;
+};
+
+std::optional<EventType> typeOfButton(std::uint32_t button)
+{
+    switch (button) {
+    case 1:
+        return EventType::LeftMouseDown;
+    case 3:
+        return EventType::RightMouseDown;
+    case 4: // The wheel: up, down, left, right.
+    case 5:
+    case 6:
+    case 7:
+        return std::nullopt;
+    default:
+        return EventType::OtherMouseDown;
+    }
+}
+
+}
+
+X11Input::X11Input()
+    : connection(xcb_connect(nullptr, nullptr))
+{
+    if (!serverReportsPresses())
+        return;
+    notifier
+        = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection.get()), QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [this] { dispatch(); });
+}
+
+X11Input::~X11Input() = default;
+
+void X11Input::drain()
+{
+    if (!isConnected())
+        return;
+
+    // What has already arrived comes first: once a round trip has failed, its events can no longer be had.
+    dispatch();
+    const XcbReply<xcb_get_input_focus_reply_t> answer(
+        xcb_get_input_focus_reply(connection.get(), xcb_get_input_focus(connection.get()), nullptr));
+    dispatch();
+}
+
+std::optional<EventTapId> X11Input::create(
+    const EventTapParameters& parameters, TapCallback callback, void* userInfo)
+{
+    if (tap || !isConnected())
+        return std::nullopt;
+
+    // Selected here and not when the tap starts to run, so that no press is missed in between: a monitor that
+    // is removed first would otherwise leave a gap.
+    tap = Tap { .events = parameters.eventsOfInterest, .callback = callback, .userInfo = userInfo };
+    select();
+    return theTap;
+}
+
+RunLoopSourceId X11Input::makeRunLoopSource(EventTapId) { return theSource; }
+
+void X11Input::addToMainRunLoop(RunLoopSourceId)
+{
+    if (tap)
+        tap->isRunning = true;
+}
+
+// The server never disables what it reports.
+void X11Input::enable(EventTapId) { }
+
+std::optional<MouseMonitorId> X11Input::add(std::uint64_t eventMask, std::function<void()> handler)
+{
+    if (monitor || !isConnected())
+        return std::nullopt;
+
+    monitor = Monitor { .events = eventMask & mouseDownMask, .handler = std::move(handler) };
+    select();
+    return theMonitor;
+}
+
+void X11Input::remove(MouseMonitorId)
+{
+    monitor.reset();
+    select();
+}
+
+// Servers before 2.2 withhold raw events while a program grabs the keyboard or the pointer, and so does a
+// newer one from a client that does not announce 2.2.
+bool X11Input::serverReportsPresses()
+{
+    const auto* extension = xcb_get_extension_data(connection.get(), &xcb_input_id);
+    if (!extension || !extension->present)
+        return false;
+
+    inputExtension = extension->major_opcode;
+    const XcbReply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
+        connection.get(), xcb_input_xi_query_version(connection.get(), 2, 2), nullptr));
+    return version && version->major_version == 2 && version->minor_version >= 2;
+}
+
+bool X11Input::isConnected() const { return notifier && !xcb_connection_has_error(connection.get()); }
+
+// Tells the server which presses to send: those that somebody asked for and no others, and never motion or
+// releases.
+void X11Input::select()
+{
+    if (!isConnected())
+        return;
+
+    const std::uint64_t wanted = (tap ? tap->events : 0) | (monitor ? monitor->events : 0);
+    struct {
+        // Each press once, however many devices stand behind the keyboard and the pointer.
+        xcb_input_event_mask_t head { .deviceid = XCB_INPUT_DEVICE_ALL_MASTER, .mask_len = 1 };
+        std::uint32_t mask = 0;
+    } selection;
+    if (wanted & eventMask(EventType::KeyDown))
+        selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS;
+    if (wanted & mouseDownMask)
+        selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+    // Waits for the server to have done so, so that whatever is pressed from here on is reported. An error
+    // would mean that it is gone, which shows at the next read.
+    const auto request = xcb_input_xi_select_events_checked(connection.get(), root, 1, &selection.head);
+    const XcbReply<xcb_generic_error_t> ignored(xcb_request_check(connection.get(), request));
+    // Presses that came with the answer have left the socket, which therefore announces them no more.
+    QMetaObject::invokeMethod(
+        notifier.get(), [this] { dispatch(); }, Qt::QueuedConnection);
+}
+
+void X11Input::dispatch()
+{
+    while (const XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) })
+        handle(*event);
+
+    // The socket of a dead connection is readable for ever.
+    if (xcb_connection_has_error(connection.get()))
+        notifier->setEnabled(false);
+}
+
+void X11Input::handle(const xcb_generic_event_t& event)
+{
+    if (event.response_type == XCB_MAPPING_NOTIFY) {
+        keyboardHasChanged = true;
+        return;
+    }
+    if (event.response_type != XCB_GE_GENERIC)
+        return;
+    const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
+    if (generic.extension != inputExtension)
+        return;
+
+    if (generic.event_type == XCB_INPUT_RAW_KEY_PRESS) {
+        // Read at the first press after a change and not at the change: a layout that is loaded announces
+        // itself many times.
+        if (keyboardHasChanged)
+            readKeyboard();
+        const auto& press = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
+        if (counts(press))
+            deliver(EventType::KeyDown, Press(press.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT ? 1 : 0));
+    } else if (generic.event_type == XCB_INPUT_RAW_BUTTON_PRESS) {
+        const auto& press = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
+        if (const auto type = typeOfButton(press.detail))
+            deliver(*type, Press(0));
+    }
+}
+
+// Waits for the server's answer. Presses that arrive meanwhile stay in their order and are handled next.
+void X11Input::readKeyboard()
+{
+    const xcb_setup_t& setup = *xcb_get_setup(connection.get());
+    const auto modifierCookie = xcb_get_modifier_mapping(connection.get());
+    const auto symbolCookie = xcb_get_keyboard_mapping(connection.get(), setup.min_keycode,
+        static_cast<std::uint8_t>(setup.max_keycode - setup.min_keycode + 1));
+    const XcbReply<xcb_get_modifier_mapping_reply_t> modifiers(
+        xcb_get_modifier_mapping_reply(connection.get(), modifierCookie, nullptr));
+    const XcbReply<xcb_get_keyboard_mapping_reply_t> symbols(
+        xcb_get_keyboard_mapping_reply(connection.get(), symbolCookie, nullptr));
+    if (!modifiers || !symbols)
+        return;
+
+    uncounted = uncountedKeys(
+        { xcb_get_modifier_mapping_keycodes(modifiers.get()),
+            static_cast<std::size_t>(xcb_get_modifier_mapping_keycodes_length(modifiers.get())) },
+        setup.min_keycode,
+        { xcb_get_keyboard_mapping_keysyms(symbols.get()),
+            static_cast<std::size_t>(xcb_get_keyboard_mapping_keysyms_length(symbols.get())) },
+        symbols->keysyms_per_keycode);
+    keyboardHasChanged = false;
+}
+
+// The one place in the program that looks at which key was pressed. It answers a single question and keeps
+// nothing.
+bool X11Input::counts(const xcb_input_raw_key_press_event_t& press) const
+{
+    return press.detail < uncounted.size() && !uncounted[press.detail];
+}
+
+void X11Input::deliver(EventType type, const TapEvent& event)
+{
+    if (tap && tap->isRunning) {
+        if (tap->events & eventMask(type))
+            tap->callback(type, &event, tap->userInfo);
+    } else if (monitor && monitor->events & eventMask(type)) {
+        // A copy, since the handler may remove its own monitor.
+        const auto handler = monitor->handler;
+        handler();
+    }
+}

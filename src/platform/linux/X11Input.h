@@ -1,0 +1,70 @@
+#pragma once
+
+#include "platform/EventTap.h"
+#include "platform/MouseMonitor.h"
+#include "platform/linux/CountedKeys.h"
+#include "platform/linux/Xcb.h"
+
+#include <memory>
+
+class QSocketNotifier;
+struct xcb_input_raw_key_press_event_t;
+
+/// The key and mouse presses of an X11 session, read on a connection of its own to the X server, which sends
+/// them whichever program has the focus or a grab. One tap and one monitor at a time; while the tap runs, the
+/// monitor receives nothing. Touching a touch screen is no mouse press.
+class X11Input final
+    : private EventTap
+    , private MouseMonitor {
+public:
+    /// Connects to the display that the environment names. Without a server that can report presses, taps and
+    /// monitors are refused. When the server goes away later, nothing more is reported.
+    X11Input();
+    X11Input(const X11Input&) = delete;
+    X11Input& operator=(const X11Input&) = delete;
+    ~X11Input() override;
+
+    EventTap& eventTap() { return *this; }
+    MouseMonitor& mouseMonitor() { return *this; }
+
+    /// Delivers all presses that the server has seen so far. For the moment before the last save.
+    void drain();
+
+private:
+    struct Tap {
+        std::uint64_t events = 0;
+        TapCallback callback = nullptr;
+        void* userInfo = nullptr;
+        bool isRunning = false;
+    };
+    struct Monitor {
+        std::uint64_t events = 0;
+        std::function<void()> handler;
+    };
+
+    std::optional<EventTapId> create(
+        const EventTapParameters& parameters, TapCallback callback, void* userInfo) override;
+    RunLoopSourceId makeRunLoopSource(EventTapId id) override;
+    void addToMainRunLoop(RunLoopSourceId source) override;
+    void enable(EventTapId id) override;
+
+    std::optional<MouseMonitorId> add(std::uint64_t eventMask, std::function<void()> handler) override;
+    void remove(MouseMonitorId id) override;
+
+    bool serverReportsPresses();
+    bool isConnected() const;
+    void select();
+    void dispatch();
+    void handle(const xcb_generic_event_t& event);
+    void readKeyboard();
+    bool counts(const xcb_input_raw_key_press_event_t& press) const;
+    void deliver(EventType type, const TapEvent& event);
+
+    XcbConnection connection;
+    std::unique_ptr<QSocketNotifier> notifier;
+    std::uint8_t inputExtension = 0;
+    std::optional<Tap> tap;
+    std::optional<Monitor> monitor;
+    KeyCodes uncounted;
+    bool keyboardHasChanged = true;
+};
