@@ -1,0 +1,12 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+/// One of the user's base folders: the value of the environment variable where that is an absolute path, else
+/// the folder of the given name below the home folder; nothing when neither is known. The environment is read
+/// at each call.
+std::optional<std::filesystem::path> baseFolder(const char* variable, const char* belowHome);
+
+/// Where the user's configuration lives.
+std::optional<std::filesystem::path> configurationFolder();

@@ -1,0 +1,104 @@
+#include "platform/linux/LinuxDesktop.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <utility>
+
+namespace {
+
+// Signal handlers and exit handlers are called without an argument, so that what they need stands here.
+std::atomic<int> signalEvent = -1;
+std::atomic<LinuxDesktop*> desktopAtExit = nullptr;
+
+void wakeMainLoop(int)
+{
+    const int savedError = errno;
+    eventfd_write(signalEvent, 1);
+    errno = savedError;
+}
+
+/// A handler, and not a blocked signal that is read from a descriptor: children inherit a blocked signal and
+/// could then not be ended with it, while a handler ends at exec.
+void handleSignal(int signal)
+{
+    struct sigaction action { };
+    // nohup asks for the program to outlive its terminal.
+    if (signal == SIGHUP && sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
+        return;
+    action = {};
+    action.sa_handler = wakeMainLoop;
+    action.sa_flags = SA_RESTART;
+    sigaction(signal, &action, nullptr);
+}
+
+}
+
+LinuxDesktop::LinuxDesktop(std::function<void()> drainInput)
+    : drainInput(std::move(drainInput))
+{
+    desktopAtExit = this;
+    // The loop has ended by then, so that nothing can be counted after the observers have saved.
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, &context, [this] { willTerminate(); });
+    listenForSignals();
+}
+
+LinuxDesktop::~LinuxDesktop()
+{
+    // The handlers stay: a second signal changes nothing about an end that has begun.
+    signalNotifier.reset();
+    close(signalEvent.exchange(-1));
+    desktopAtExit = nullptr;
+}
+
+void LinuxDesktop::onWillTerminate(std::function<void()> observer)
+{
+    // Losing the display makes Qt call exit() from within the loop, and nothing but this hears of it.
+    // Registered only now, when all that the observers use exists: what is made first is destroyed last.
+    if (observers.empty())
+        std::atexit(runObserversAtExit);
+    observers.push_back(std::move(observer));
+}
+
+void LinuxDesktop::terminate()
+{
+    // Later, so that it also works before the loop has begun. exit() and not quit(), which any open window
+    // can refuse.
+    QMetaObject::invokeMethod(
+        &context, [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
+}
+
+void LinuxDesktop::runObserversAtExit()
+{
+    if (LinuxDesktop* desktop = desktopAtExit)
+        desktop->willTerminate();
+}
+
+void LinuxDesktop::listenForSignals()
+{
+    signalEvent = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    signalNotifier = std::make_unique<QSocketNotifier>(signalEvent, QSocketNotifier::Read);
+    QObject::connect(signalNotifier.get(), &QSocketNotifier::activated, &context, [this] {
+        eventfd_t count = 0;
+        eventfd_read(signalEvent, &count);
+        terminate();
+    });
+    for (const int signal : { SIGTERM, SIGINT, SIGHUP })
+        handleSignal(signal);
+}
+
+void LinuxDesktop::willTerminate()
+{
+    if (std::exchange(isTerminating, true))
+        return;
+    drainInput();
+    for (const auto& observer : observers)
+        observer();
+}

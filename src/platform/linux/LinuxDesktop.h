@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/Desktop.h"
+
+#include <QObject>
+
+#include <memory>
+#include <vector>
+
+class QSocketNotifier;
+
+/// The end of the process. Whatever ends it in an orderly way (the user, a signal, the end of the session,
+/// the loss of the display), the observers run exactly once. At most one object of this class exists at a
+/// time.
+class LinuxDesktop final : public Desktop {
+public:
+    /// `drainInput` counts what the system has delivered so far; it is called once, before the observers.
+    explicit LinuxDesktop(std::function<void()> drainInput);
+    LinuxDesktop(const LinuxDesktop&) = delete;
+    LinuxDesktop& operator=(const LinuxDesktop&) = delete;
+    ~LinuxDesktop() override;
+
+    void onWillTerminate(std::function<void()> observer) override;
+    void terminate() override;
+
+private:
+    static void runObserversAtExit();
+    void listenForSignals();
+    void willTerminate();
+
+    std::function<void()> drainInput;
+    std::vector<std::function<void()>> observers;
+    bool isTerminating = false;
+    QObject context;
+    std::unique_ptr<QSocketNotifier> signalNotifier;
+};

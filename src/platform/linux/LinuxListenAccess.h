@@ -1,0 +1,10 @@
+#pragma once
+
+#include "platform/ListenAccess.h"
+
+/// An X server shows its input to every client, so that nothing needs granting there. A Wayland session shows
+/// it to nobody.
+class LinuxListenAccess final : public ListenAccess {
+public:
+    bool preflight() override;
+};
