@@ -1,0 +1,43 @@
+#include "platform/Platform.h"
+#include "platform/linux/LinuxClock.h"
+#include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/LinuxFolders.h"
+#include "platform/linux/LinuxListenAccess.h"
+#include "platform/linux/LinuxLoginItem.h"
+#include "platform/linux/LinuxSettings.h"
+#include "platform/linux/LinuxTimers.h"
+#include "platform/linux/StatusNotifierItem.h"
+#include "platform/linux/X11Input.h"
+
+#include <QDBusConnection>
+
+namespace {
+
+class LinuxPlatform final : public Platform {
+public:
+    Clock& clock() override { return wallClock; }
+    Desktop& desktop() override { return running; }
+    EventTap& eventTap() override { return input.eventTap(); }
+    Folders& folders() override { return userFolders; }
+    ListenAccess& listenAccess() override { return access; }
+    LoginItem& loginItem() override { return autostart; }
+    MenuBarItem& menuBarItem() override { return item; }
+    MouseMonitor& mouseMonitor() override { return input.mouseMonitor(); }
+    Settings& settings() override { return settingsFile; }
+    Timers& timers() override { return loopTimers; }
+
+private:
+    X11Input input;
+    LinuxClock wallClock;
+    LinuxDesktop running { [this] { input.drain(); } };
+    LinuxFolders userFolders;
+    LinuxListenAccess access;
+    LinuxLoginItem autostart;
+    StatusNotifierItem item { QDBusConnection::sessionBus() };
+    LinuxSettings settingsFile;
+    LinuxTimers loopTimers;
+};
+
+}
+
+std::unique_ptr<Platform> makePlatform() { return std::make_unique<LinuxPlatform>(); }

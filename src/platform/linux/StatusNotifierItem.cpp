@@ -1,0 +1,206 @@
+#include "platform/linux/StatusNotifierItem.h"
+
+#include "platform/linux/DbusMenu.h"
+#include "platform/linux/DbusObject.h"
+#include "platform/linux/Session.h"
+
+#include <QCoreApplication>
+#include <QCursor>
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QGuiApplication>
+#include <QScreen>
+
+namespace {
+
+const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString menuPath = QStringLiteral("/MenuBar");
+
+QString itemName()
+{
+    return QString("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid());
+}
+
+/// "(sa(iiay)ss)": an icon, a title in bold and a text below it.
+struct ToolTip {
+    QString iconName;
+    QList<IconPixmap> iconPixmaps;
+    QString title;
+    QString text;
+};
+
+QDBusArgument& operator<<(QDBusArgument& argument, const ToolTip& toolTip)
+{
+    argument.beginStructure();
+    argument << toolTip.iconName << toolTip.iconPixmaps << toolTip.title << toolTip.text;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, ToolTip& toolTip)
+{
+    argument.beginStructure();
+    argument >> toolTip.iconName >> toolTip.iconPixmaps >> toolTip.title >> toolTip.text;
+    argument.endStructure();
+    return argument;
+}
+
+void registerTypes()
+{
+    qDBusRegisterMetaType<IconPixmap>();
+    qDBusRegisterMetaType<QList<IconPixmap>>();
+    qDBusRegisterMetaType<ToolTip>();
+}
+
+std::optional<QVariantList> nothingToDo(const QVariantList&) { return QVariantList(); }
+
+/// The point of the screens that hosts call by these physical pixels; nothing when they lie outside every
+/// screen, and for the corner that hosts name when they do not know.
+std::optional<ScreenPoint> logicalPoint(QPoint physical)
+{
+    if (physical.isNull())
+        return {};
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        // Screens keep their place when they are scaled; only their extent shrinks.
+        const QPoint origin = screen->geometry().topLeft();
+        const qreal ratio = screen->devicePixelRatio();
+        if (!QRectF(origin, QSizeF(screen->geometry().size()) * ratio).contains(physical))
+            continue;
+        const QPoint logical = origin + (QPointF(physical - origin) / ratio).toPoint();
+        return ScreenPoint { logical.x(), logical.y() };
+    }
+    return {};
+}
+
+ScreenPoint topRight()
+{
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return {};
+    const QPoint corner = screen->availableGeometry().topRight();
+    return { corner.x(), corner.y() };
+}
+
+}
+
+StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus)
+    : bus(bus)
+{
+}
+
+StatusNotifierItem::~StatusNotifierItem() = default;
+
+void StatusNotifierItem::install(
+    std::function<void(ScreenPoint)> activated, std::vector<MenuBarCommand> commands)
+{
+    this->activated = std::move(activated);
+    if (!bus.isConnected())
+        return;
+
+    // All there is to see stands before anybody hears of it.
+    menu = std::make_unique<DbusMenu>(bus, menuPath, std::move(commands), [this] { return panelPlace({}); });
+    object = std::make_unique<DbusObject>(bus, "/StatusNotifierItem", description());
+    bus.registerService(itemName());
+
+    watcher.setConnection(bus);
+    watcher.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
+    watcher.addWatchedService(watcherName);
+    QObject::connect(
+        &watcher, &QDBusServiceWatcher::serviceRegistered, &watcher, [this] { registerWithWatcher(); });
+    registerWithWatcher();
+}
+
+void StatusNotifierItem::setLabel(const MenuBarLabel& label)
+{
+    const MenuBarLabel previous = std::exchange(current, label);
+    if (!object)
+        return;
+    if (current.text != previous.text)
+        object->emitSignal("XAyatanaNewLabel", { QString::fromStdString(current.text), QString("") });
+    if (current.toolTip != previous.toolTip)
+        object->emitSignal("NewToolTip");
+}
+
+DbusInterface StatusNotifierItem::description()
+{
+    registerTypes();
+    const auto activation = [this](const QVariantList& arguments) {
+        activate({ arguments[0].toInt(), arguments[1].toInt() });
+        return QVariantList();
+    };
+    const std::vector<DbusArgument> place = { { "x", "i" }, { "y", "i" } };
+    DbusInterface description;
+    description.name = "org.kde.StatusNotifierItem";
+    description.methods = {
+        { "Activate", place, {}, activation },
+        { "SecondaryActivate", place, {}, activation },
+        // The host draws the menu, and scrolling over the item means nothing.
+        { "ContextMenu", place, {}, nothingToDo },
+        { "Scroll", { { "delta", "i" }, { "orientation", "s" } }, {}, nothingToDo },
+        // The token is for windows of Wayland; ours are those of X.
+        { "ProvideXdgActivationToken", { { "token", "s" } }, {}, nothingToDo },
+    };
+    description.properties = {
+        { "Category", "s", [] { return QString("ApplicationStatus"); } },
+        { "Id", "s", [] { return QString("org.knucklet.Knucklet"); } },
+        { "Title", "s", [] { return QString("Knucklet"); } },
+        { "Status", "s", [] { return QString("Active"); } },
+        { "WindowId", "i", [] { return 0; } },
+        { "IconName", "s", menuBarIconName },
+        { "IconThemePath", "s", menuBarIconThemePath },
+        { "IconPixmap", "a(iiay)",
+            [this] {
+                if (pixmaps.isEmpty())
+                    pixmaps = menuBarIconPixmaps();
+                return QVariant::fromValue(pixmaps);
+            } },
+        // In the title, because some hosts show nothing else.
+        { "ToolTip", "(sa(iiay)ss)",
+            [this] {
+                return QVariant::fromValue(ToolTip { {}, {}, QString::fromStdString(current.toolTip), {} });
+            } },
+        { "ItemIsMenu", "b", [] { return false; } },
+        { "Menu", "o", [] { return QVariant::fromValue(QDBusObjectPath(menuPath)); } },
+        { "XAyatanaLabel", "s", [this] { return QString::fromStdString(current.text); } },
+        { "XAyatanaLabelGuide", "s", [] { return QString(""); } },
+    };
+    description.emits = {
+        { "NewTitle", {} },
+        { "NewIcon", {} },
+        { "NewToolTip", {} },
+        { "NewStatus", { { "status", "s" } } },
+        { "XAyatanaNewLabel", { { "label", "s" }, { "guide", "s" } } },
+    };
+    return description;
+}
+
+/// A refusal, or no watcher to answer, needs no answer of ours: the next watcher is heard of.
+void StatusNotifierItem::registerWithWatcher()
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        watcherName, "/StatusNotifierWatcher", watcherName, "RegisterStatusNotifierItem");
+    call.setAutoStartService(false);
+    call.setArguments({ itemName() });
+    bus.send(call);
+}
+
+/// Later, so that the host has its answer first. The place is taken at once: the pointer may move on.
+void StatusNotifierItem::activate(QPoint reported)
+{
+    const ScreenPoint place = panelPlace(reported);
+    QMetaObject::invokeMethod(
+        object.get(), [this, place] { activated(place); }, Qt::QueuedConnection);
+}
+
+ScreenPoint StatusNotifierItem::panelPlace(QPoint reported)
+{
+    // On a real X server, where the pointer stands is more certain than what any host says.
+    if (QGuiApplication::platformName() == "xcb" && !isWaylandSession()) {
+        const QPoint pointer = QCursor::pos();
+        return { pointer.x(), pointer.y() };
+    }
+    if (const auto place = logicalPoint(reported))
+        lastPlace = place;
+    return lastPlace.value_or(topRight());
+}
