@@ -1,0 +1,35 @@
+#pragma once
+
+#include "AppState.h"
+#include "platform/MenuBarItem.h"
+
+#include <memory>
+
+class PanelWindow;
+
+/// The application: the one model, its item in the menu bar, and the panel under it.
+class KnuckletApp final {
+public:
+    /// Starts the program. The platform must outlive it, and the toolkit's application object must exist.
+    explicit KnuckletApp(Platform& platform);
+    KnuckletApp(const KnuckletApp&) = delete;
+    KnuckletApp& operator=(const KnuckletApp&) = delete;
+    ~KnuckletApp();
+
+private:
+    void modelChanged();
+    void updateWhatShows();
+    void togglePanel(ScreenPoint place);
+    void openPanel(ScreenPoint place);
+
+    Platform& platform;
+    AppState state;
+    std::unique_ptr<PanelWindow> panel;
+    bool updateIsPending = false;
+    Observers::Subscription observation;
+    std::shared_ptr<KnuckletApp> self { this, [](KnuckletApp*) {} };
+};
+
+/// What stands in the menu bar: the counts when the user wants them there, keys first, and the counts at
+/// every hover.
+MenuBarLabel menuBarLabel(const AppState& state);

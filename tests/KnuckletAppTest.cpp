@@ -1,0 +1,140 @@
+#include "KnuckletApp.h"
+
+#include "PanelWindow.h"
+#include "platform/fake/FakePlatform.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <chrono>
+#include <ctime>
+
+using namespace std::chrono;
+
+namespace {
+
+/// The application on the fake platform, with the permission and some counts of today.
+struct FakeApp {
+    explicit FakeApp(const QByteArray& stats = {}, bool showsCounts = false)
+        : platform(folder.path().toStdString(), sys_days(2026y / 11 / 15) + 12h)
+    {
+        platform.grantAccess();
+        platform.storeSetting("hasCompletedOnboarding", true);
+        platform.storeSetting("showCountsInMenuBar", showsCounts);
+        if (!stats.isEmpty()) {
+            QDir(folder.path()).mkpath("Knucklet");
+            QFile file(folder.filePath("Knucklet/stats.json"));
+            QVERIFY(file.open(QFile::WriteOnly));
+            file.write(stats);
+        }
+    }
+
+    std::string label() const { return platform.menuBarLabel().value_or(MenuBarLabel {}).text; }
+    std::string toolTip() const { return platform.menuBarLabel().value_or(MenuBarLabel {}).toolTip; }
+
+    QTemporaryDir folder;
+    FakePlatform platform;
+};
+
+}
+
+class KnuckletAppTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void theIconStandsAloneUnlessTheCountsAreWanted();
+    void theCountsStandBesideTheIconInShortForm();
+    void theToolTipAlwaysHasTheCounts();
+    void aBurstOfPressesUpdatesTheLabelOnce();
+    void theMenuQuits();
+    void aWindowOpensBesideItsPlaceWithinTheWorkArea_data();
+    void aWindowOpensBesideItsPlaceWithinTheWorkArea();
+};
+
+void KnuckletAppTest::initTestCase()
+{
+    qputenv("TZ", "UTC");
+    qputenv("LC_ALL", "C.UTF-8");
+    tzset();
+}
+
+void KnuckletAppTest::theIconStandsAloneUnlessTheCountsAreWanted()
+{
+    FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})");
+
+    const KnuckletApp app(fake.platform);
+
+    QCOMPARE(fake.label(), std::string());
+}
+
+void KnuckletAppTest::theCountsStandBesideTheIconInShortForm()
+{
+    FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})", true);
+
+    const KnuckletApp app(fake.platform);
+
+    QCOMPARE(fake.label(), std::string("1.2k · 56"));
+}
+
+void KnuckletAppTest::theToolTipAlwaysHasTheCounts()
+{
+    FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})");
+
+    const KnuckletApp app(fake.platform);
+    fake.platform.click();
+    fake.platform.runDeferred();
+
+    QCOMPARE(fake.toolTip(), std::string("1.2k keys · 57 clicks"));
+}
+
+void KnuckletAppTest::aBurstOfPressesUpdatesTheLabelOnce()
+{
+    FakeApp fake({}, true);
+    const KnuckletApp app(fake.platform);
+    fake.platform.calls.clear();
+
+    for (int i = 0; i < 1000; ++i)
+        fake.platform.press();
+    QCOMPARE(fake.label(), std::string("0 · 0"));
+    fake.platform.runDeferred();
+
+    QCOMPARE(fake.label(), std::string("1.0k · 0"));
+    QCOMPARE(std::ranges::count(fake.platform.calls, "call later"), 1);
+    QCOMPARE(std::ranges::count(fake.platform.calls, "set label"), 1);
+}
+
+void KnuckletAppTest::theMenuQuits()
+{
+    FakeApp fake;
+    const KnuckletApp app(fake.platform);
+
+    fake.platform.chooseCommand("Quit Knucklet");
+
+    QVERIFY(fake.platform.hasTerminated());
+}
+
+void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea_data()
+{
+    QTest::addColumn<QPoint>("place");
+    QTest::addColumn<QPoint>("corner");
+
+    // A bar of 28 points along the top of a screen of 1280 by 800.
+    QTest::newRow("in the bar, far from its ends") << QPoint(640, 14) << QPoint(490, 28);
+    QTest::newRow("at the right end of the bar") << QPoint(1270, 14) << QPoint(980, 28);
+    QTest::newRow("at the left end of the bar") << QPoint(5, 14) << QPoint(0, 28);
+    QTest::newRow("at the bottom") << QPoint(640, 795) << QPoint(490, 700);
+    QTest::newRow("off the screen") << QPoint(5000, -5000) << QPoint(980, 28);
+}
+
+void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea()
+{
+    QFETCH(const QPoint, place);
+    QFETCH(const QPoint, corner);
+
+    QCOMPARE(placeBeside(place, QSize(300, 100), QRect(0, 28, 1280, 772)), corner);
+}
+
+QTEST_MAIN(KnuckletAppTest)
+#include "KnuckletAppTest.moc"
