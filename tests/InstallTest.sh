@@ -1,0 +1,22 @@
+#!/bin/sh
+# usage: tests/InstallTest.sh CMAKE BUILD
+# Installs the build into a folder of its own and looks for everything that a desktop needs.
+set -eu
+
+cmake=$1
+build=$2
+prefix=$(mktemp -d)
+trap 'rm -rf "$prefix"' EXIT
+"$cmake" --install "$build" --prefix "$prefix" >/dev/null
+
+id=org.knucklet.Knucklet
+for file in bin/knucklet "share/applications/$id.desktop" \
+    "share/icons/hicolor/symbolic/apps/$id-symbolic.svg" "share/icons/hicolor/22x22/apps/$id-symbolic.svg" \
+    "share/icons/hicolor/48x48/apps/$id.png" "share/icons/hicolor/256x256/apps/$id.png"; do
+    [ -s "$prefix/$file" ] || { echo "$file is missing"; exit 1; }
+done
+[ -x "$prefix/bin/knucklet" ] || { echo "bin/knucklet is not executable"; exit 1; }
+
+# What is staged in the build folder is what is installed.
+diff -r "$prefix/share" "$build/share"
+desktop-file-validate "$prefix/share/applications/$id.desktop"

@@ -1,0 +1,114 @@
+// knucklet-tour PROGRAM FOLDER: uses the program on a virtual desktop, with real input, and leaves pictures
+// of it.
+
+#include "support/Injector.h"
+#include "support/RunningKnucklet.h"
+#include "support/Screenshot.h"
+#include "support/VirtualDesktop.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTest>
+
+#include <csignal>
+#include <cstdio>
+
+namespace {
+
+constexpr int patience = 20000;
+/// The bar and the line below it, in pixels.
+constexpr int barHeight = 29;
+
+bool fail(const QString& what)
+{
+    std::fprintf(stderr, "The tour stopped: %s\n", qPrintable(what));
+    return false;
+}
+
+/// Shows what the program looks like while somebody uses it.
+class Tour final {
+public:
+    Tour(const QString& program, const QString& folder)
+        : program(QFileInfo(program).absoluteFilePath())
+        , folder(folder)
+    {
+    }
+
+    bool run()
+    {
+        if (!QDir().mkpath(folder.path()))
+            return fail("no folder for the pictures");
+        if (!desktop.start())
+            return fail(desktop.failure());
+
+        RunningKnucklet knucklet(desktop, program);
+        if (!knucklet.awaitItem() || !QTest::qWaitFor([&] { return !knucklet.icon().isNull(); }, patience))
+            return fail("the icon does not appear");
+
+        Injector injector(desktop.display());
+        type(injector, 1234);
+        click(injector, 56, { 400, 400 });
+        if (!QTest::qWaitFor([&] { return knucklet.toolTip().contains("1.2k keys · 56 clicks"); }, patience))
+            return fail("the counts do not follow: " + knucklet.toolTip());
+
+        const auto before = screen();
+        click(injector, 1, knucklet.icon().center());
+        if (!QTest::qWaitFor([&] { return !difference(before, screen()).isNull(); }, patience))
+            return fail("the panel does not open");
+        const auto panel = difference(before, screen());
+        type(injector, 16);
+        if (!QTest::qWaitFor([&] { return knucklet.toolTip().contains("1.2k keys · 57 clicks"); }, patience))
+            return fail("the counts do not follow: " + knucklet.toolTip());
+
+        const QRect bar(desktop.size().width() - 400, 0, 400, barHeight);
+        return save("menu-bar", screenshot(desktop.display(), bar)) && save("desktop", screen())
+            && save("panel", screenshot(desktop.display(), panel.translated(0, barHeight)))
+            && (knucklet.end(SIGTERM) || fail("the program does not end"));
+    }
+
+private:
+    QImage screen() const
+    {
+        return screenshot(desktop.display(),
+            QRect(QPoint(0, barHeight), desktop.size()).intersected(QRect({}, desktop.size())));
+    }
+    static void type(Injector& injector, int keys)
+    {
+        for (int i = 0; i < keys; ++i)
+            injector.typeKey(injector.keyCode('a'));
+        injector.sync();
+    }
+    static void click(Injector& injector, int clicks, QPoint place)
+    {
+        injector.moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
+        for (int i = 0; i < clicks; ++i)
+            injector.click();
+        injector.sync();
+    }
+    bool save(const QString& name, const QImage& picture) const
+    {
+        const auto file = folder.absoluteFilePath(name + ".png");
+        if (!picture.save(file))
+            return fail("cannot write " + file);
+        std::printf("%s\n", qPrintable(file));
+        return true;
+    }
+
+    VirtualDesktop desktop { { .windowManager = true, .panel = true } };
+    QString program;
+    QDir folder;
+};
+
+}
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    if (argc != 3) {
+        std::fputs("usage: knucklet-tour PROGRAM FOLDER\n", stderr);
+        return 2;
+    }
+
+    std::printf("No display: Knucklet runs on a virtual one. Its pictures:\n");
+    return Tour(argv[1], argv[2]).run() ? 0 : 1;
+}

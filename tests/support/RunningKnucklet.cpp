@@ -1,0 +1,196 @@
+#include "support/RunningKnucklet.h"
+
+#include "support/Screenshot.h"
+#include "support/VirtualDesktop.h"
+
+#include <QDBusArgument>
+#include <QDBusConnectionInterface>
+#include <QDBusInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTest>
+#include <QUuid>
+
+#include <csignal>
+
+namespace {
+
+// How long the program may take to start or to end on a busy machine before it is given up.
+constexpr int patience = 20000;
+
+const QString itemInterface = QStringLiteral("org.kde.StatusNotifierItem");
+const QString menuInterface = QStringLiteral("com.canonical.dbusmenu");
+
+QByteArray readAll(const QString& path)
+{
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeAll(const QString& path, const QByteArray& text)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    QVERIFY(file.open(QFile::WriteOnly));
+    QCOMPARE(file.write(text), text.size());
+}
+
+QString statsPath(const VirtualDesktop& desktop)
+{
+    return desktop.folder() + QStringLiteral("/home/.local/share/Knucklet/stats.json");
+}
+
+QString settingsPath(const VirtualDesktop& desktop)
+{
+    return desktop.folder() + QStringLiteral("/home/.config/Knucklet/Knucklet.conf");
+}
+
+}
+
+RunningKnucklet::RunningKnucklet(
+    const VirtualDesktop& desktop, const QString& program, const QProcessEnvironment& extra)
+    : desktop(desktop)
+    , busName(QUuid::createUuid().toString())
+    , bus(QDBusConnection::connectToBus(desktop.busAddress(), busName))
+    , process(desktop.launch(program, {}, { .channels = QProcess::MergedChannels, .additions = extra }))
+{
+}
+
+RunningKnucklet::~RunningKnucklet()
+{
+    if (isRunning()) {
+        process->kill();
+        process->waitForFinished();
+    }
+    QDBusConnection::disconnectFromBus(busName);
+}
+
+bool RunningKnucklet::awaitItem()
+{
+    const auto isRegistered = [this] {
+        QDBusInterface watcher(QStringLiteral("org.kde.StatusNotifierWatcher"),
+            QStringLiteral("/StatusNotifierWatcher"), QStringLiteral("org.kde.StatusNotifierWatcher"), bus);
+        const auto items = watcher.property("RegisteredStatusNotifierItems").toStringList();
+        for (const auto& item : items) {
+            const auto name = item.section(QLatin1Char('/'), 0, 0);
+            const QDBusReply<uint> owner = bus.interface()->servicePid(name);
+            if (owner.isValid() && owner.value() == process->processId())
+                service = name;
+        }
+        return !service.isEmpty();
+    };
+    return QTest::qWaitFor(isRegistered, patience);
+}
+
+QRect RunningKnucklet::icon() const
+{
+    // The tray ends the bar, and a bar without icons has one color there.
+    const QRect tray(desktop.size().width() - 22, 2, 22, 24);
+    const auto picture = screenshot(desktop.display(), tray);
+    QImage empty(picture.size(), picture.format());
+    empty.fill(picture.pixelColor(0, 0));
+    const auto icon = difference(empty, picture);
+    return icon.isNull() ? QRect() : icon.translated(tray.topLeft());
+}
+
+QVariant RunningKnucklet::itemProperty(const QString& name) const
+{
+    auto call = QDBusMessage::createMethodCall(service, QStringLiteral("/StatusNotifierItem"),
+        QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    call << itemInterface << name;
+    const QDBusReply<QVariant> reply = bus.call(call);
+    return reply.isValid() ? reply.value() : QVariant();
+}
+
+QString RunningKnucklet::toolTip() const
+{
+    // An icon's name, pixmaps of it, a title and a text.
+    const auto argument = itemProperty(QStringLiteral("ToolTip")).value<QDBusArgument>();
+    QString iconName;
+    QString title;
+    QString text;
+    argument.beginStructure();
+    argument >> iconName;
+    argument.beginArray();
+    argument.endArray();
+    argument >> title >> text;
+    argument.endStructure();
+    return title + QLatin1Char('|') + text;
+}
+
+QStringList RunningKnucklet::commands() const
+{
+    QStringList titles;
+    for (const auto& entry : menu())
+        titles << entry.title;
+    return titles;
+}
+
+bool RunningKnucklet::choose(const QString& command) const
+{
+    for (const auto& entry : menu()) {
+        if (entry.title != command)
+            continue;
+        auto event = QDBusMessage::createMethodCall(
+            service, QStringLiteral("/MenuBar"), menuInterface, QStringLiteral("Event"));
+        event << entry.id << QStringLiteral("clicked") << QVariant::fromValue(QDBusVariant(QString())) << 0U;
+        // Quitting may come before the answer, which therefore says nothing.
+        return bus.send(event);
+    }
+    return false;
+}
+
+bool RunningKnucklet::end(int signal)
+{
+    ::kill(static_cast<pid_t>(processId()), signal);
+    return awaitEnd();
+}
+
+bool RunningKnucklet::awaitEnd()
+{
+    return (!isRunning() || process->waitForFinished(patience))
+        && process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0;
+}
+
+QList<RunningKnucklet::MenuEntry> RunningKnucklet::menu() const
+{
+    auto call = QDBusMessage::createMethodCall(
+        service, QStringLiteral("/MenuBar"), menuInterface, QStringLiteral("GetGroupProperties"));
+    call << QVariant::fromValue(QList<int>()) << QStringList { QStringLiteral("label") };
+    const auto reply = bus.call(call);
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        return {};
+
+    QList<MenuEntry> entries;
+    const auto argument = reply.arguments().constFirst().value<QDBusArgument>();
+    argument.beginArray();
+    while (!argument.atEnd()) {
+        MenuEntry entry {};
+        QVariantMap properties;
+        argument.beginStructure();
+        argument >> entry.id >> properties;
+        argument.endStructure();
+        entry.title = properties.value(QStringLiteral("label")).toString();
+        if (!entry.title.isEmpty())
+            entries << entry;
+    }
+    argument.endArray();
+    return entries;
+}
+
+QByteArray statsFile(const VirtualDesktop& desktop) { return readAll(statsPath(desktop)); }
+
+void writeStatsFile(const VirtualDesktop& desktop, const QByteArray& text)
+{
+    writeAll(statsPath(desktop), text);
+}
+
+QByteArray settingsFile(const VirtualDesktop& desktop) { return readAll(settingsPath(desktop)); }
+
+void writeSettingsFile(const VirtualDesktop& desktop, const QByteArray& text)
+{
+    writeAll(settingsPath(desktop), text);
+}

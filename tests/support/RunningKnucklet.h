@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QList>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QRect>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <memory>
+
+class VirtualDesktop;
+
+/// The real program on a virtual desktop, seen from outside: its item on the bus, its file, its end.
+class RunningKnucklet final {
+public:
+    /// The desktop must outlive it. `extra` is added to the desktop's environment.
+    RunningKnucklet(
+        const VirtualDesktop& desktop, const QString& program, const QProcessEnvironment& extra = {});
+    RunningKnucklet(const RunningKnucklet&) = delete;
+    RunningKnucklet& operator=(const RunningKnucklet&) = delete;
+    ~RunningKnucklet();
+
+    /// Waits until the tray knows the item; from then on everything is counted.
+    [[nodiscard]] bool awaitItem();
+    /// Where the icon stands, in pixels of the screen; null while there is none.
+    QRect icon() const;
+    /// A property of the item, asked of the program itself; invalid when it has none of that name.
+    QVariant itemProperty(const QString& name) const;
+    /// The text of the item's tooltip.
+    QString toolTip() const;
+    /// The titles of the item's menu, from top to bottom.
+    QStringList commands() const;
+    /// Chooses from the item's menu as a tray does; false when there is no such command.
+    [[nodiscard]] bool choose(const QString& command) const;
+    /// The item's own name on the bus.
+    QString itemService() const { return service; }
+    QDBusConnection sessionBus() const { return bus; }
+
+    qint64 processId() const { return process->processId(); }
+    bool isRunning() const { return process->state() == QProcess::Running; }
+    /// Sends the signal and waits for the process to end; true when it ended by itself with code 0.
+    [[nodiscard]] bool end(int signal);
+    [[nodiscard]] bool awaitEnd();
+    /// What the program wrote to its standard and error output.
+    QByteArray output() const { return process->readAll(); }
+
+private:
+    struct MenuEntry {
+        int id;
+        QString title;
+    };
+    QList<MenuEntry> menu() const;
+
+    const VirtualDesktop& desktop;
+    QString busName;
+    QDBusConnection bus;
+    std::unique_ptr<QProcess> process;
+    QString service;
+};
+
+/// The text of the stats file of a desktop's user; null when there is none.
+QByteArray statsFile(const VirtualDesktop& desktop);
+void writeStatsFile(const VirtualDesktop& desktop, const QByteArray& text);
+/// The text of the program's settings file of a desktop's user; null when there is none.
+QByteArray settingsFile(const VirtualDesktop& desktop);
+void writeSettingsFile(const VirtualDesktop& desktop, const QByteArray& text);
