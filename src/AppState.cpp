@@ -53,7 +53,7 @@ AppState::AppState(Platform& platform, const WindowFactories& windows)
     , needsRelaunch([this] { observers.notify(); })
     , showCountsInMenuBar([this] { observers.notify(); },
           [&settings = platform.settings()](bool shows) { settings.setBoolean(showCountsKey, shows); })
-    , launchAtLogin([this] { observers.notify(); })
+    , launchAtLogin([this] { observers.notify(); }, [this](bool) { applyLaunchAtLogin(); })
     , hasCompletedOnboarding([this] { observers.notify(); })
     , store(platform.folders(), platform.clock())
     , onboarding(windows.onboarding())
@@ -95,6 +95,40 @@ AppState::AppState(Platform& platform, const WindowFactories& windows)
 Observers::Subscription AppState::observe(std::function<void()> changed)
 {
     return observers.add(std::move(changed));
+}
+
+void AppState::finishOnboarding()
+{
+    if (!hasCompletedOnboarding) {
+        hasCompletedOnboarding = true;
+        platform.settings().setBoolean(completedOnboardingKey, true);
+    }
+    onboarding->close();
+}
+
+void AppState::relaunch()
+{
+    store.saveIfDirty();
+    platform.desktop().openNewInstance([weak = std::weak_ptr(self)] {
+        if (const auto state = weak.lock()) {
+            state->platform.timers().callLater(
+                [&desktop = state->platform.desktop()] { desktop.terminate(); });
+        }
+    });
+}
+
+// A refusal assigns what the system says instead, which comes back here: asking for what is already so should
+// succeed. Where even that is refused, the system's last answer stands.
+void AppState::applyLaunchAtLogin()
+{
+    if (loginItemRefusals == 2)
+        return;
+    auto& loginItem = platform.loginItem();
+    if (launchAtLogin ? loginItem.registerItem() : loginItem.unregisterItem())
+        return;
+    ++loginItemRefusals;
+    launchAtLogin = loginItem.status() == LoginItemStatus::Enabled;
+    --loginItemRefusals;
 }
 
 void AppState::startTap()

@@ -24,6 +24,8 @@ public:
 
     /// Opens the assistant at a page, 0 being the first, or restarts it there.
     virtual void show(AppState& state, int startPage) = 0;
+    /// Does nothing when the window is not open.
+    virtual void close() = 0;
 };
 
 /// The day card's window, as far as the model needs to know it.
@@ -53,6 +55,11 @@ public:
     /// Calls once for every assignment of a published property, for as long as the subscription is kept.
     [[nodiscard]] Observers::Subscription observe(std::function<void()> changed);
 
+    /// The setup assistant has been gone through, for this and all later runs; its window closes.
+    void finishOnboarding();
+    /// Saves, starts another instance of the program and ends this one, whether or not the other came up.
+    void relaunch();
+
 private:
     Platform& platform;
     Observers observers;
@@ -74,6 +81,7 @@ public:
     std::string todayKey;
 
 private:
+    void applyLaunchAtLogin();
     void startTap();
     void startMouseMonitor();
     void stopMouseMonitor();
@@ -91,6 +99,8 @@ private:
     std::optional<TimerId> saveTimer;
     std::optional<TimerId> permissionTimer;
 
+    /// How many times in a row the system has refused what was asked of the login item.
+    int loginItemRefusals = 0;
     /// The moments that belong to `todayKey`, as far as they were worked out.
     DaySpan todaySpan;
     /// What closures handed to the platform hold on to, weakly.

@@ -15,6 +15,7 @@ namespace {
 class NoOnboardingWindow final : public OnboardingWindow {
 public:
     void show(AppState&, int) override { }
+    void close() override { }
 };
 
 class NoShareCardWindow final : public ShareCardWindow {

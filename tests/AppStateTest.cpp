@@ -3,10 +3,8 @@
 #include "support/FakeProgram.h"
 #include "support/ForkedChild.h"
 
-#include <QDir>
 #include <QTest>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <ctime>
@@ -41,11 +39,11 @@ std::pair<std::int64_t, std::int64_t> counts(std::int64_t keys, std::int64_t cli
     return { keys, clicks };
 }
 
-bool endsThroughFatal(const std::function<void()>& function)
+bool endsThroughFatal(const std::function<void()>& action)
 {
     const auto end = inChild([&] {
-        function();
-        return std::string();
+        action();
+        return std::string("came to its end");
     });
     return end.signal == SIGABRT;
 }
@@ -84,6 +82,16 @@ private slots:
     void assigningTheSameValueNotifiesAndWritesAgain();
     void everyCountNotifiesOnce();
     void anObserverThatIsGoneIsNotCalled();
+
+    void launchAtLoginRegistersAndUnregisters();
+    void aRefusedLoginItemSnapsBackToTheSystemsStatus_data();
+    void aRefusedLoginItemSnapsBackToTheSystemsStatus();
+    void aLoginItemRefusedBothWaysIsAskedForTwiceAtMost_data();
+    void aLoginItemRefusedBothWaysIsAskedForTwiceAtMost();
+    void aLaterChoiceIsTriedAgainAfterARefusal();
+    void finishingTheAssistantIsWrittenOnceAndClosesEachTime();
+    void aRelaunchSavesThenStartsThenQuits();
+    void aRelaunchQuitsOnlyAfterTheSystemHasAnswered();
 
     void withThePermissionThereIsNoPollAndNoMonitor();
     void withoutThePermissionTheTapIsNotTried();
@@ -336,6 +344,137 @@ void AppStateTest::anObserverThatIsGoneIsNotCalled()
     state.showCountsInMenuBar = true;
 
     QCOMPARE(notified, 0);
+}
+
+void AppStateTest::launchAtLoginRegistersAndUnregisters()
+{
+    FakeProgram program;
+    auto& state = program.start();
+    takeCalls(program.platform);
+
+    state.launchAtLogin = true;
+    state.launchAtLogin = false;
+
+    const Calls expected { "register login item", "unregister login item" };
+    QCOMPARE(takeCalls(program.platform), expected);
+    QVERIFY(!state.launchAtLogin);
+}
+
+void AppStateTest::aRefusedLoginItemSnapsBackToTheSystemsStatus_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<bool>("shown");
+
+    QTest::newRow("not registered") << 0 << false;
+    QTest::newRow("enabled") << 1 << true;
+    QTest::newRow("requires approval") << 2 << false;
+    QTest::newRow("not found") << 3 << false;
+}
+
+void AppStateTest::aRefusedLoginItemSnapsBackToTheSystemsStatus()
+{
+    QFETCH(const int, status);
+    QFETCH(const bool, shown);
+    FakeProgram program;
+    auto& state = program.start();
+    program.platform.refuseLoginItem();
+    program.platform.setLoginItemStatus(static_cast<LoginItemStatus>(status));
+
+    state.launchAtLogin = !shown;
+
+    QCOMPARE(static_cast<bool>(state.launchAtLogin), shown);
+}
+
+void AppStateTest::aLoginItemRefusedBothWaysIsAskedForTwiceAtMost_data()
+{
+    QTest::addColumn<bool>("wanted");
+
+    QTest::newRow("turned on") << true;
+    QTest::newRow("turned off") << false;
+}
+
+void AppStateTest::aLoginItemRefusedBothWaysIsAskedForTwiceAtMost()
+{
+    QFETCH(const bool, wanted);
+    FakeProgram program;
+    program.platform.setLoginItemStatus(wanted ? LoginItemStatus::NotRegistered : LoginItemStatus::Enabled);
+    auto& state = program.start();
+    program.platform.refuseLoginItem();
+    std::vector<bool> seen;
+    const auto subscription = state.observe([&] { seen.push_back(state.launchAtLogin); });
+    takeCalls(program.platform);
+
+    state.launchAtLogin = wanted;
+
+    const std::string first = wanted ? "register login item" : "unregister login item";
+    const std::string second = wanted ? "unregister login item" : "register login item";
+    const Calls expected { first, "login item status", second, "login item status" };
+    QCOMPARE(takeCalls(program.platform), expected);
+    QCOMPARE(seen.front(), wanted);
+    QCOMPARE(seen.back(), !wanted);
+}
+
+void AppStateTest::aLaterChoiceIsTriedAgainAfterARefusal()
+{
+    FakeProgram program;
+    auto& state = program.start();
+    program.platform.refuseLoginItem();
+
+    for (int i = 0; i < 5; ++i)
+        state.launchAtLogin = true;
+
+    QCOMPARE(std::ranges::count(program.platform.calls, "register login item"), 5);
+    QVERIFY(!state.launchAtLogin);
+}
+
+void AppStateTest::finishingTheAssistantIsWrittenOnceAndClosesEachTime()
+{
+    FakeProgram program;
+    auto& state = program.start();
+    takeCalls(program.platform);
+
+    state.finishOnboarding();
+    state.finishOnboarding();
+
+    const Calls expected { "write hasCompletedOnboarding true", "close onboarding", "close onboarding" };
+    QCOMPARE(takeCalls(program.platform), expected);
+    QVERIFY(state.hasCompletedOnboarding);
+}
+
+void AppStateTest::aRelaunchSavesThenStartsThenQuits()
+{
+    FakeProgram program;
+    program.platform.grantAccess();
+    auto& state = program.start();
+    program.platform.press();
+    takeCalls(program.platform);
+
+    state.relaunch();
+    const auto savedBeforeTheAnswer = program.statsFile();
+    program.platform.answerNewInstance();
+    program.platform.runDeferred();
+
+    QVERIFY(savedBeforeTheAnswer);
+    QCOMPARE(*savedBeforeTheAnswer, fileWith("2026-11-15", 1, 0));
+    const Calls expected { "open new instance", "call later", "terminate" };
+    QCOMPARE(takeCalls(program.platform), expected);
+}
+
+void AppStateTest::aRelaunchQuitsOnlyAfterTheSystemHasAnswered()
+{
+    FakeProgram program;
+    auto& state = program.start();
+
+    state.relaunch();
+    program.platform.runDeferred();
+    const bool quitBeforeTheAnswer = program.platform.hasTerminated();
+    program.platform.answerNewInstance();
+    const bool quitWithinTheAnswer = program.platform.hasTerminated();
+    program.platform.runDeferred();
+
+    QVERIFY(!quitBeforeTheAnswer);
+    QVERIFY(!quitWithinTheAnswer);
+    QVERIFY(program.platform.hasTerminated());
 }
 
 void AppStateTest::withThePermissionThereIsNoPollAndNoMonitor()

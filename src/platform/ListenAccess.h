@@ -7,4 +7,6 @@ public:
 
     /// Whether the right is granted. Never prompts and is cheap enough to ask every two seconds.
     virtual bool preflight() = 0;
+    /// Asks the user for the right. Returns without waiting for an answer; `preflight` tells it.
+    virtual void request() = 0;
 };

@@ -14,4 +14,7 @@ public:
 
     /// Asked of the system each time, never remembered.
     virtual LoginItemStatus status() = 0;
+    /// Both succeed when things already stand as asked for, and are false when the system refuses.
+    [[nodiscard]] virtual bool registerItem() = 0;
+    [[nodiscard]] virtual bool unregisterItem() = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+class Appearance;
 class Clock;
 class Desktop;
 class EventTap;
@@ -10,8 +11,10 @@ class ListenAccess;
 class LoginItem;
 class MenuBarItem;
 class MouseMonitor;
+class PanelHost;
 class Settings;
 class Timers;
+class WindowActivation;
 
 /// Everything that the program needs of the system it runs on, one small interface per service. Services live
 /// as long as the platform. All of them are used from the main thread only.
@@ -19,6 +22,7 @@ class Platform {
 public:
     virtual ~Platform() = default;
 
+    virtual Appearance& appearance() = 0;
     virtual Clock& clock() = 0;
     virtual Desktop& desktop() = 0;
     virtual EventTap& eventTap() = 0;
@@ -27,8 +31,10 @@ public:
     virtual LoginItem& loginItem() = 0;
     virtual MenuBarItem& menuBarItem() = 0;
     virtual MouseMonitor& mouseMonitor() = 0;
+    virtual PanelHost& panelHost() = 0;
     virtual Settings& settings() = 0;
     virtual Timers& timers() = 0;
+    virtual WindowActivation& windowActivation() = 0;
 };
 
 /// The platform that the program was built for. Needs the application object.

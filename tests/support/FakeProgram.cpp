@@ -10,20 +10,31 @@ using namespace std::chrono;
 
 class RecordingOnboarding final : public OnboardingWindow {
 public:
-    explicit RecordingOnboarding(std::vector<int>& shown)
+    RecordingOnboarding(std::vector<int>& shown, std::vector<std::string>& calls)
         : shown(shown)
+        , calls(calls)
     {
     }
 
     void show(AppState&, int startPage) override { shown.push_back(startPage); }
+    void close() override { calls.emplace_back("close onboarding"); }
 
 private:
     std::vector<int>& shown;
+    std::vector<std::string>& calls;
 };
 
-class SilentShareCard final : public ShareCardWindow {
+class RecordingShareCard final : public ShareCardWindow {
 public:
-    void show(AppState&) override { }
+    explicit RecordingShareCard(int& shown)
+        : shown(shown)
+    {
+    }
+
+    void show(AppState&) override { ++shown; }
+
+private:
+    int& shown;
 };
 
 std::filesystem::path statsPath(const QTemporaryDir& folder)
@@ -43,11 +54,11 @@ AppState& FakeProgram::start()
     const WindowFactories windows {
         .onboarding = [this]() -> std::unique_ptr<OnboardingWindow> {
             platform.calls.emplace_back("make onboarding");
-            return std::make_unique<RecordingOnboarding>(onboardingShown);
+            return std::make_unique<RecordingOnboarding>(onboardingShown, platform.calls);
         },
         .shareCard = [this]() -> std::unique_ptr<ShareCardWindow> {
             platform.calls.emplace_back("make share card");
-            return std::make_unique<SilentShareCard>();
+            return std::make_unique<RecordingShareCard>(shareCardShown);
         },
     };
     state = std::make_unique<AppState>(platform, windows);

@@ -29,6 +29,8 @@ public:
     FakePlatform platform;
     /// The start page of each `show`, in order.
     std::vector<int> onboardingShown;
+    /// How often the day card was shown.
+    int shareCardShown = 0;
 
 private:
     std::unique_ptr<AppState> state;

@@ -89,6 +89,22 @@ void FakePlatform::runDeferred()
 
 void FakePlatform::quit() { terminate(); }
 
+void FakePlatform::answerNewInstance() { std::exchange(newInstanceAnswered, {})(); }
+
+void FakePlatform::setAppearance(ColorScheme newScheme, Motion newMotion)
+{
+    scheme = newScheme;
+    motionWanted = newMotion;
+    appearanceObservers.notify();
+}
+
+void FakePlatform::pressOutside()
+{
+    pressHeld = true;
+    if (const auto tell = pressedOutside)
+        tell();
+}
+
 void FakePlatform::clickMenuBarItem(ScreenPoint place) { menuBarItemActivated(place); }
 
 void FakePlatform::chooseCommand(const std::string& title, ScreenPoint place)
@@ -110,6 +126,11 @@ std::vector<std::chrono::milliseconds> FakePlatform::runningTimers() const
     for (const auto& [id, timer] : timersRunning)
         intervals.push_back(timer.interval);
     return intervals;
+}
+
+Observers::Subscription FakePlatform::observe(std::function<void()> changed)
+{
+    return appearanceObservers.add(std::move(changed));
 }
 
 Moment FakePlatform::now() const
@@ -136,6 +157,17 @@ void FakePlatform::terminate()
     for (const auto& observer : terminationObservers)
         observer();
     terminated = true;
+}
+
+void FakePlatform::openNewInstance(std::function<void()> done)
+{
+    calls.emplace_back("open new instance");
+    newInstanceAnswered = std::move(done);
+}
+
+void FakePlatform::openInputMonitoringSettings()
+{
+    calls.push_back("open " + std::string(inputMonitoringSettingsUrl));
 }
 
 std::optional<EventTapId> FakePlatform::create(
@@ -177,10 +209,28 @@ bool FakePlatform::preflight()
     return accessGranted;
 }
 
+void FakePlatform::request() { calls.emplace_back("request access"); }
+
 LoginItemStatus FakePlatform::status()
 {
     calls.emplace_back("login item status");
     return loginItemStatus;
+}
+
+bool FakePlatform::registerItem()
+{
+    calls.emplace_back("register login item");
+    if (!loginItemRefused)
+        loginItemStatus = LoginItemStatus::Enabled;
+    return !loginItemRefused;
+}
+
+bool FakePlatform::unregisterItem()
+{
+    calls.emplace_back("unregister login item");
+    if (!loginItemRefused)
+        loginItemStatus = LoginItemStatus::NotRegistered;
+    return !loginItemRefused;
 }
 
 void FakePlatform::install(std::function<void(ScreenPoint)> activated, std::vector<MenuBarCommand> commands)
@@ -213,6 +263,18 @@ void FakePlatform::remove(MouseMonitorId id)
     monitor.reset();
 }
 
+void FakePlatform::watchPressesOutside(std::function<void()> pressed)
+{
+    calls.emplace_back("watch presses");
+    pressedOutside = std::move(pressed);
+}
+
+void FakePlatform::stopWatching()
+{
+    calls.emplace_back("stop watching presses");
+    pressedOutside = nullptr;
+}
+
 bool FakePlatform::boolean(std::string_view key) const
 {
     calls.push_back("read " + std::string(key));
@@ -243,6 +305,12 @@ void FakePlatform::callLater(std::function<void()> call)
 {
     calls.emplace_back("call later");
     deferred.push_back(std::move(call));
+}
+
+void FakePlatform::activate(NativeWindow window)
+{
+    calls.emplace_back("activate window");
+    activated.push_back(window);
 }
 
 void FakePlatform::sendToTap(EventType type, std::int64_t autorepeat)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Appearance.h"
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
 #include "platform/EventTap.h"
@@ -8,9 +9,11 @@
 #include "platform/LoginItem.h"
 #include "platform/MenuBarItem.h"
 #include "platform/MouseMonitor.h"
+#include "platform/PanelHost.h"
 #include "platform/Platform.h"
 #include "platform/Settings.h"
 #include "platform/Timers.h"
+#include "platform/WindowActivation.h"
 
 #include <chrono>
 #include <deque>
@@ -25,6 +28,7 @@
 /// It writes down what the program asks of it.
 class FakePlatform final
     : public Platform
+    , private Appearance
     , private Clock
     , private Desktop
     , private EventTap
@@ -33,8 +37,10 @@ class FakePlatform final
     , private LoginItem
     , private MenuBarItem
     , private MouseMonitor
+    , private PanelHost
     , private Settings
-    , private Timers {
+    , private Timers
+    , private WindowActivation {
 public:
     FakePlatform(std::filesystem::path applicationSupport, Moment start);
 
@@ -55,6 +61,10 @@ public:
     void refuseTap() { tapRefused = true; }
     void refuseMouseMonitor() { mouseMonitorRefused = true; }
     void setLoginItemStatus(LoginItemStatus status) { loginItemStatus = status; }
+    void refuseLoginItem() { loginItemRefused = true; }
+    /// The system has started the other instance, or failed to.
+    void answerNewInstance();
+    void setAppearance(ColorScheme scheme, Motion motion);
     void storeSetting(const std::string& key, bool value) { settingValues[key] = value; }
     void removeApplicationSupport() { supportFolder.reset(); }
     /// Time passes: the clock moves and timers tick when they are due.
@@ -65,6 +75,9 @@ public:
     void runDeferred();
     /// The user quits, or the system asks the program to end.
     void quit();
+    /// A press outside every window of the program, held until `releaseButton`.
+    void pressOutside();
+    void releaseButton() { pressHeld = false; }
     void clickMenuBarItem(ScreenPoint place);
     void chooseCommand(const std::string& title, ScreenPoint place = {});
 
@@ -76,12 +89,15 @@ public:
     const std::optional<EventTapParameters>& tapParameters() const { return parameters; }
     const std::optional<MenuBarLabel>& menuBarLabel() const { return label; }
     bool hasTerminated() const { return terminated; }
+    /// The windows that were brought to the front, in order.
+    const std::vector<NativeWindow>& activatedWindows() const { return activated; }
 
     bool hasEveryEventBack() const { return everyEventCameBack; }
 
     /// What the program asked for and changed, in order.
     mutable std::vector<std::string> calls;
 
+    Appearance& appearance() override { return *this; }
     Clock& clock() override { return *this; }
     Desktop& desktop() override { return *this; }
     EventTap& eventTap() override { return *this; }
@@ -90,8 +106,10 @@ public:
     LoginItem& loginItem() override { return *this; }
     MenuBarItem& menuBarItem() override { return *this; }
     MouseMonitor& mouseMonitor() override { return *this; }
+    PanelHost& panelHost() override { return *this; }
     Settings& settings() override { return *this; }
     Timers& timers() override { return *this; }
+    WindowActivation& windowActivation() override { return *this; }
 
 private:
     struct RunningTimer {
@@ -104,25 +122,39 @@ private:
         std::function<void()> handler;
     };
 
+    ColorScheme colorScheme() const override { return scheme; }
+    Motion motion() const override { return motionWanted; }
+    Observers::Subscription observe(std::function<void()> changed) override;
     Moment now() const override;
     void onWillTerminate(std::function<void()> observer) override;
     void terminate() override;
+    void openNewInstance(std::function<void()> done) override;
+    void openInputMonitoringSettings() override;
     std::optional<EventTapId> create(const EventTapParameters&, TapCallback, void* userInfo) override;
     RunLoopSourceId makeRunLoopSource(EventTapId tap) override;
     void addToMainRunLoop(RunLoopSourceId source) override;
     void enable(EventTapId tap) override;
     std::optional<std::filesystem::path> applicationSupport() const override;
     bool preflight() override;
+    void request() override;
     LoginItemStatus status() override;
+    bool registerItem() override;
+    bool unregisterItem() override;
     void install(std::function<void(ScreenPoint)> activated, std::vector<MenuBarCommand> commands) override;
     void setLabel(const MenuBarLabel& newLabel) override;
     std::optional<MouseMonitorId> add(std::uint64_t eventMask, std::function<void()> handler) override;
     void remove(MouseMonitorId) override;
+    ScreenArea workArea(ScreenPoint) const override { return { 0, 28, 800, 572 }; }
+    void prepare(NativeWindow) override { calls.emplace_back("prepare panel"); }
+    void watchPressesOutside(std::function<void()> pressed) override;
+    void stopWatching() override;
+    bool isClickSpent() const override { return pressHeld; }
     bool boolean(std::string_view key) const override;
     void setBoolean(std::string_view key, bool value) override;
     TimerId scheduleRepeating(std::chrono::milliseconds interval, std::function<void()> tick) override;
     void invalidate(TimerId timer) override;
     void callLater(std::function<void()> call) override;
+    void activate(NativeWindow window) override;
 
     void sendToTap(EventType type, std::int64_t autorepeat);
 
@@ -134,6 +166,10 @@ private:
     bool mouseMonitorRefused = false;
     bool terminated = false;
     LoginItemStatus loginItemStatus = LoginItemStatus::NotRegistered;
+    bool loginItemRefused = false;
+    ColorScheme scheme = ColorScheme::Light;
+    Motion motionWanted = Motion::Full;
+    Observers appearanceObservers;
     std::map<std::string, bool, std::less<>> settingValues;
 
     std::optional<EventTapParameters> parameters;
@@ -148,7 +184,11 @@ private:
     std::map<std::uint64_t, RunningTimer> timersRunning;
     std::deque<std::function<void()>> deferred;
     std::vector<std::function<void()>> terminationObservers;
+    std::function<void()> newInstanceAnswered;
+    std::function<void()> pressedOutside;
+    bool pressHeld = false;
     std::function<void(ScreenPoint)> menuBarItemActivated;
     std::vector<MenuBarCommand> menuBarCommands;
     std::optional<MenuBarLabel> label;
+    std::vector<NativeWindow> activated;
 };

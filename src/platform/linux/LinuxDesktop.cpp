@@ -1,6 +1,11 @@
 #include "platform/linux/LinuxDesktop.h"
 
+#include "platform/linux/OpenFile.h"
+
 #include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
 #include <QSocketNotifier>
 
 #include <sys/eventfd.h>
@@ -10,6 +15,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -73,6 +79,26 @@ void LinuxDesktop::terminate()
     // can refuse.
     QMetaObject::invokeMethod(
         &context, [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
+}
+
+void LinuxDesktop::openNewInstance(std::function<void()> done)
+{
+    // Returns once the executable has been started, or could not be.
+    std::ignore = QProcess::startDetached(QCoreApplication::applicationFilePath(), {});
+    QMetaObject::invokeMethod(&context, std::move(done), Qt::QueuedConnection);
+}
+
+// There is no such place in any desktop's settings. A page of the program's own says how things stand.
+void LinuxDesktop::openInputMonitoringSettings()
+{
+    const QDir program = QCoreApplication::applicationDirPath();
+    for (const char* share : { "../share", "share" }) {
+        const QString page = program.filePath(share) + "/doc/knucklet/input-monitoring.html";
+        if (QFileInfo::exists(page)) {
+            openFile(QDir::cleanPath(page));
+            return;
+        }
+    }
 }
 
 void LinuxDesktop::runObserversAtExit()

@@ -22,6 +22,8 @@ public:
 
     void onWillTerminate(std::function<void()> observer) override;
     void terminate() override;
+    void openNewInstance(std::function<void()> done) override;
+    void openInputMonitoringSettings() override;
 
 private:
     static void runObserversAtExit();

@@ -1,11 +1,14 @@
 #include "platform/Platform.h"
+#include "platform/linux/LinuxAppearance.h"
 #include "platform/linux/LinuxClock.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/LinuxFolders.h"
 #include "platform/linux/LinuxListenAccess.h"
 #include "platform/linux/LinuxLoginItem.h"
+#include "platform/linux/LinuxPanelHost.h"
 #include "platform/linux/LinuxSettings.h"
 #include "platform/linux/LinuxTimers.h"
+#include "platform/linux/LinuxWindowActivation.h"
 #include "platform/linux/StatusNotifierItem.h"
 #include "platform/linux/X11Input.h"
 
@@ -15,6 +18,7 @@ namespace {
 
 class LinuxPlatform final : public Platform {
 public:
+    Appearance& appearance() override { return portalSettings; }
     Clock& clock() override { return wallClock; }
     Desktop& desktop() override { return running; }
     EventTap& eventTap() override { return input.eventTap(); }
@@ -23,19 +27,24 @@ public:
     LoginItem& loginItem() override { return autostart; }
     MenuBarItem& menuBarItem() override { return item; }
     MouseMonitor& mouseMonitor() override { return input.mouseMonitor(); }
+    PanelHost& panelHost() override { return panel; }
     Settings& settings() override { return settingsFile; }
     Timers& timers() override { return loopTimers; }
+    WindowActivation& windowActivation() override { return windows; }
 
 private:
     X11Input input;
+    LinuxAppearance portalSettings { QDBusConnection::sessionBus() };
     LinuxClock wallClock;
     LinuxDesktop running { [this] { input.drain(); } };
     LinuxFolders userFolders;
     LinuxListenAccess access;
     LinuxLoginItem autostart;
     StatusNotifierItem item { QDBusConnection::sessionBus() };
+    LinuxPanelHost panel { input };
     LinuxSettings settingsFile;
     LinuxTimers loopTimers;
+    LinuxWindowActivation windows;
 };
 
 }

@@ -60,6 +60,12 @@ X11Input::X11Input()
 
 X11Input::~X11Input() = default;
 
+void X11Input::watchButtons(std::function<void(ButtonMove)> moved)
+{
+    buttonMoved = std::move(moved);
+    select();
+}
+
 void X11Input::drain()
 {
     if (!isConnected())
@@ -128,8 +134,7 @@ bool X11Input::serverReportsPresses()
 
 bool X11Input::isConnected() const { return notifier && !xcb_connection_has_error(connection.get()); }
 
-// Tells the server which presses to send: those that somebody asked for and no others, and never motion or
-// releases.
+// Tells the server what to send: what somebody asked for and nothing else, and never motion.
 void X11Input::select()
 {
     if (!isConnected())
@@ -143,9 +148,11 @@ void X11Input::select()
     } selection;
     if (wanted & eventMask(EventType::KeyDown))
         selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS;
-    if (wanted & mouseDownMask)
+    if (wanted & mouseDownMask || buttonMoved)
         selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+    if (buttonMoved)
+        selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
+    const xcb_window_t root = rootWindow(connection.get());
     // Waits for the server to have done so, so that whatever is pressed from here on is reported. An error
     // would mean that it is gone, which shows at the next read.
     const auto request = xcb_input_xi_select_events_checked(connection.get(), root, 1, &selection.head);
@@ -187,8 +194,14 @@ void X11Input::handle(const xcb_generic_event_t& event)
             deliver(EventType::KeyDown, Press(press.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT ? 1 : 0));
     } else if (generic.event_type == XCB_INPUT_RAW_BUTTON_PRESS) {
         const auto& press = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
-        if (const auto type = typeOfButton(press.detail))
+        if (const auto type = typeOfButton(press.detail)) {
             deliver(*type, Press(0));
+            tellOfButton(ButtonMove::Pressed);
+        }
+    } else if (generic.event_type == XCB_INPUT_RAW_BUTTON_RELEASE) {
+        const auto& release = reinterpret_cast<const xcb_input_raw_button_release_event_t&>(event);
+        if (typeOfButton(release.detail))
+            tellOfButton(ButtonMove::Released);
     }
 }
 
@@ -233,4 +246,11 @@ void X11Input::deliver(EventType type, const TapEvent& event)
         const auto handler = monitor->handler;
         handler();
     }
+}
+
+void X11Input::tellOfButton(ButtonMove move)
+{
+    // A copy, since the function may be replaced from within its call.
+    if (const auto tell = buttonMoved)
+        tell(move);
 }

@@ -24,8 +24,14 @@ public:
     X11Input& operator=(const X11Input&) = delete;
     ~X11Input() override;
 
+    enum class ButtonMove { Pressed, Released };
+
     EventTap& eventTap() { return *this; }
     MouseMonitor& mouseMonitor() { return *this; }
+
+    /// Calls at each press and release of a mouse button, the wheel left out, besides what is counted. One
+    /// function at a time; an empty one ends it, also from within the call.
+    void watchButtons(std::function<void(ButtonMove)> moved);
 
     /// Delivers all presses that the server has seen so far. For the moment before the last save.
     void drain();
@@ -59,12 +65,14 @@ private:
     void readKeyboard();
     bool counts(const xcb_input_raw_key_press_event_t& press) const;
     void deliver(EventType type, const TapEvent& event);
+    void tellOfButton(ButtonMove move);
 
     XcbConnection connection;
     std::unique_ptr<QSocketNotifier> notifier;
     std::uint8_t inputExtension = 0;
     std::optional<Tap> tap;
     std::optional<Monitor> monitor;
+    std::function<void(ButtonMove)> buttonMoved;
     KeyCodes uncounted;
     bool keyboardHasChanged = true;
 };

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 
 struct XcbDisconnect {
     void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
@@ -19,3 +20,9 @@ struct XcbFree {
 /// A reply or an event: whoever receives one frees it.
 template <typename T>
 using XcbReply = std::unique_ptr<T, XcbFree>;
+
+/// The root window of the first screen, which on every server of today is the only one.
+xcb_window_t rootWindow(xcb_connection_t* connection);
+
+/// Asks the server; XCB_ATOM_NONE when the connection has failed.
+xcb_atom_t atom(xcb_connection_t* connection, std::string_view name);

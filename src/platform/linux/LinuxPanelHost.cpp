@@ -1,0 +1,96 @@
+#include "platform/linux/LinuxPanelHost.h"
+
+#include "platform/linux/X11Input.h"
+#include "platform/linux/X11Windows.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <utility>
+
+namespace {
+
+/// How long after the release of a button a bar may take to report the click, in milliseconds. Measured:
+/// Xfce, Plasma and LXQt report it at once; a busy machine may be slower.
+constexpr qint64 clickDelay = 250;
+
+}
+
+LinuxPanelHost::LinuxPanelHost(X11Input& input)
+    : input(input)
+{
+}
+
+ScreenArea LinuxPanelHost::workArea(ScreenPoint place) const
+{
+    const auto* screen = QGuiApplication::screenAt({ place.x, place.y });
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    const QRect points = screen->geometry();
+    // The toolkit knows the bars only where there is one screen. Screens keep their origin when they are
+    // scaled; only their extent shrinks.
+    const qreal scale = screen->devicePixelRatio();
+    const QRect pixels(points.topLeft(), (QSizeF(points.size()) * scale).toSize());
+    const QRect free = withoutBars(pixels);
+    const auto toPoints
+        = [scale](int pixel, int origin) { return origin + qRound((pixel - origin) / scale); };
+    const int left = toPoints(free.left(), points.left());
+    const int top = toPoints(free.top(), points.top());
+    const int right = toPoints(free.left() + free.width(), points.left());
+    const int bottom = toPoints(free.top() + free.height(), points.top());
+    const QRect area = QRect(left, top, right - left, bottom - top).intersected(screen->availableGeometry());
+    return { area.x(), area.y(), area.width(), area.height() };
+}
+
+void LinuxPanelHost::prepare(NativeWindow panel) { keepAboveAndOutOfLists(panel); }
+
+void LinuxPanelHost::watchPressesOutside(std::function<void()> pressed)
+{
+    pressedOutside = std::move(pressed);
+    input.watchButtons([this](X11Input::ButtonMove move) {
+        if (move == X11Input::ButtonMove::Pressed)
+            buttonPressed();
+        else
+            buttonReleased();
+    });
+}
+
+void LinuxPanelHost::stopWatching()
+{
+    // The panel may have closed because the press gave the focus to another window. That press is on its way
+    // here.
+    if (pressedOutside)
+        input.drain();
+    pressedOutside = nullptr;
+    if (!isPressHeld)
+        input.watchButtons({});
+}
+
+bool LinuxPanelHost::isClickSpent() const
+{
+    return isPressHeld || (sinceRelease.isValid() && !sinceRelease.hasExpired(clickDelay));
+}
+
+void LinuxPanelHost::buttonPressed()
+{
+    if (!pressedOutside) {
+        // Another press before the release of the one that closed the panel: that release was missed.
+        isPressHeld = false;
+        input.watchButtons({});
+        return;
+    }
+    if (isPointerOverOwnWindow())
+        return;
+    isPressHeld = true;
+    // Closing the panel ends the watch, and with it this function.
+    std::exchange(pressedOutside, nullptr)();
+}
+
+void LinuxPanelHost::buttonReleased()
+{
+    if (!std::exchange(isPressHeld, false))
+        return;
+    sinceRelease.start();
+    if (!pressedOutside)
+        input.watchButtons({});
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "platform/PanelHost.h"
+
+#include <QRect>
+
+/// What is asked of an X server and its window manager about windows, on the toolkit's own connection.
+/// Nothing happens, and nothing is found, where the program does not run on an X server.
+
+/// Keeps a window above others and out of task bars and pagers. Before it is shown: the window manager reads
+/// this when the window comes up.
+void keepAboveAndOutOfLists(NativeWindow window);
+
+/// Whether the pointer is over a window of this process.
+bool isPointerOverOwnWindow();
+
+/// What is left of a screen without the bars along its edges; in pixels, as is the screen.
+QRect withoutBars(const QRect& screen);
