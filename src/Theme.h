@@ -1,7 +1,49 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+
+/// A color in sRGB or, without components, the primary text color of the moment, which follows light and
+/// dark.
+struct ThemeColor {
+    struct Components {
+        double red = 0;
+        double green = 0;
+        double blue = 0;
+
+        bool operator==(const Components&) const = default;
+    };
+
+    constexpr ThemeColor withOpacity(double newOpacity) const { return { components, newOpacity }; }
+
+    bool operator==(const ThemeColor&) const = default;
+
+    std::optional<Components> components;
+    double opacity = 1;
+};
+
+/// The two accents differ in red and blue only.
+constexpr ThemeColor accentColor(double red, double blue)
+{
+    return { .components = ThemeColor::Components { .red = red, .green = 0.72, .blue = blue } };
+}
+
+/// The colors that the program's views share.
+struct Theme {
+    Theme() = delete;
+
+    /// Everything about key presses.
+    static constexpr ThemeColor keyAccent = accentColor(0.98, 0.25);
+    /// Everything about clicks.
+    static constexpr ThemeColor clickAccent = accentColor(0.30, 0.70);
+    /// The bar of a day without activity.
+    static constexpr ThemeColor barEmpty { .components = {}, .opacity = 0.08 };
+
+    static constexpr ThemeColor primary {};
+    /// Faint enough to stand back, dark enough to keep a contrast of 4.5:1 also on the banners.
+    static constexpr ThemeColor secondary { .components = {}, .opacity = 0.65 };
+};
 
 /// The short form of a count: 999, 1.2k, 3.4M. Always with a full stop and one digit after it, whatever the
 /// locale. The unit is chosen before rounding, so 999,950 is "1000.0k".

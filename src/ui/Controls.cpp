@@ -1,0 +1,395 @@
+#include "ui/Controls.h"
+
+#include "ui/Shapes.h"
+#include "ui/Stack.h"
+#include "ui/Symbols.h"
+
+#include <QCheckBox>
+#include <QFontMetricsF>
+#include <QLabel>
+#include <QPushButton>
+#include <QStyle>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace {
+
+constexpr int iconSpacing = 6;
+
+/// A filled box with a hairline border just inside its edge.
+void drawBox(
+    QPainter& painter, const QRectF& box, double cornerRadius, const QColor& fill, const QColor& border)
+{
+    painter.fillPath(continuousRect(box, cornerRadius), fill);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(border, 1));
+    painter.drawPath(continuousRect(box.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius - 0.5));
+}
+
+/// The whole points that a line of text needs. Without them it would be truncated for the part of a point
+/// that is missing.
+int textWidth(const QWidget& widget, const QString& text)
+{
+    return static_cast<int>(std::ceil(QFontMetricsF(widget.font()).horizontalAdvance(text)));
+}
+
+/// Text on one line, truncated at its end, or wrapped. It is aligned as the widget reads and written as the
+/// text itself does, so that English in a mirrored window keeps its full stop at its end.
+void drawText(QPainter& painter, const QWidget& widget, const QRect& box, int flags, const QString& text)
+{
+    const bool wraps = flags & Qt::TextWordWrap;
+    const bool fits = wraps || textWidth(widget, text) <= box.width();
+    const auto shown = fits ? text : widget.fontMetrics().elidedText(text, Qt::ElideRight, box.width());
+    const Qt::Alignment alignment(flags & (Qt::AlignHorizontal_Mask | Qt::AlignVertical_Mask));
+    const int lines = wraps ? Qt::TextWordWrap : Qt::TextSingleLine;
+    painter.setLayoutDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
+    painter.drawText(
+        box, QStyle::visualAlignment(widget.layoutDirection(), alignment) | Qt::AlignAbsolute | lines, shown);
+}
+
+class Label final : public QLabel {
+public:
+    Label() { setTextFormat(Qt::PlainText); }
+
+    void show(const QString& newText, int newFlags)
+    {
+        if (flags != newFlags) {
+            flags = newFlags;
+            const bool wraps = flags & Qt::TextWordWrap;
+            setWordWrap(wraps);
+            auto policy = sizePolicy();
+            policy.setHorizontalPolicy(wraps ? QSizePolicy::Expanding : QSizePolicy::Maximum);
+            setSizePolicy(policy);
+            update();
+        }
+        if (text() != newText)
+            setText(newText);
+    }
+
+    QSize sizeHint() const override
+    {
+        if (wordWrap())
+            return QLabel::sizeHint();
+        return { textWidth(*this, text()), fontMetrics().height() };
+    }
+
+    QSize minimumSizeHint() const override
+    {
+        if (wordWrap())
+            return QLabel::minimumSizeHint();
+        const auto whole = sizeHint();
+        return { std::min(whole.width(), textWidth(*this, "…")), whole.height() };
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        drawText(painter, *this, rect(), flags, text());
+    }
+
+private:
+    int flags = 0;
+};
+
+/// A symbol as its widget shows it: as high as the widget's font asks for.
+class Symbol final {
+public:
+    /// Whether it is another one than before.
+    bool setName(const QString& newName)
+    {
+        if (name == newName)
+            return false;
+        name = newName;
+        aspect = symbolAspect(name);
+        return true;
+    }
+
+    QSize size(const QWidget& widget) const
+    {
+        // Capitals stand well beside a symbol that is a little higher than their font.
+        const double height = std::round(1.2 * widget.font().pixelSize());
+        return QSizeF(height * aspect, height).toSize();
+    }
+
+    void paint(QPainter& painter, const QWidget& widget, const QColor& color) const
+    {
+        const auto box = QStyle::alignedRect(
+            widget.layoutDirection(), Qt::AlignCenter, size(widget), widget.contentsRect());
+        painter.drawPixmap(box.topLeft(), symbolPixmap(name, box.size(), color, widget.devicePixelRatioF()));
+    }
+
+private:
+    QString name;
+    double aspect = 1;
+};
+
+class SymbolIcon final : public QWidget {
+public:
+    SymbolIcon() { setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed); }
+
+    void show(const QString& name)
+    {
+        if (!symbol.setName(name))
+            return;
+        updateGeometry();
+        update();
+    }
+
+    // As high as a line of its font, so that it never makes a row higher than its text does.
+    QSize sizeHint() const override { return symbol.size(*this).expandedTo({ 0, fontMetrics().height() }); }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        symbol.paint(painter, *this, palette().color(QPalette::WindowText));
+    }
+
+private:
+    Symbol symbol;
+};
+
+class Button final : public QPushButton {
+public:
+    Button()
+    {
+        setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+        setAttribute(Qt::WA_Hover);
+        setAutoDefault(false);
+        connect(this, &QPushButton::clicked, this, [this] { action(); });
+    }
+
+    void show(const QString& newText, std::function<void()> newAction)
+    {
+        if (text() != newText)
+            setText(newText);
+        action = std::move(newAction);
+    }
+
+    QSize sizeHint() const override { return { textWidth(*this, text()) + 20, fontMetrics().height() + 6 }; }
+
+    QSize minimumSizeHint() const override { return { 20, sizeHint().height() }; }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const QRectF box = rect();
+        drawBox(painter, box, cornerRadius, palette().color(isDown() ? QPalette::Midlight : QPalette::Button),
+            palette().color(QPalette::Mid));
+        painter.setPen(palette().color(QPalette::ButtonText));
+        drawText(painter, *this, rect().adjusted(6, 0, -6, 0), Qt::AlignCenter, text());
+    }
+
+private:
+    static constexpr double cornerRadius = 5;
+
+    std::function<void()> action;
+};
+
+class SymbolButton final : public QPushButton {
+public:
+    SymbolButton()
+    {
+        setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+        setAttribute(Qt::WA_Hover);
+        setAutoDefault(false);
+        connect(this, &QPushButton::clicked, this, [this] { action(); });
+    }
+
+    void show(const QString& name, std::function<void()> newAction)
+    {
+        action = std::move(newAction);
+        if (!symbol.setName(name))
+            return;
+        updateGeometry();
+        update();
+    }
+
+    QSize sizeHint() const override { return symbol.size(*this).grownBy(contentsMargins()); }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        auto color = palette().color(QPalette::WindowText);
+        if (isDown() || underMouse())
+            color.setAlphaF(1);
+        symbol.paint(painter, *this, color);
+    }
+
+private:
+    Symbol symbol;
+    std::function<void()> action;
+};
+
+class CheckBox final : public QCheckBox {
+public:
+    CheckBox()
+    {
+        setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+        setAttribute(Qt::WA_Hover);
+        // Comes from the mouse, the keyboard and from assistive programs, which never click.
+        connect(this, &QCheckBox::toggled, this, [this](bool isOn) {
+            if (isOn == shown)
+                return;
+            shown = isOn;
+            action(isOn);
+        });
+    }
+
+    void show(const QString& newText, bool isOn, std::function<void(bool)> newAction)
+    {
+        if (text() != newText)
+            setText(newText);
+        action = std::move(newAction);
+        shown = isOn;
+        setChecked(isOn);
+    }
+
+    QSize sizeHint() const override
+    {
+        return { boxSize + iconSpacing + textWidth(*this, text()),
+            std::max(boxSize, fontMetrics().height()) };
+    }
+
+    QSize minimumSizeHint() const override { return { boxSize, sizeHint().height() }; }
+
+protected:
+    bool hitButton(const QPoint& position) const override { return rect().contains(position); }
+
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const auto inside = rect();
+        const QRect place(inside.left(), inside.top() + (inside.height() - boxSize) / 2, boxSize, boxSize);
+        paintBox(painter, QStyle::visualRect(layoutDirection(), inside, place));
+
+        const auto text = inside.adjusted(boxSize + iconSpacing, 0, 0, 0);
+        painter.setPen(palette().color(QPalette::WindowText));
+        drawText(painter, *this, QStyle::visualRect(layoutDirection(), inside, text),
+            Qt::AlignLeft | Qt::AlignVCenter, this->text());
+    }
+
+private:
+    void paintBox(QPainter& painter, const QRectF& box) const
+    {
+        const auto accent = palette().color(QPalette::Highlight);
+        if (isChecked()) {
+            painter.fillPath(continuousRect(box, cornerRadius), isDown() ? accent.darker(115) : accent);
+            QPen pen(palette().color(QPalette::HighlightedText), 1.8);
+            pen.setCapStyle(Qt::RoundCap);
+            pen.setJoinStyle(Qt::RoundJoin);
+            painter.setPen(pen);
+            const auto corner = box.topLeft();
+            painter.drawPolyline(QPolygonF {
+                { corner + QPointF(3.6, 7.4), corner + QPointF(6, 9.9), corner + QPointF(10.4, 4.4) } });
+        } else {
+            drawBox(painter, box, cornerRadius,
+                palette().color(isDown() ? QPalette::Midlight : QPalette::Base),
+                palette().color(QPalette::Mid));
+        }
+    }
+
+    static constexpr int boxSize = 14;
+    static constexpr double cornerRadius = 4;
+
+    /// What the model says; the box itself changes first when it is clicked.
+    bool shown = false;
+    std::function<void(bool)> action;
+};
+
+class Divider final : public QWidget {
+public:
+    Divider() { setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed); }
+
+    QSize sizeHint() const override { return { 0, 1 }; }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter(this).fillRect(rect(), palette().color(QPalette::WindowText));
+    }
+};
+
+}
+
+View row(Views children, StackLook look)
+{
+    const auto alignment = look.alignment ? look.alignment : Qt::AlignVCenter;
+    return View::ofStack(
+        [=](Stack& stack) {
+            stack.setLayoutLook({ QBoxLayout::LeftToRight, look.spacing, alignment });
+        },
+        std::move(children));
+}
+
+View column(Views children, StackLook look)
+{
+    const auto alignment = look.alignment ? look.alignment : Qt::AlignLeft;
+    return View::ofStack(
+        [=](Stack& stack) {
+            stack.setLayoutLook({ QBoxLayout::TopToBottom, look.spacing, alignment });
+        },
+        std::move(children));
+}
+
+View label(const QString& text, Qt::Alignment alignment)
+{
+    const int flags = static_cast<int>(alignment.toInt()) | Qt::AlignVCenter;
+    return View::of<Label>([text, flags](Label& label) { label.show(text, flags); });
+}
+
+View paragraph(const QString& text)
+{
+    const int flags = Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap;
+    return View::of<Label>([text, flags](Label& label) { label.show(text, flags); });
+}
+
+View symbol(const QString& name)
+{
+    return View::of<SymbolIcon>([name](SymbolIcon& icon) { icon.show(name); });
+}
+
+View iconLabel(const QString& symbolName, const QString& text)
+{
+    return row({ symbol(symbolName), label(text) }, { .spacing = iconSpacing });
+}
+
+View button(const QString& text, std::function<void()> action)
+{
+    return View::of<Button>([text, action = std::move(action)](Button& button) {
+        button.show(text, action);
+    }).font(11, QFont::Medium);
+}
+
+View symbolButton(const QString& symbolName, const QString& name, std::function<void()> action)
+{
+    return View::of<SymbolButton>(
+        [symbolName, action = std::move(action)](SymbolButton& button) { button.show(symbolName, action); })
+        .help(name)
+        .read(name);
+}
+
+View toggle(const QString& text, bool isOn, std::function<void(bool)> action)
+{
+    return View::of<CheckBox>(
+        [text, isOn, action = std::move(action)](CheckBox& box) { box.show(text, isOn, action); });
+}
+
+View spacer()
+{
+    return View::of<Spacer>([](Spacer&) {});
+}
+
+View divider()
+{
+    return View::of<Divider>([](Divider&) {}).color(Theme::primary.withOpacity(0.1));
+}

@@ -1,0 +1,45 @@
+#include "ui/FocusRing.h"
+
+#include "ui/Shapes.h"
+
+#include <QApplication>
+#include <QPainter>
+
+namespace {
+
+constexpr int thickness = 3;
+
+}
+
+FocusRing::FocusRing(QWidget* parent)
+    : QWidget(parent)
+{
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    hide();
+    connect(qApp, &QApplication::focusChanged, this, &FocusRing::follow);
+}
+
+void FocusRing::follow()
+{
+    const auto* focus = QApplication::focusWidget();
+    const bool isInside = focus && parentWidget()->isAncestorOf(focus);
+    if (!isInside || !window()->testAttribute(Qt::WA_KeyboardFocusChange)) {
+        hide();
+        return;
+    }
+    const auto control = focus->contentsRect().translated(focus->mapTo(parentWidget(), QPoint()));
+    setGeometry(control.adjusted(-thickness, -thickness, thickness, thickness));
+    raise();
+    show();
+}
+
+void FocusRing::paintEvent(QPaintEvent*)
+{
+    auto color = palette().color(QPalette::Highlight);
+    color.setAlphaF(0.6F);
+    constexpr double half = thickness / 2.0;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(color, thickness));
+    painter.drawPath(continuousRect(QRectF(rect()).adjusted(half, half, -half, -half), 5 + half));
+}
