@@ -1,0 +1,73 @@
+#pragma once
+
+#include "StatsStore.h"
+#include "Theme.h"
+#include "ui/View.h"
+
+#include <QCoreApplication>
+#include <QString>
+
+#include <cstdint>
+#include <vector>
+
+class AppState;
+class Clock;
+class DateTexts;
+class Desktop;
+class ListenAccess;
+
+/// A caption and, below it, a big number.
+struct StatTile {
+    QString title;
+    std::int64_t value = 0;
+    QString symbol;
+    ThemeColor color;
+
+    View body() const;
+};
+
+/// The last days as bars, key presses above clicks, each with its weekday.
+struct WeekChart {
+    std::vector<StatsStore::Day> days;
+    const DateTexts& dates;
+
+    View body() const;
+
+    /// The greatest total of a day, or 1.
+    std::int64_t scale() const;
+    /// How high the part of a bar is that stands for so many presses.
+    static double segmentHeight(std::int64_t count, std::int64_t scale);
+
+private:
+    View day(const StatsStore::Day& day, std::int64_t scale) const;
+
+    Q_DECLARE_TR_FUNCTIONS(WeekChart)
+};
+
+/// The panel: today's counts, the week, the totals, and the program's few controls.
+struct StatsView {
+    AppState& state;
+    const Clock& clock;
+    const DateTexts& dates;
+    ListenAccess& listenAccess;
+    Desktop& desktop;
+
+    View body() const;
+
+private:
+    View header() const;
+    View tiles() const;
+    View banner() const;
+    View permissionBanner() const;
+    View relaunchBanner() const;
+    View footerStats() const;
+    View allTime() const;
+    View bestDay() const;
+    View controls() const;
+    View buttons() const;
+
+    /// "Nov 15" for "2026-11-15"; a key that is no day stays as it is.
+    QString shortDate(const std::string& day) const;
+
+    Q_DECLARE_TR_FUNCTIONS(StatsView)
+};
