@@ -1,9 +1,16 @@
 #include "KnuckletApp.h"
 
 #include "PanelWindow.h"
+#include "StatsView.h"
 #include "Theme.h"
+#include "platform/Appearance.h"
 #include "platform/Desktop.h"
+#include "platform/PanelHost.h"
 #include "platform/Platform.h"
+#include "ui/Look.h"
+#include "ui/View.h"
+
+#include <QApplication>
 
 #include <memory>
 #include <string>
@@ -36,7 +43,7 @@ WindowFactories windowFactories()
 KnuckletApp::KnuckletApp(Platform& platform)
     : platform(platform)
     , state(platform, windowFactories())
-    , observation(state.observe([this] { modelChanged(); }))
+    , modelObservation(state.observe([this] { modelChanged(); }))
 {
     platform.menuBarItem().setLabel(menuBarLabel(state));
     platform.menuBarItem().install([this](ScreenPoint place) { togglePanel(place); },
@@ -48,41 +55,64 @@ KnuckletApp::KnuckletApp(Platform& platform)
 
 KnuckletApp::~KnuckletApp() = default;
 
-// A burst of input changes the model thousands of times in one turn of the event loop; what shows follows
-// once.
 void KnuckletApp::modelChanged()
 {
-    if (updateIsPending)
+    if (panelContent)
+        panelContent->invalidate();
+    // A burst of input changes the model thousands of times in one turn of the event loop; the label follows
+    // once.
+    if (labelIsPending)
         return;
-    updateIsPending = true;
+    labelIsPending = true;
     platform.timers().callLater([weak = std::weak_ptr(self)] {
         if (const auto app = weak.lock())
-            app->updateWhatShows();
+            app->updateLabel();
     });
 }
 
-void KnuckletApp::updateWhatShows()
+void KnuckletApp::updateLabel()
 {
-    updateIsPending = false;
+    labelIsPending = false;
     platform.menuBarItem().setLabel(menuBarLabel(state));
-    if (panel)
-        panel->setCounts(state.todayKeys, state.todayClicks);
 }
 
 void KnuckletApp::togglePanel(ScreenPoint place)
 {
     if (panel && panel->isVisible())
         panel->hide();
-    else
+    else if (!platform.panelHost().isClickSpent())
         openPanel(place);
 }
 
 void KnuckletApp::openPanel(ScreenPoint place)
 {
     if (!panel)
-        panel = std::make_unique<PanelWindow>();
-    panel->setCounts(state.todayKeys, state.todayClicks);
-    panel->openBeside({ place.x, place.y });
+        makePanel();
+    panel->openBeside(place);
+}
+
+// Made at the first opening and kept: fonts, formatters and widgets would cost a program that is never opened
+// four megabytes for nothing.
+void KnuckletApp::makePanel()
+{
+    loadFonts();
+    applyAppearance();
+    appearanceObservation = platform.appearance().observe([this] { applyAppearance(); });
+    dates = std::make_unique<DateTexts>(DateTexts::forUser());
+    QApplication::setLayoutDirection(dates->isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
+
+    auto content = std::make_unique<Host>([this] {
+        return StatsView { state, platform.clock(), *dates, platform.listenAccess(), platform.desktop() }
+            .body();
+    });
+    panelContent = content.get();
+    panel
+        = std::make_unique<PanelWindow>(content.release(), platform.panelHost(), platform.windowActivation());
+}
+
+void KnuckletApp::applyAppearance()
+{
+    applyLook(platform.appearance().colorScheme(), platform.appearance().motion());
 }
 
 MenuBarLabel menuBarLabel(const AppState& state)

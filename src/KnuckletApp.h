@@ -1,10 +1,12 @@
 #pragma once
 
 #include "AppState.h"
+#include "DateTexts.h"
 #include "platform/MenuBarItem.h"
 
 #include <memory>
 
+class Host;
 class PanelWindow;
 
 /// The application: the one model, its item in the menu bar, and the panel under it.
@@ -18,15 +20,21 @@ public:
 
 private:
     void modelChanged();
-    void updateWhatShows();
+    void updateLabel();
     void togglePanel(ScreenPoint place);
     void openPanel(ScreenPoint place);
+    void makePanel();
+    void applyAppearance();
 
     Platform& platform;
     AppState state;
+    std::unique_ptr<const DateTexts> dates;
     std::unique_ptr<PanelWindow> panel;
-    bool updateIsPending = false;
-    Observers::Subscription observation;
+    /// The panel's content, which belongs to the panel.
+    Host* panelContent = nullptr;
+    bool labelIsPending = false;
+    Observers::Subscription modelObservation;
+    Observers::Subscription appearanceObservation;
     std::shared_ptr<KnuckletApp> self { this, [](KnuckletApp*) {} };
 };
 

@@ -1,30 +1,41 @@
 #pragma once
 
+#include "platform/MenuBarItem.h"
+
 #include <QWidget>
 
-#include <cstdint>
+#include <optional>
 
-class QLabel;
+class PanelHost;
+class WindowActivation;
 
-/// The panel that opens beside the menu-bar item. It closes on Escape and when another window becomes active.
+/// The panel that opens beside the menu-bar item. It takes the size of its content, also while that grows or
+/// shrinks, and closes on Escape, on a press outside, and when another window becomes active.
 class PanelWindow final : public QWidget {
     Q_OBJECT
 
 public:
-    PanelWindow();
+    /// The content becomes a child; the services must outlive the panel.
+    PanelWindow(QWidget* content, PanelHost& panelHost, WindowActivation& activation);
 
-    void setCounts(std::int64_t keys, std::int64_t clicks);
-    /// Shows the panel as close to the place as its screen allows, wholly within the work area.
-    void openBeside(QPoint place);
+    /// Opens as close to the place as its screen allows, wholly within the work area.
+    void openBeside(ScreenPoint newPlace);
 
 protected:
     bool event(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
-    QLabel* keysLabel;
-    QLabel* clicksLabel;
+    void moveIntoPlace();
+
+    PanelHost& panelHost;
+    WindowActivation& activation;
+    ScreenPoint place;
 };
 
-/// Where a window of this size opens so that it stands beside a place on the edge of a screen: within the
-/// work area, and centered on the place as far as that allows. All in points.
-QPoint placeBeside(QPoint place, QSize size, QRect workArea);
+/// Where a window of this size opens so that it stands beside a place: at the edge of the work area that is
+/// nearest to it on its screen, centered on the place as far as the work area allows. All in points.
+QPoint placeBeside(QPoint place, QSize size, const QRect& screen, const QRect& workArea);

@@ -133,7 +133,7 @@ void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea()
     QFETCH(const QPoint, place);
     QFETCH(const QPoint, corner);
 
-    QCOMPARE(placeBeside(place, QSize(300, 100), QRect(0, 28, 1280, 772)), corner);
+    QCOMPARE(placeBeside(place, QSize(300, 100), QRect(0, 0, 1280, 800), QRect(0, 28, 1280, 772)), corner);
 }
 
 QTEST_MAIN(KnuckletAppTest)
