@@ -17,11 +17,17 @@ constexpr uid_t nobody = 65534;
 
 bool isRoot() { return geteuid() == 0; }
 
+/// Ends the process, and not by the signal that tests expect of a child.
+[[noreturn]] void giveUp()
+{
+    raise(SIGKILL);
+    _exit(1);
+}
+
 void require(bool isSo)
 {
-    // Not by the signal that tests expect of a child.
     if (!isSo)
-        raise(SIGKILL);
+        giveUp();
 }
 
 [[noreturn]] void runChild(const std::function<std::string()>& function, RunAs runAs, int answerPipe)
@@ -33,9 +39,14 @@ void require(bool isSo)
     if (runAs == RunAs::OrdinaryUser && isRoot())
         require(setgroups(0, nullptr) == 0 && setgid(nobody) == 0 && setuid(nobody) == 0);
 
-    const auto answer = function();
-    require(write(answerPipe, answer.data(), answer.size()) == static_cast<ssize_t>(answer.size()));
-    _exit(0);
+    try {
+        const auto answer = function();
+        require(write(answerPipe, answer.data(), answer.size()) == static_cast<ssize_t>(answer.size()));
+        _exit(0);
+    } catch (...) {
+        // It must not reach the test's own loop, which would go on with the other tests in the child.
+        giveUp();
+    }
 }
 
 std::string readToEnd(int descriptor)
