@@ -179,7 +179,7 @@ void AtomicFileFaultTest::aFaultLeavesTheOldFileOrTheNewOne()
     const int openDescriptors = calls->openDescriptors();
     calls.reset();
 
-    const auto failed = names.at(fault.call);
+    const auto& failed = names.at(fault.call);
     const bool isHarmless = failed == "remove" || (failed == "write" && fault.error == EINTR);
     const auto renaming = std::ranges::find(names, "rename") - names.begin();
     const bool isAfterRenaming = static_cast<std::ptrdiff_t>(fault.call) > renaming;

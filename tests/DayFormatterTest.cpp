@@ -194,7 +194,8 @@ void DayFormatterTest::everySpanAroundEveryClockChangeIsRight()
                 const auto fault = faultOfSpan(formatter, moment);
 
                 const auto at = std::to_string(moment.time_since_epoch().count());
-                QVERIFY2(fault.empty(), ("the span of " + at + " in " + zone + ' ' + fault).c_str());
+                QVERIFY2(fault.empty(),
+                    std::string(zone).append(", span of ").append(at).append(" ").append(fault).c_str());
             }
             QVERIFY(formatter.span(change - 1ms).end <= change);
             QVERIFY(formatter.span(change).begin >= change);

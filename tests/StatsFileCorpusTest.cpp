@@ -62,10 +62,10 @@ void StatsFileCorpusTest::bothReadersAgreeWhereverTheTextIsTorn()
     QFETCH(const std::string, text);
 
     for (std::size_t length = 0; length < text.size(); ++length) {
-        const auto torn = text.substr(0, length);
+        auto torn = text.substr(0, length);
         const auto difference = ::difference(torn);
 
-        QVERIFY2(difference.empty(), (torn + ' ' + difference).c_str());
+        QVERIFY2(difference.empty(), torn.append(" ").append(difference).c_str());
     }
 }
 
@@ -83,7 +83,7 @@ void StatsFileCorpusTest::bothReadersAgreeWhicheverByteIsWrong()
             wrong[i] = byte;
             const auto difference = ::difference(wrong);
 
-            QVERIFY2(difference.empty(), (wrong + ' ' + difference).c_str());
+            QVERIFY2(difference.empty(), wrong.append(" ").append(difference).c_str());
         }
     }
 }

@@ -33,6 +33,7 @@ constexpr auto least = std::numeric_limits<std::int64_t>::min();
 std::vector<std::string> keysOf(const std::vector<StatsStore::Day>& days)
 {
     std::vector<std::string> keys;
+    keys.reserve(days.size());
     for (const auto& day : days)
         keys.push_back(day.day);
     return keys;

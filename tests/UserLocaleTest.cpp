@@ -16,10 +16,11 @@ void setLocale(const char* all, const char* time, const char* numeric, const cha
         { "LANG", lang },
     } };
     for (const auto& [name, value] : variables) {
-        if (value)
+        if (value) {
             qputenv(name, value);
-        else
+        } else {
             qunsetenv(name);
+        }
     }
 }
 

@@ -55,6 +55,7 @@ void noteDescriptors(int change)
 } // namespace
 
 // What the linker puts in the place of each call, and the name it gives to the real one.
+// NOLINTBEGIN(readability-identifier-naming)
 extern "C" {
 
 int __real_open(const char* path, int flags, ...);
@@ -141,6 +142,7 @@ ssize_t __wrap_write(int descriptor, const void* buffer, size_t size)
     return kind ? -1 : __real_write(descriptor, buffer, size);
 }
 }
+// NOLINTEND(readability-identifier-naming)
 
 FaultyCalls::FaultyCalls() { watch.emplace(); }
 
