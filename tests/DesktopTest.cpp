@@ -128,6 +128,7 @@ private slots:
     void everyPressOfABurstAcrossMidnightIsInTheFile();
     void everyOrderlyEndSaves_data();
     void everyOrderlyEndSaves();
+    void aServerThatDoesNotAnswerDoesNotKeepItFromSaving();
     void theNextRunContinuesTheDay();
     void theProgramSaysNothing();
 
@@ -365,6 +366,21 @@ void DesktopTest::everyOrderlyEndSaves()
         QVERIFY(knucklet.awaitEnd());
     }
     QCOMPARE(savedCounts(*desktop), (Counts { 200, 50 }));
+}
+
+void DesktopTest::aServerThatDoesNotAnswerDoesNotKeepItFromSaving()
+{
+    RunningKnucklet knucklet(*desktop, program);
+    QVERIFY(knucklet.awaitItem());
+    typeAndClick(*injector, 1);
+    QTRY_VERIFY2(knucklet.toolTip().contains("20 keys · 5 clicks"), qPrintable(knucklet.toolTip()));
+
+    desktop->freezeServer();
+    ::kill(static_cast<pid_t>(knucklet.processId()), SIGTERM);
+
+    QTRY_COMPARE(savedCounts(*desktop), (Counts { 20, 5 }));
+    desktop->thawServer();
+    QVERIFY(knucklet.awaitEnd());
 }
 
 void DesktopTest::theNextRunContinuesTheDay()

@@ -232,6 +232,10 @@ void VirtualDesktop::killServer()
     processes.front()->waitForFinished();
 }
 
+void VirtualDesktop::freezeServer() { ::kill(static_cast<pid_t>(processes.front()->processId()), SIGSTOP); }
+
+void VirtualDesktop::thawServer() { ::kill(static_cast<pid_t>(processes.front()->processId()), SIGCONT); }
+
 bool VirtualDesktop::makeFolders()
 {
     const QString runtime = folder() + "/runtime";

@@ -58,6 +58,9 @@ public:
 
     /// Ends the X server at once and without notice, as a crash of it would.
     void killServer();
+    /// The X server stops answering, and goes on where it was.
+    void freezeServer();
+    void thawServer();
 
 private:
     bool makeFolders();

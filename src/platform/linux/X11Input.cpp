@@ -1,12 +1,19 @@
 #include "platform/linux/X11Input.h"
 
+#include <QDeadlineTimer>
 #include <QSocketNotifier>
 
+#include <poll.h>
+#include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 
 #include <utility>
 
 namespace {
+
+/// How long the server may take to answer before the last save, in milliseconds. A round trip takes a tenth
+/// of one.
+constexpr int drainPatience = 1000;
 
 // There is only ever one of each.
 constexpr EventTapId theTap { 1 };
@@ -71,10 +78,24 @@ void X11Input::drain()
     if (!isConnected())
         return;
 
-    // What has already arrived comes first: once a round trip has failed, its events can no longer be had.
+    // What has already arrived comes first: once the connection has failed, its events can no longer be had.
     dispatch();
-    const XcbReply<xcb_get_input_focus_reply_t> answer(
-        xcb_get_input_focus_reply(connection.get(), xcb_get_input_focus(connection.get()), nullptr));
+    // A round trip: what the server sent before its answer has arrived by then. A server that does not
+    // answer, frozen or at the other end of a dead line, must not keep the program from saving.
+    const unsigned int request = xcb_get_input_focus(connection.get()).sequence;
+    xcb_flush(connection.get());
+    const QDeadlineTimer deadline(drainPatience);
+    void* answer = nullptr;
+    xcb_generic_error_t* error = nullptr;
+    while (!xcb_poll_for_reply(connection.get(), request, &answer, &error)) {
+        pollfd socket { xcb_get_file_descriptor(connection.get()), POLLIN, 0 };
+        if (poll(&socket, 1, static_cast<int>(deadline.remainingTime())) <= 0) {
+            xcb_discard_reply(connection.get(), request);
+            break;
+        }
+    }
+    const XcbReply<void> freedAnswer(answer);
+    const XcbReply<void> freedError(error);
     dispatch();
 }
 

@@ -33,7 +33,8 @@ public:
     /// function at a time; an empty one ends it, also from within the call.
     void watchButtons(std::function<void(ButtonMove)> moved);
 
-    /// Delivers all presses that the server has seen so far. For the moment before the last save.
+    /// Delivers all presses that the server has seen so far. Takes a second at most, when the server does not
+    /// answer.
     void drain();
 
 private:
