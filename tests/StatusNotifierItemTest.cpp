@@ -122,14 +122,16 @@ class Watcher final : public QObject {
     Q_PROPERTY(bool IsStatusNotifierHostRegistered READ isHostRegistered)
 
 public:
-    explicit Watcher(const QString& address)
-        : connection(QDBusConnection::connectToBus(address, "watcher"))
+    /// Takes the name from a watcher that has it.
+    explicit Watcher(const QString& address, const QString& name = "watcher")
+        : connection(QDBusConnection::connectToBus(address, name))
     {
         connection.registerObject("/StatusNotifierWatcher", this,
             QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties);
-        connection.registerService("org.kde.StatusNotifierWatcher");
+        connection.interface()->registerService("org.kde.StatusNotifierWatcher",
+            QDBusConnectionInterface::ReplaceExistingService, QDBusConnectionInterface::AllowReplacement);
     }
-    ~Watcher() override { QDBusConnection::disconnectFromBus("watcher"); }
+    ~Watcher() override { QDBusConnection::disconnectFromBus(connection.name()); }
 
     /// Some hosts never say that they are there.
     bool isHostRegistered() const { return false; }
@@ -181,6 +183,7 @@ private slots:
     void itRegistersWithTheWatcherThatIsThere();
     void itRegistersWithAWatcherThatComesLater();
     void itRegistersAgainWithEachNewWatcher();
+    void itRegistersWithAWatcherThatTakesOver();
     void withoutABusItRunsOn();
 
     void hostsReadWhatItIs();
@@ -320,6 +323,17 @@ void StatusNotifierItemTest::itRegistersAgainWithEachNewWatcher()
         const Watcher watcher(bus->address());
         QTRY_COMPARE(watcher.registered, QStringList(itemService()));
     }
+}
+
+void StatusNotifierItemTest::itRegistersWithAWatcherThatTakesOver()
+{
+    const Watcher first(bus->address());
+    install();
+    QTRY_COMPARE(first.registered, QStringList(itemService()));
+
+    const Watcher second(bus->address(), "second watcher");
+
+    QTRY_COMPARE(second.registered, QStringList(itemService()));
 }
 
 void StatusNotifierItemTest::withoutABusItRunsOn()

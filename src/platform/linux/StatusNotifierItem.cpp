@@ -104,10 +104,14 @@ void StatusNotifierItem::install(
     bus.registerService(itemName());
 
     watcher.setConnection(bus);
-    watcher.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
+    // Not only the name's coming: it may pass from one watcher straight to the next.
+    watcher.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
     watcher.addWatchedService(watcherName);
-    QObject::connect(
-        &watcher, &QDBusServiceWatcher::serviceRegistered, &watcher, [this] { registerWithWatcher(); });
+    QObject::connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, &watcher,
+        [this](const QString&, const QString&, const QString& owner) {
+            if (!owner.isEmpty())
+                registerWithWatcher();
+        });
     registerWithWatcher();
 }
 
