@@ -48,6 +48,7 @@ private slots:
     void anExistingFileIsReplaced();
     void anExistingFileKeepsItsPermissions_data();
     void anExistingFileKeepsItsPermissions();
+    void aFileThatItsOwnerCouldNotReadBecomesReadable();
     void theOldFileStaysOpenToThoseWhoReadIt();
     void aSymbolicLinkStaysAndItsTargetIsReplaced_data();
     void aSymbolicLinkStaysAndItsTargetIsReplaced();
@@ -203,6 +204,18 @@ void AtomicFileTest::anExistingFileKeepsItsPermissions()
 
     QVERIFY(isReplaced);
     QCOMPARE(permissionsOf(file), permissions);
+}
+
+// The program would otherwise find nothing at its next start.
+void AtomicFileTest::aFileThatItsOwnerCouldNotReadBecomesReadable()
+{
+    put(file, "old");
+    QCOMPARE(chmod(file.c_str(), 0220), 0);
+
+    const bool isReplaced = replaceFile(file, "new");
+
+    QVERIFY(isReplaced);
+    QCOMPARE(permissionsOf(file), mode_t { 0620 });
 }
 
 void AtomicFileTest::theOldFileStaysOpenToThoseWhoReadIt()

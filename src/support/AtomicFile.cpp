@@ -64,7 +64,8 @@ Existing inspect(const std::filesystem::path& file)
     if (stat(file.c_str(), &status) != 0)
         return { .mayBeReplaced = errno == ENOENT, .permissions = {} };
     if (S_ISREG(status.st_mode))
-        return { .mayBeReplaced = true, .permissions = status.st_mode & ALLPERMS };
+        // A new file that its owner could not read would be lost at the next start.
+        return { .mayBeReplaced = true, .permissions = (status.st_mode & ALLPERMS) | S_IRUSR };
 
     // A device is left alone: a link to /dev/null is how some people say that nothing is to be kept.
     return { .mayBeReplaced = !S_ISCHR(status.st_mode) && !S_ISBLK(status.st_mode), .permissions = {} };
