@@ -118,6 +118,10 @@ void LinuxDesktop::listenForSignals()
     });
     for (const int signal : { SIGTERM, SIGINT, SIGHUP })
         handleSignal(signal);
+    // A server that is gone, and a limit on the size of files, show in what the calls return. As signals they
+    // would end the program before it has saved.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void LinuxDesktop::willTerminate()

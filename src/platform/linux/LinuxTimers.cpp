@@ -8,9 +8,8 @@ LinuxTimers::~LinuxTimers() = default;
 TimerId LinuxTimers::scheduleRepeating(std::chrono::milliseconds interval, std::function<void()> tick)
 {
     auto timer = std::make_unique<QTimer>();
-    // Ticks of a coarse timer come on whole seconds, together with those of other programs, so that the
-    // machine wakes up once for all of them. Only the first can be off, by 5% at most: from then on they are
-    // one interval apart.
+    // The ticks of coarse timers are put together with those of other programs, so that the machine wakes up
+    // once for all of them. They may be off by 5%, which nobody notices here.
     timer->setTimerType(Qt::CoarseTimer);
     QObject::connect(timer.get(), &QTimer::timeout, timer.get(), std::move(tick));
     timer->start(interval);
