@@ -46,9 +46,17 @@ KnuckletApp::KnuckletApp(Platform& platform)
     , modelObservation(state.observe([this] { modelChanged(); }))
 {
     platform.menuBarItem().setLabel(menuBarLabel(state));
-    platform.menuBarItem().install([this](ScreenPoint place) { togglePanel(place); },
+    platform.menuBarItem().install(
+        [weak = std::weak_ptr(self)](ScreenPoint place) {
+            if (const auto app = weak.lock())
+                app->togglePanel(place);
+        },
         {
-            { "Open Knucklet", [this](ScreenPoint place) { openPanel(place); } },
+            { "Open Knucklet",
+                [weak = std::weak_ptr(self)](ScreenPoint place) {
+                    if (const auto app = weak.lock())
+                        app->openPanel(place);
+                } },
             { "Quit Knucklet", [&platform](ScreenPoint) { platform.desktop().terminate(); } },
         });
 }

@@ -3,6 +3,8 @@
 #include "PanelWindow.h"
 #include "platform/fake/FakePlatform.h"
 
+#include <QApplication>
+#include <QCheckBox>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -36,6 +38,18 @@ struct FakeApp {
     FakePlatform platform;
 };
 
+/// The check box of the open panel with that text.
+QCheckBox* checkBox(const QString& text)
+{
+    for (auto* window : QApplication::topLevelWidgets()) {
+        for (auto* box : window->findChildren<QCheckBox*>()) {
+            if (box->text() == text && box->isVisible())
+                return box;
+        }
+    }
+    return nullptr;
+}
+
 }
 
 class KnuckletAppTest final : public QObject {
@@ -46,6 +60,7 @@ private slots:
 
     void theIconStandsAloneUnlessTheCountsAreWanted();
     void theCountsStandBesideTheIconInShortForm();
+    void theCountsComeAndGoWithTheCheckBoxAndAreBackAfterARestart();
     void theToolTipAlwaysHasTheCounts();
     void aBurstOfPressesUpdatesTheLabelOnce();
     void theMenuQuits();
@@ -74,6 +89,30 @@ void KnuckletAppTest::theCountsStandBesideTheIconInShortForm()
     FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})", true);
 
     const KnuckletApp app(fake.platform);
+
+    QCOMPARE(fake.label(), std::string("1.2k · 56"));
+}
+
+void KnuckletAppTest::theCountsComeAndGoWithTheCheckBoxAndAreBackAfterARestart()
+{
+    FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})");
+    {
+        const KnuckletApp app(fake.platform);
+        fake.platform.clickMenuBarItem({ 400, 10 });
+        auto* box = checkBox("Show counts in menu bar");
+
+        QTest::mouseClick(box, Qt::LeftButton);
+        fake.platform.runDeferred();
+        QCOMPARE(fake.label(), std::string("1.2k · 56"));
+
+        QTest::mouseClick(box, Qt::LeftButton);
+        fake.platform.runDeferred();
+        QCOMPARE(fake.label(), std::string());
+
+        QTest::mouseClick(box, Qt::LeftButton);
+    }
+
+    const KnuckletApp secondRun(fake.platform);
 
     QCOMPARE(fake.label(), std::string("1.2k · 56"));
 }

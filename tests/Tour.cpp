@@ -56,8 +56,8 @@ public:
         if (!QTest::qWaitFor([&] { return !difference(before, screen()).isNull(); }, patience))
             return fail("the panel does not open");
         const auto panel = difference(before, screen());
-        type(injector, 16);
-        if (!QTest::qWaitFor([&] { return knucklet.toolTip().contains("1.2k keys · 57 clicks"); }, patience))
+        type(injector, 66);
+        if (!QTest::qWaitFor([&] { return knucklet.toolTip().contains("1.3k keys · 57 clicks"); }, patience))
             return fail("the counts do not follow: " + knucklet.toolTip());
 
         const QRect bar(desktop.size().width() - 400, 0, 400, barHeight);

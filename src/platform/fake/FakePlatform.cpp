@@ -13,7 +13,10 @@ public:
     {
     }
 
-    std::int64_t integer(EventField) const override { return autorepeat; }
+    std::int64_t integer(EventField field) const override
+    {
+        return field == EventField::KeyboardAutorepeat ? autorepeat : 0;
+    }
 
 private:
     std::int64_t autorepeat;
