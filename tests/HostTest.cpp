@@ -150,7 +150,7 @@ void HostTest::aButtonHeldDownSurvivesItsNeighborsComingAndGoing()
     QTest::mousePress(button, Qt::LeftButton);
     for (int i = 0; i < 5; ++i) {
         hasNeighbors = !hasNeighbors;
-        host.render();
+        host.renderNow();
     }
     QTest::mouseRelease(button, Qt::LeftButton);
 
@@ -166,7 +166,7 @@ void HostTest::aClickRunsTheActionOfTheLatestRender()
     host.show();
 
     generation = 2;
-    host.render();
+    host.renderNow();
     QTest::mouseClick(buttonWith(host, "Press"), Qt::LeftButton);
 
     QCOMPARE(ran, 2);
@@ -283,13 +283,13 @@ void HostTest::aRenderWithoutADifferencePaintsNothing()
     });
     host.show();
     QVERIFY(QTest::qWaitForWindowExposed(&host));
-    host.render();
+    host.renderNow();
     QCoreApplication::processEvents();
     EventCounter events(host,
         { QEvent::Paint, QEvent::UpdateRequest, QEvent::LayoutRequest, QEvent::Resize, QEvent::Move,
             QEvent::FontChange, QEvent::PaletteChange, QEvent::ToolTipChange });
 
-    host.render();
+    host.renderNow();
     QCoreApplication::processEvents();
 
     QCOMPARE(events.count, 0);
@@ -304,10 +304,10 @@ void HostTest::aWidgetIsReplacedOnlyWhenItsTypeChanges()
     const auto* first = labelWith(host, "one");
 
     text = "two";
-    host.render();
+    host.renderNow();
     const auto* second = labelWith(host, "two");
     isLabel = false;
-    host.render();
+    host.renderNow();
 
     QCOMPARE(second, first);
     QVERIFY(!labelWith(host, "two"));
@@ -325,11 +325,11 @@ void HostTest::aChildThatComesOrGoesLeavesItsSiblingsAlone()
     const auto* last = labelWith(host, "last");
 
     hasMiddle = true;
-    host.render();
+    host.renderNow();
     const bool isBetween = placeOf(host, labelWith(host, "middle")).top() > placeOf(host, first).bottom()
         && placeOf(host, labelWith(host, "middle")).bottom() < placeOf(host, last).top();
     hasMiddle = false;
-    host.render();
+    host.renderNow();
 
     QVERIFY(isBetween);
     QCOMPARE(labelWith(host, "first"), first);
@@ -350,10 +350,10 @@ void HostTest::aListMayGrowAndShrink()
     const auto* first = labelWith(host, "0");
 
     count = 5;
-    host.render();
+    host.renderNow();
     const bool grew = labelWith(host, "4") && labelWith(host, "4")->isVisible();
     count = 1;
-    host.render();
+    host.renderNow();
 
     QVERIFY(grew);
     QCOMPARE(labelWith(host, "0"), first);
@@ -378,7 +378,7 @@ void HostTest::nothingIsLeftOfWhatStoodInAPlaceBefore()
     plain.show();
 
     isPlain = true;
-    host.render();
+    host.renderNow();
 
     const auto* text = labelWith(host, "text");
     QCOMPARE(text->toolTip(), QString());
@@ -406,10 +406,10 @@ void HostTest::theHostGrowsAndShrinksWithItsContent()
     const auto before = host.size();
 
     isLong = true;
-    host.render();
+    host.renderNow();
     const auto grown = host.size();
     isLong = false;
-    host.render();
+    host.renderNow();
 
     QCOMPARE(before.width(), 300);
     QCOMPARE(grown.width(), 300);
@@ -480,7 +480,7 @@ void HostTest::aToggleHandsOverWhatTheUserWants()
         auto* box = QAccessible::queryAccessibleInterface(boxOf(host));
         box->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
     }
-    host.render();
+    host.renderNow();
 
     QVERIFY(isOn);
     QCOMPARE(assigned, 1);
@@ -494,7 +494,7 @@ void HostTest::aToggleShowsTheModelAfterEachRender()
     host.show();
 
     QTest::mouseClick(boxOf(host), Qt::LeftButton);
-    host.render();
+    host.renderNow();
 
     QVERIFY(!boxOf(host)->isChecked());
 }
@@ -535,7 +535,7 @@ void HostTest::everyOneOfTwoClicksInOneTurnCounts()
 
     boxOf(host)->click();
     boxOf(host)->click();
-    host.render();
+    host.renderNow();
 
     QCOMPARE(assigned, (std::vector { true, false }));
     QVERIFY(!boxOf(host)->isChecked());
@@ -550,7 +550,7 @@ void HostTest::renderingAToggleHandsOverNothing()
 
     for (int i = 0; i < 3; ++i) {
         isOn = !isOn;
-        host.render();
+        host.renderNow();
     }
 
     QVERIFY(boxOf(host)->isChecked());
@@ -636,7 +636,7 @@ void HostTest::theTabKeyGoesDownTheScreenAlsoToLateComers()
     host.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&host));
     hasMiddle = true;
-    host.render();
+    host.renderNow();
     buttonWith(host, "first")->setFocus();
 
     QStringList order;

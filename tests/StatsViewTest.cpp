@@ -191,7 +191,7 @@ double luminance(const QColor& color)
 
 double contrast(const QColor& one, const QColor& other)
 {
-    const auto [low, high] = std::minmax(luminance(one), luminance(other));
+    const auto [low, high] = std::minmax({ luminance(one), luminance(other) });
     return (high + 0.05) / (low + 0.05);
 }
 
@@ -525,10 +525,10 @@ void StatsViewTest::aBannerComesAndGoesWithoutAGap()
 
     panel.program.platform.grantAccess();
     panel.program.platform.advance(2s);
-    host.render();
+    host.renderNow();
     const auto withoutBanner = host.size();
     panel.state->keyAccessGranted = false;
-    host.render();
+    host.renderNow();
 
     QCOMPARE(withoutBanner.width(), 300);
     QVERIFY(withoutBanner.height() < withBanner.height() - 100);
@@ -852,7 +852,7 @@ void StatsViewTest::theBannerFollowsThePermission()
 
     panel.state->keyAccessGranted = granted;
     panel.state->needsRelaunch = needsRelaunch;
-    host.render();
+    host.renderNow();
 
     QCOMPARE(labelWith(host, "Keyboard counting is off") != nullptr, banner == "permission");
     QCOMPARE(buttonWith(host, "Grant access…") != nullptr, banner == "permission");
@@ -1101,7 +1101,7 @@ void StatsViewTest::textsStandOutFromTheirBackground()
         panel.program.platform.refuseTap();
         panel.program.platform.advance(2s);
     }
-    host.render();
+    host.renderNow();
 
     const auto image = picture(host);
 
@@ -1137,7 +1137,7 @@ void StatsViewTest::everyTextIsTranslatedAndNothingClips()
     for (const bool isGranted : { false, true }) {
         panel.state->keyAccessGranted = isGranted;
         panel.state->needsRelaunch = isGranted;
-        host.render();
+        host.renderNow();
         for (const auto* label : host.findChildren<QLabel*>()) {
             texts.append(label->text());
             QVERIFY2(

@@ -8,6 +8,8 @@
 namespace {
 
 constexpr int thickness = 3;
+// Between the control and its ring, so that the ring does not touch the control's text.
+constexpr int gap = 1;
 
 }
 
@@ -28,7 +30,8 @@ void FocusRing::follow()
         return;
     }
     const auto control = focus->contentsRect().translated(focus->mapTo(parentWidget(), QPoint()));
-    setGeometry(control.adjusted(-thickness, -thickness, thickness, thickness));
+    constexpr int margin = gap + thickness;
+    setGeometry(control.adjusted(-margin, -margin, margin, margin));
     raise();
     show();
 }
@@ -41,5 +44,5 @@ void FocusRing::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(color, thickness));
-    painter.drawPath(continuousRect(QRectF(rect()).adjusted(half, half, -half, -half), 5 + half));
+    painter.drawPath(continuousRect(QRectF(rect()).adjusted(half, half, -half, -half), 5 + gap + half));
 }

@@ -1,5 +1,7 @@
 #include "ui/RollingNumber.h"
 
+#include "ui/Spring.h"
+
 #include <QBasicTimer>
 #include <QElapsedTimer>
 #include <QFontMetricsF>
@@ -9,36 +11,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 #include <string>
 
 namespace {
-
-/// Moves a value from -distance to rest at 0, a little beyond and back: a spring with a response of 0.2 s and
-/// a damping fraction of 0.85.
-struct Spring {
-    static constexpr double damping = 0.85;
-    static constexpr double frequency = 2 * std::numbers::pi / 0.2;
-
-    void advance(double seconds)
-    {
-        const double decay = damping * frequency;
-        const double oscillation = frequency * std::sqrt(1 - damping * damping);
-        const double swing = (velocity + decay * offset) / oscillation;
-        const double fade = std::exp(-decay * seconds);
-        const double cosine = std::cos(oscillation * seconds);
-        const double sine = std::sin(oscillation * seconds);
-        const double next = fade * (offset * cosine + swing * sine);
-        velocity = fade * oscillation * (swing * cosine - offset * sine) - decay * next;
-        offset = next;
-    }
-
-    bool isAtRest() const { return std::abs(offset) < 0.005 && std::abs(velocity) < 0.1; }
-
-    /// From where it shall be, and per second.
-    double offset = 0;
-    double velocity = 0;
-};
 
 /// One place of the number: a strip of glyphs that rolls upwards until its last one stands still. Changing
 /// again on the way lengthens the strip; the movement goes on with the speed it has.
@@ -65,7 +40,7 @@ struct Digit {
     }
 
     char16_t last() const { return strip.back().unicode(); }
-    bool isRolling() const { return strip.size() > 1; }
+    bool isRolling() const { return motion.offset != 0 || motion.velocity != 0; }
     /// The index in the strip of what stands in the middle, with the part that it has moved on.
     double position() const { return static_cast<double>(strip.size() - 1) + motion.offset; }
 
@@ -191,7 +166,8 @@ private:
     void paint(QPainter& painter, const Digit& digit, double left) const
     {
         const QFontMetricsF metrics(font());
-        const double travel = 0.7 * metrics.height();
+        // Far enough to be seen moving, and faded before the edges cut it off.
+        const double travel = 0.5 * metrics.height();
         for (qsizetype i = 0; i < digit.strip.size(); ++i) {
             const double distance = static_cast<double>(i) - digit.position();
             if (std::abs(distance) >= 1 || digit.strip[i] == u' ')

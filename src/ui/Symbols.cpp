@@ -36,10 +36,11 @@ double symbolAspect(const QString& name)
 QPixmap symbolPixmap(const QString& name, const QSizeF& size, const QColor& color, double pixelRatio)
 {
     const auto pixels = (size * pixelRatio).toSize();
-    const auto key = QString("symbol %1 %2 %3 %4")
+    const auto key = QString("symbol %1 %2x%3@%4 %5")
                          .arg(name)
                          .arg(pixels.width())
                          .arg(pixels.height())
+                         .arg(pixelRatio)
                          .arg(color.rgba(), 0, 16);
     QPixmap pixmap;
     if (QPixmapCache::find(key, &pixmap))

@@ -130,12 +130,12 @@ void Host::invalidate()
             if (!std::exchange(isPending, false))
                 return;
             if (isVisible())
-                render();
+                renderNow();
         },
         Qt::QueuedConnection);
 }
 
-void Host::render()
+void Host::renderNow()
 {
     if (isRendering)
         return;
@@ -162,7 +162,7 @@ void Host::render()
 
 void Host::showEvent(QShowEvent* event)
 {
-    render();
+    renderNow();
     QWidget::showEvent(event);
 }
 

@@ -97,7 +97,7 @@ public:
     /// rendering; while hidden they cost nothing, since each showing begins with one.
     void invalidate();
     /// Brings the widgets and their layout up to date at once, shown or not.
-    void render();
+    void renderNow();
 
 protected:
     void showEvent(QShowEvent* event) override;

@@ -185,21 +185,21 @@ std::optional<EventTapId> FakePlatform::create(
     return theTap;
 }
 
-RunLoopSourceId FakePlatform::makeRunLoopSource(EventTapId tap)
+RunLoopSourceId FakePlatform::makeRunLoopSource([[maybe_unused]] EventTapId tap)
 {
     assert(tap == theTap);
     calls.emplace_back("make source");
     return theSource;
 }
 
-void FakePlatform::addToMainRunLoop(RunLoopSourceId source)
+void FakePlatform::addToMainRunLoop([[maybe_unused]] RunLoopSourceId source)
 {
     assert(source == theSource);
     calls.emplace_back("add source");
     tapDelivers = true;
 }
 
-void FakePlatform::enable(EventTapId tap)
+void FakePlatform::enable([[maybe_unused]] EventTapId tap)
 {
     assert(tap == theTap);
     calls.emplace_back("enable tap");
@@ -259,7 +259,7 @@ std::optional<MouseMonitorId> FakePlatform::add(std::uint64_t eventMask, std::fu
     return theMonitor;
 }
 
-void FakePlatform::remove(MouseMonitorId id)
+void FakePlatform::remove([[maybe_unused]] MouseMonitorId id)
 {
     assert(id == theMonitor && monitor);
     calls.emplace_back("remove monitor");
