@@ -60,14 +60,14 @@ struct DateTexts::Icu {
     Format weekdayLetter;
 };
 
-DateTexts::DateTexts(const std::string& name, const std::string& zone)
+DateTexts::DateTexts(const std::string& locale, const std::string& zone)
 {
-    const icu::Locale locale(name.c_str());
+    const icu::Locale icuLocale(locale.c_str());
     icu = std::make_unique<Icu>(Icu {
-        .locale = locale,
-        .weekdayAndDate = forParts(u"EEEEdMMM", locale, zone),
-        .date = forParts(u"dMMM", locale, zone),
-        .weekdayLetter = forPattern(u"ccccc", locale, zone),
+        .locale = icuLocale,
+        .weekdayAndDate = forParts(u"EEEEdMMM", icuLocale, zone),
+        .date = forParts(u"dMMM", icuLocale, zone),
+        .weekdayLetter = forPattern(u"ccccc", icuLocale, zone),
     });
 }
 

@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QStyle>
+#include <QTextOption>
 
 #include <algorithm>
 #include <cmath>
@@ -35,34 +36,36 @@ int textWidth(const QWidget& widget, const QString& text)
     return static_cast<int>(std::ceil(QFontMetricsF(widget.font()).horizontalAdvance(text)));
 }
 
+enum class Lines { One, AsNeeded };
+
 /// Text on one line, truncated at its end, or wrapped. It is aligned as the widget reads and written as the
 /// text itself does, so that English in a mirrored window keeps its full stop at its end.
-void drawText(QPainter& painter, const QWidget& widget, const QRect& box, int flags, const QString& text)
+void drawText(QPainter& painter, const QWidget& widget, const QRect& box, Qt::Alignment alignment,
+    Lines lines, const QString& text)
 {
-    const bool wraps = flags & Qt::TextWordWrap;
-    const bool fits = wraps || textWidth(widget, text) <= box.width();
+    const bool fits = lines == Lines::AsNeeded || textWidth(widget, text) <= box.width();
     const auto shown = fits ? text : widget.fontMetrics().elidedText(text, Qt::ElideRight, box.width());
-    const Qt::Alignment alignment(flags & (Qt::AlignHorizontal_Mask | Qt::AlignVertical_Mask));
-    const int lines = wraps ? Qt::TextWordWrap : Qt::TextSingleLine;
-    painter.setLayoutDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
-    painter.drawText(
-        box, QStyle::visualAlignment(widget.layoutDirection(), alignment) | Qt::AlignAbsolute | lines, shown);
+    QTextOption option(QStyle::visualAlignment(widget.layoutDirection(), alignment) | Qt::AlignAbsolute);
+    option.setWrapMode(lines == Lines::One ? QTextOption::NoWrap : QTextOption::WordWrap);
+    option.setTextDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
+    painter.drawText(box, shown, option);
 }
 
 class Label final : public QLabel {
 public:
     Label() { setTextFormat(Qt::PlainText); }
 
-    void show(const QString& newText, int newFlags)
+    void show(const QString& newText, Qt::Alignment newAlignment, Lines newLines)
     {
-        if (flags != newFlags) {
-            flags = newFlags;
-            const bool wraps = flags & Qt::TextWordWrap;
-            setWordWrap(wraps);
+        if (alignment() != newAlignment)
+            setAlignment(newAlignment);
+        if (lines() != newLines)
+            setWordWrap(newLines == Lines::AsNeeded);
+        const auto horizontal = newLines == Lines::One ? QSizePolicy::Maximum : QSizePolicy::Expanding;
+        if (sizePolicy().horizontalPolicy() != horizontal) {
             auto policy = sizePolicy();
-            policy.setHorizontalPolicy(wraps ? QSizePolicy::Expanding : QSizePolicy::Maximum);
+            policy.setHorizontalPolicy(horizontal);
             setSizePolicy(policy);
-            update();
         }
         if (text() != newText)
             setText(newText);
@@ -70,14 +73,14 @@ public:
 
     QSize sizeHint() const override
     {
-        if (wordWrap())
+        if (lines() == Lines::AsNeeded)
             return QLabel::sizeHint();
         return { textWidth(*this, text()), fontMetrics().height() };
     }
 
     QSize minimumSizeHint() const override
     {
-        if (wordWrap())
+        if (lines() == Lines::AsNeeded)
             return QLabel::minimumSizeHint();
         const auto whole = sizeHint();
         return { std::min(whole.width(), textWidth(*this, "…")), whole.height() };
@@ -87,11 +90,11 @@ protected:
     void paintEvent(QPaintEvent*) override
     {
         QPainter painter(this);
-        drawText(painter, *this, rect(), flags, text());
+        drawText(painter, *this, rect(), alignment(), lines(), text());
     }
 
 private:
-    int flags = 0;
+    Lines lines() const { return wordWrap() ? Lines::AsNeeded : Lines::One; }
 };
 
 /// A symbol as its widget shows it: as high as the widget's font asks for.
@@ -182,7 +185,7 @@ protected:
         drawBox(painter, box, cornerRadius, palette().color(isDown() ? QPalette::Midlight : QPalette::Button),
             palette().color(QPalette::Mid));
         painter.setPen(palette().color(QPalette::ButtonText));
-        drawText(painter, *this, rect().adjusted(6, 0, -6, 0), Qt::AlignCenter, text());
+        drawText(painter, *this, rect().adjusted(6, 0, -6, 0), Qt::AlignCenter, Lines::One, text());
     }
 
 private:
@@ -275,7 +278,7 @@ protected:
         const auto text = inside.adjusted(boxSize + iconSpacing, 0, 0, 0);
         painter.setPen(palette().color(QPalette::WindowText));
         drawText(painter, *this, QStyle::visualRect(layoutDirection(), inside, text),
-            Qt::AlignLeft | Qt::AlignVCenter, this->text());
+            Qt::AlignLeft | Qt::AlignVCenter, Lines::One, this->text());
     }
 
 private:
@@ -343,14 +346,14 @@ View column(Views children, StackLook look)
 
 View label(const QString& text, Qt::Alignment alignment)
 {
-    const int flags = static_cast<int>(alignment.toInt()) | Qt::AlignVCenter;
-    return View::of<Label>([text, flags](Label& label) { label.show(text, flags); });
+    return View::of<Label>(
+        [text, alignment](Label& label) { label.show(text, alignment | Qt::AlignVCenter, Lines::One); });
 }
 
 View paragraph(const QString& text)
 {
-    const int flags = Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap;
-    return View::of<Label>([text, flags](Label& label) { label.show(text, flags); });
+    return View::of<Label>(
+        [text](Label& label) { label.show(text, Qt::AlignLeft | Qt::AlignTop, Lines::AsNeeded); });
 }
 
 View symbol(const QString& name)

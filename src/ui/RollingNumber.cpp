@@ -122,10 +122,11 @@ private:
         digits.resize(std::max(digits.size(), count), Digit { .strip = " " });
         for (std::size_t i = 0; i < digits.size(); ++i) {
             const auto glyph = i < count ? text[static_cast<qsizetype>(i)].unicode() : u' ';
-            if (!rolls)
+            if (!rolls) {
                 digits[i].set(glyph);
-            else if (digits[i].last() != glyph)
+            } else if (digits[i].last() != glyph) {
                 digits[i].rollTo(glyph);
+            }
         }
         if (!rolls) {
             rest();
@@ -166,16 +167,17 @@ private:
     void paint(QPainter& painter, const Digit& digit, double left) const
     {
         const QFontMetricsF metrics(font());
-        // Far enough to be seen moving, and faded before the edges cut it off.
+        // Far enough to be seen moving, and gone before the widget's edges cut it off.
         const double travel = 0.5 * metrics.height();
         for (qsizetype i = 0; i < digit.strip.size(); ++i) {
+            const auto glyph = digit.strip[i];
             const double distance = static_cast<double>(i) - digit.position();
-            if (std::abs(distance) >= 1 || digit.strip[i] == u' ')
+            const double opacity = 1 - 1.4 * std::abs(distance);
+            if (opacity <= 0 || glyph == u' ')
                 continue;
-            const double inset = (cell - metrics.horizontalAdvance(digit.strip[i])) / 2;
-            painter.setOpacity(1 - std::abs(distance));
-            painter.drawText(
-                QPointF(left + inset, metrics.ascent() + distance * travel), QString(digit.strip[i]));
+            const double inset = (cell - metrics.horizontalAdvance(glyph)) / 2;
+            painter.setOpacity(opacity);
+            painter.drawText(QPointF(left + inset, metrics.ascent() + distance * travel), QString(glyph));
         }
     }
 

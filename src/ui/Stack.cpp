@@ -108,10 +108,11 @@ void Stack::place(int index, QWidget* widget)
 {
     auto* item = box->itemAt(index);
     if (!item || item->widget() != widget) {
-        if (widget->parentWidget() == this)
+        if (widget->parentWidget() == this) {
             box->removeWidget(widget);
-        else
+        } else {
             widget->setParent(this);
+        }
         box->insertItem(index, item = new Place(widget));
         if (widget->isHidden())
             widget->show();
@@ -137,7 +138,7 @@ void Stack::place(int index, QWidget* widget)
 
 void Stack::paintEvent(QPaintEvent*)
 {
-    if (!backgroundColor.isValid())
+    if (backgroundColor.alpha() == 0)
         return;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);

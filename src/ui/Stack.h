@@ -26,7 +26,6 @@ public:
 
     void setLayoutLook(const Layout& look);
     void setFrame(const Frame& frame);
-    /// An invalid color: no background.
     void setBackground(const QColor& color, double cornerRadius);
     /// One widget for each place, or none; the stack takes them over. A widget that is left out here is no
     /// longer the stack's.
@@ -42,7 +41,7 @@ private:
     QBoxLayout* box;
     Qt::Alignment alignment;
     std::vector<QWidget*> places;
-    QColor backgroundColor;
+    QColor backgroundColor = Qt::transparent;
     double cornerRadius = 0;
 };
 

@@ -228,10 +228,8 @@ void Host::apply(const View& view, QWidget& widget) const
             .width = view.fixedWidth,
             .fillsWidth = view.fillsWidth,
         });
-        if (const auto& background = view.ownBackground)
-            stack->setBackground(resolved(background->color, primary), background->cornerRadius);
-        else
-            stack->setBackground({}, 0);
+        const auto background = view.ownBackground.value_or(View::Background());
+        stack->setBackground(resolved(background.color, primary), background.cornerRadius);
     }
 }
 

@@ -65,7 +65,7 @@ private:
     friend class Host;
 
     struct Background {
-        ThemeColor color;
+        ThemeColor color { .components = {}, .opacity = 0 };
         double cornerRadius = 0;
     };
 
