@@ -12,7 +12,7 @@
 namespace {
 
 constexpr int square = 8;
-constexpr double tolerance = 6;
+constexpr double tolerance = 3;
 
 using Average = std::array<double, 3>;
 
