@@ -280,6 +280,7 @@ private slots:
     void theKeyboardReachesEveryControlInOrder();
     void textsStandOutFromTheirBackground_data();
     void textsStandOutFromTheirBackground();
+    void thePanelFollowsTheSchemeWhileOpen();
     void everyTextIsTranslatedAndNothingClips();
 };
 
@@ -1122,6 +1123,25 @@ void StatsViewTest::textsStandOutFromTheirBackground()
         const auto ink = over(button->palette().color(QPalette::ButtonText), paper);
         QVERIFY2(contrast(ink, paper) >= 4.5, qPrintable(button->text()));
     }
+}
+
+void StatsViewTest::thePanelFollowsTheSchemeWhileOpen()
+{
+    ShownPanel panel;
+    panel.program.writeStatsFile(week);
+    auto& host = panel.open();
+    const auto inLight = picture(host);
+    ShownPanel dark;
+    dark.program.writeStatsFile(week);
+
+    panel.program.platform.setAppearance(ColorScheme::Dark, Motion::Full);
+    QTRY_VERIFY(picture(host).pixelColor(1, 1).lightness() < 60);
+    dark.program.platform.setAppearance(ColorScheme::Dark, Motion::Full);
+    auto& darkHost = dark.open();
+
+    QTRY_COMPARE(picture(host), picture(darkHost));
+    panel.program.platform.setAppearance(ColorScheme::Light, Motion::Full);
+    QTRY_COMPARE(picture(host), inLight);
 }
 
 void StatsViewTest::everyTextIsTranslatedAndNothingClips()

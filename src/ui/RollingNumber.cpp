@@ -69,9 +69,7 @@ protected:
     {
         wasSeen = true;
         QPainter painter(this);
-        const auto direction = layoutDirection();
-        const double widthOfAll = cell * static_cast<double>(digits.size());
-        double left = direction == Qt::RightToLeft ? width() - widthOfAll : 0;
+        double left = leftmost();
         for (const auto& digit : digits) {
             paint(painter, digit, left);
             left += cell;
@@ -85,15 +83,17 @@ protected:
         const double seconds = static_cast<double>(sinceFrame.nsecsElapsed()) / 1e9;
         sinceFrame.start();
         bool isRolling = false;
+        double left = leftmost();
         for (auto& digit : digits) {
-            if (!digit.isRolling())
-                continue;
-            digit.advance(seconds);
-            isRolling = isRolling || digit.isRolling();
+            if (digit.isRolling()) {
+                digit.advance(seconds);
+                isRolling = isRolling || digit.isRolling();
+                update(QRectF(left, 0, cell, height()).toAlignedRect());
+            }
+            left += cell;
         }
         if (!isRolling)
             rest();
-        update();
     }
 
     // What changes from now on, nobody sees changing.
@@ -143,8 +143,16 @@ private:
         frames.stop();
         for (auto& digit : digits)
             digit.set(digit.last());
-        while (!digits.empty() && digits.back().last() == u' ')
+        while (!digits.empty() && digits.back().last() == u' ') {
             digits.pop_back();
+            update();
+        }
+    }
+
+    double leftmost() const
+    {
+        const double widthOfAll = cell * static_cast<double>(digits.size());
+        return layoutDirection() == Qt::RightToLeft ? width() - widthOfAll : 0;
     }
 
     void measure()
