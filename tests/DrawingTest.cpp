@@ -134,8 +134,9 @@ void DrawingTest::everySymbolIsDrawn_data()
 
     for (const auto* name : { "arrow.clockwise", "arrow.clockwise.circle.fill", "checkmark.circle.fill",
              "doc.on.doc", "lock.circle.fill", "lock.shield", "number.circle.fill", "repeat.circle.fill",
-             "square.and.arrow.down", "square.and.arrow.up" })
+             "square.and.arrow.down", "square.and.arrow.up" }) {
         QTest::newRow(name) << name << 1.0;
+    }
     QTest::newRow("cursorarrow.click.2") << "cursorarrow.click.2" << 26.0 / 24;
     QTest::newRow("internaldrive.fill") << "internaldrive.fill" << 26.0 / 24;
     QTest::newRow("keyboard.fill") << "keyboard.fill" << 32.0 / 24;

@@ -342,6 +342,7 @@ void HostTest::aListMayGrowAndShrink()
     int count = 3;
     Host host([&] {
         std::vector<View> labels;
+        labels.reserve(static_cast<std::size_t>(count));
         for (int i = 0; i < count; ++i)
             labels.push_back(label(QString::number(i)));
         return column(std::move(labels));

@@ -753,10 +753,8 @@ void StatsViewTest::barsArePaintedToTheHalfPoint()
     const auto box = barBoxes(host)[6];
     const auto atBaseline = pixelAt(image, box.center().x(), box.bottom() + 0.5);
     const auto paper = image.pixelColor(1, 1);
-    if (clicks > 0)
-        QVERIFY(contrast(atBaseline, resolved(Theme::clickAccent, Qt::black)) < 1.05);
-    else
-        QVERIFY(contrast(atBaseline, paper) < 1.05);
+    const auto expected = clicks > 0 ? resolved(Theme::clickAccent, Qt::black) : paper;
+    QVERIFY(contrast(atBaseline, expected) < 1.05);
 }
 
 void StatsViewTest::anEmptyWeekIsSevenStubs()
