@@ -7,10 +7,12 @@
 #include "platform/Desktop.h"
 #include "platform/PanelHost.h"
 #include "platform/Platform.h"
+#include "ui/Language.h"
 #include "ui/Look.h"
 #include "ui/View.h"
 
 #include <QApplication>
+#include <QLocale>
 
 #include <memory>
 #include <string>
@@ -45,6 +47,7 @@ KnuckletApp::KnuckletApp(Platform& platform)
     , state(platform, windowFactories())
     , modelObservation(state.observe([this] { modelChanged(); }))
 {
+    loadTranslation(QLocale());
     platform.menuBarItem().setLabel(menuBarLabel(state));
     platform.menuBarItem().install(
         [weak = std::weak_ptr(self)](ScreenPoint place) {
@@ -52,12 +55,13 @@ KnuckletApp::KnuckletApp(Platform& platform)
                 app->togglePanel(place);
         },
         {
-            { "Open Knucklet",
+            { tr("Open Knucklet").toStdString(),
                 [weak = std::weak_ptr(self)](ScreenPoint place) {
                     if (const auto app = weak.lock())
                         app->openPanel(place);
                 } },
-            { "Quit Knucklet", [&platform](ScreenPoint) { platform.desktop().terminate(); } },
+            { tr("Quit Knucklet").toStdString(),
+                [&platform](ScreenPoint) { platform.desktop().terminate(); } },
         });
 }
 
@@ -96,6 +100,8 @@ void KnuckletApp::openPanel(ScreenPoint place)
 {
     if (!panel)
         makePanel();
+    // Its size has to stand before it is placed.
+    panelContent->renderNow();
     panel->openBeside(place);
 }
 

@@ -4,6 +4,8 @@
 #include "DateTexts.h"
 #include "platform/MenuBarItem.h"
 
+#include <QCoreApplication>
+
 #include <memory>
 
 class Host;
@@ -36,6 +38,8 @@ private:
     Observers::Subscription modelObservation;
     Observers::Subscription appearanceObservation;
     std::shared_ptr<KnuckletApp> self { this, [](KnuckletApp*) {} };
+
+    Q_DECLARE_TR_FUNCTIONS(KnuckletApp)
 };
 
 /// What stands in the menu bar: the counts when the user wants them there, keys first, and the counts at

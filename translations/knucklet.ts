@@ -2,6 +2,17 @@
 <!DOCTYPE TS>
 <TS version="2.1" sourcelanguage="en">
 <context>
+    <name>KnuckletApp</name>
+    <message>
+        <source>Open Knucklet</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Quit Knucklet</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>StatsView</name>
     <message>
         <source>Knucklet</source>
