@@ -3,11 +3,19 @@
 
 #include <QApplication>
 
+#include <cstdlib>
+
 int main(int argc, char* argv[])
 {
     // The program says nothing, and neither does the toolkit in its name.
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString&) {
+        // Such as a display that does not answer. Nothing has been counted, and a core file helps nobody.
+        if (type == QtFatalMsg)
+            std::_Exit(1);
+    });
 
+    // The toolkit would take options of its own.
+    argc = 1;
     const QApplication application(argc, argv);
     QApplication::setApplicationName("Knucklet");
     QApplication::setApplicationVersion(KNUCKLET_VERSION);

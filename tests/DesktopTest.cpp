@@ -131,6 +131,7 @@ private slots:
     void aServerThatDoesNotAnswerDoesNotKeepItFromSaving();
     void theNextRunContinuesTheDay();
     void theProgramSaysNothing();
+    void withoutADisplayItLeavesWithoutAWord();
 
 private:
     void clickIcon(const RunningKnucklet& knucklet);
@@ -406,6 +407,20 @@ void DesktopTest::theProgramSaysNothing()
     QVERIFY(knucklet.end(SIGTERM));
 
     QCOMPARE(knucklet.output(), QByteArray());
+}
+
+void DesktopTest::withoutADisplayItLeavesWithoutAWord()
+{
+    QProcessEnvironment noDisplay;
+    noDisplay.insert("DISPLAY", ":none");
+    const auto knucklet
+        = desktop->launch(program, {}, { .channels = QProcess::MergedChannels, .additions = noDisplay });
+
+    QVERIFY(knucklet->waitForFinished());
+
+    QCOMPARE(knucklet->exitStatus(), QProcess::NormalExit);
+    QCOMPARE(knucklet->exitCode(), 1);
+    QCOMPARE(knucklet->readAll(), QByteArray());
 }
 
 QTEST_GUILESS_MAIN(DesktopTest)
