@@ -202,6 +202,7 @@ private slots:
     void aSecondTapOrMonitorIsRefused();
     void withoutAServerEverythingIsRefused();
     void whatWasPressedBeforeTheServerDiedCounts();
+    void whatWasPressedAfterAChangeOfTheKeyboardCountsAsWell();
     void aDeadServerIsQuiet();
 
 private:
@@ -765,6 +766,24 @@ void X11InputTest::whatWasPressedBeforeTheServerDiedCounts()
     input.drain();
 
     QCOMPARE(reports.keys, 101);
+}
+
+void X11InputTest::whatWasPressedAfterAChangeOfTheKeyboardCountsAsWell()
+{
+    X11Input input;
+    Reports reports;
+    startTap(input, reports);
+    Client other(desktop->display());
+    other.changeSymbol(injector->keyCode(XK_b), XK_Hyper_L);
+    other.sync();
+    for (int i = 0; i < 100; ++i)
+        injector->typeKey(injector->keyCode(XK_a));
+    injector->sync();
+
+    desktop->killServer();
+    input.drain();
+
+    QCOMPARE(reports.keys, 100);
 }
 
 void X11InputTest::aDeadServerIsQuiet()

@@ -78,24 +78,37 @@ void X11Input::drain()
     if (!isConnected())
         return;
 
-    // What has already arrived comes first: once the connection has failed, its events can no longer be had.
+    // A server that does not answer, frozen or at the other end of a dead line, must not keep the program
+    // from saving.
+    const QDeadlineTimer deadline(drainPatience);
+    do {
+        awaitServer(deadline);
+    } while (!received.empty() && !deadline.hasExpired());
+
+    // Presses that still wait for the keyboard are held against the one that was known last.
+    question.reset();
+    keyboardHasChanged = false;
+    handleReceived();
+}
+
+/// A round trip: what the server sent before its answer has been dispatched by then.
+void X11Input::awaitServer(const QDeadlineTimer& deadline)
+{
+    // What has arrived is dispatched before anything can fail: once the connection has, it can no longer be
+    // had.
     dispatch();
-    // A round trip: what the server sent before its answer has arrived by then. A server that does not
-    // answer, frozen or at the other end of a dead line, must not keep the program from saving.
     const unsigned int request = xcb_get_input_focus(connection.get()).sequence;
     xcb_flush(connection.get());
-    const QDeadlineTimer deadline(drainPatience);
     void* answer = nullptr;
-    xcb_generic_error_t* error = nullptr;
-    while (!xcb_poll_for_reply(connection.get(), request, &answer, &error)) {
+    while (!xcb_poll_for_reply(connection.get(), request, &answer, nullptr)) {
         pollfd socket { xcb_get_file_descriptor(connection.get()), POLLIN, 0 };
         if (poll(&socket, 1, static_cast<int>(deadline.remainingTime())) <= 0) {
             xcb_discard_reply(connection.get(), request);
             break;
         }
+        dispatch();
     }
-    const XcbReply<void> freedAnswer(answer);
-    const XcbReply<void> freedError(error);
+    const XcbReply<void> freed(answer);
     dispatch();
 }
 
@@ -174,10 +187,15 @@ void X11Input::select()
     if (buttonMoved)
         selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
     const xcb_window_t root = rootWindow(connection.get());
+    const bool needsKeyboard = keyboardHasChanged && wanted & eventMask(EventType::KeyDown);
+    if (needsKeyboard && !question)
+        askForKeyboard();
     // Waits for the server to have done so, so that whatever is pressed from here on is reported. An error
     // would mean that it is gone, which shows at the next read.
     const auto request = xcb_input_xi_select_events_checked(connection.get(), root, 1, &selection.head);
     const XcbReply<xcb_generic_error_t> ignored(xcb_request_check(connection.get(), request));
+    if (question)
+        takeKeyboard();
     // Presses that came with the answer have left the socket, which therefore announces them no more.
     QMetaObject::invokeMethod(
         notifier.get(), [this] { dispatch(); }, Qt::QueuedConnection);
@@ -185,12 +203,28 @@ void X11Input::select()
 
 void X11Input::dispatch()
 {
-    while (const XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) })
-        handle(*event);
+    // Out of the library's hands first: it gives out nothing any more once the connection has failed.
+    while (XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) })
+        received.push_back(std::move(event));
+    handleReceived();
 
     // The socket of a dead connection is readable for ever.
     if (xcb_connection_has_error(connection.get()))
         notifier->setEnabled(false);
+}
+
+void X11Input::handleReceived()
+{
+    while (!received.empty()) {
+        // The keyboard is asked for at the first press after a change and not at the change: a layout that is
+        // loaded announces itself many times. Nothing waits for the answer, so that nothing is lost when the
+        // server goes away meanwhile; the presses stay in their order until it is there.
+        if (isKeyPress(*received.front()) && !knowsKeyboard())
+            return;
+        const auto event = std::move(received.front());
+        received.pop_front();
+        handle(*event);
+    }
 }
 
 void X11Input::handle(const xcb_generic_event_t& event)
@@ -206,10 +240,6 @@ void X11Input::handle(const xcb_generic_event_t& event)
         return;
 
     if (generic.event_type == XCB_INPUT_RAW_KEY_PRESS) {
-        // Read at the first press after a change and not at the change: a layout that is loaded announces
-        // itself many times.
-        if (keyboardHasChanged)
-            readKeyboard();
         const auto& press = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
         if (counts(press))
             deliver(EventType::KeyDown, Press(press.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT ? 1 : 0));
@@ -226,28 +256,68 @@ void X11Input::handle(const xcb_generic_event_t& event)
     }
 }
 
-// Waits for the server's answer. Presses that arrive meanwhile stay in their order and are handled next.
-void X11Input::readKeyboard()
+bool X11Input::isKeyPress(const xcb_generic_event_t& event) const
+{
+    if (event.response_type != XCB_GE_GENERIC)
+        return false;
+    const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
+    return generic.extension == inputExtension && generic.event_type == XCB_INPUT_RAW_KEY_PRESS;
+}
+
+/// Of a server that is gone, what it said last holds.
+bool X11Input::knowsKeyboard()
+{
+    if (!isConnected())
+        return true;
+    if (keyboardHasChanged && !question)
+        askForKeyboard();
+    return !question || takeKeyboard();
+}
+
+void X11Input::askForKeyboard()
 {
     const xcb_setup_t& setup = *xcb_get_setup(connection.get());
-    const auto modifierCookie = xcb_get_modifier_mapping(connection.get());
-    const auto symbolCookie = xcb_get_keyboard_mapping(connection.get(), setup.min_keycode,
-        static_cast<std::uint8_t>(setup.max_keycode - setup.min_keycode + 1));
-    const XcbReply<xcb_get_modifier_mapping_reply_t> modifiers(
-        xcb_get_modifier_mapping_reply(connection.get(), modifierCookie, nullptr));
+    question = KeyboardQuestion {
+        .modifiers = xcb_get_modifier_mapping(connection.get()).sequence,
+        .symbols = xcb_get_keyboard_mapping(connection.get(), setup.min_keycode,
+            static_cast<std::uint8_t>(setup.max_keycode - setup.min_keycode + 1))
+                       .sequence,
+    };
+    // A change that comes from here on may be missing in the answer.
+    keyboardHasChanged = false;
+    xcb_flush(connection.get());
+    // What came while that was written has left the socket as well.
+    QMetaObject::invokeMethod(
+        notifier.get(), [this] { dispatch(); }, Qt::QueuedConnection);
+}
+
+/// False while the server owes the answer to the question.
+bool X11Input::takeKeyboard()
+{
+    const auto poll = [this](unsigned int request, void** reply) {
+        return xcb_poll_for_reply(connection.get(), request, reply, nullptr) != 0;
+    };
+    void* answer = nullptr;
+    if (!poll(question->symbols, &answer))
+        return false;
     const XcbReply<xcb_get_keyboard_mapping_reply_t> symbols(
-        xcb_get_keyboard_mapping_reply(connection.get(), symbolCookie, nullptr));
+        static_cast<xcb_get_keyboard_mapping_reply_t*>(std::exchange(answer, nullptr)));
+    // Answers come in the order of the questions.
+    poll(question->modifiers, &answer);
+    const XcbReply<xcb_get_modifier_mapping_reply_t> modifiers(
+        static_cast<xcb_get_modifier_mapping_reply_t*>(answer));
+    question.reset();
     if (!modifiers || !symbols)
-        return;
+        return true;
 
     uncounted = uncountedKeys(
         { xcb_get_modifier_mapping_keycodes(modifiers.get()),
             static_cast<std::size_t>(xcb_get_modifier_mapping_keycodes_length(modifiers.get())) },
-        setup.min_keycode,
+        xcb_get_setup(connection.get())->min_keycode,
         { xcb_get_keyboard_mapping_keysyms(symbols.get()),
             static_cast<std::size_t>(xcb_get_keyboard_mapping_keysyms_length(symbols.get())) },
         symbols->keysyms_per_keycode);
-    keyboardHasChanged = false;
+    return true;
 }
 
 // The one place in the program that looks at which key was pressed. It answers a single question and keeps

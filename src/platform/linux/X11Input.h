@@ -5,8 +5,10 @@
 #include "platform/linux/CountedKeys.h"
 #include "platform/linux/Xcb.h"
 
+#include <deque>
 #include <memory>
 
+class QDeadlineTimer;
 class QSocketNotifier;
 struct xcb_input_raw_key_press_event_t;
 
@@ -48,6 +50,11 @@ private:
         std::uint64_t events = 0;
         std::function<void()> handler;
     };
+    /// The numbers of two requests that the server has not answered yet.
+    struct KeyboardQuestion {
+        unsigned int modifiers = 0;
+        unsigned int symbols = 0;
+    };
 
     std::optional<EventTapId> create(
         const EventTapParameters& parameters, TapCallback callback, void* userInfo) override;
@@ -61,9 +68,14 @@ private:
     bool serverReportsPresses();
     bool isConnected() const;
     void select();
+    void awaitServer(const QDeadlineTimer& deadline);
     void dispatch();
+    void handleReceived();
     void handle(const xcb_generic_event_t& event);
-    void readKeyboard();
+    bool isKeyPress(const xcb_generic_event_t& event) const;
+    bool knowsKeyboard();
+    void askForKeyboard();
+    bool takeKeyboard();
     bool counts(const xcb_input_raw_key_press_event_t& press) const;
     void deliver(EventType type, const TapEvent& event);
     void tellOfButton(ButtonMove move);
@@ -74,6 +86,9 @@ private:
     std::optional<Tap> tap;
     std::optional<Monitor> monitor;
     std::function<void(ButtonMove)> buttonMoved;
+    /// What is still to be handled, unread.
+    std::deque<XcbReply<xcb_generic_event_t>> received;
     KeyCodes uncounted;
     bool keyboardHasChanged = true;
+    std::optional<KeyboardQuestion> question;
 };
