@@ -5,6 +5,7 @@
 #include "Theme.h"
 #include "platform/Appearance.h"
 #include "platform/Desktop.h"
+#include "platform/Instance.h"
 #include "platform/PanelHost.h"
 #include "platform/Platform.h"
 #include "ui/Language.h"
@@ -13,6 +14,7 @@
 
 #include <QApplication>
 #include <QLocale>
+#include <QScreen>
 
 #include <memory>
 #include <string>
@@ -40,6 +42,16 @@ WindowFactories windowFactories()
     };
 }
 
+/// Where most menu bars have their items, for when nothing was clicked beside which to open.
+ScreenPoint cornerOfTheScreen()
+{
+    const auto* screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return {};
+    const auto corner = screen->availableGeometry().topRight();
+    return { corner.x(), corner.y() };
+}
+
 }
 
 KnuckletApp::KnuckletApp(Platform& platform)
@@ -63,6 +75,7 @@ KnuckletApp::KnuckletApp(Platform& platform)
             { tr("Quit Knucklet").toStdString(),
                 [&platform](ScreenPoint) { platform.desktop().terminate(); } },
         });
+    platform.instance().onStartedAgain([this] { openPanel(cornerOfTheScreen()); });
 }
 
 KnuckletApp::~KnuckletApp() = default;

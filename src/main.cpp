@@ -1,4 +1,5 @@
 #include "KnuckletApp.h"
+#include "platform/Instance.h"
 #include "platform/Platform.h"
 
 #include <QApplication>
@@ -24,6 +25,8 @@ int main(int argc, char* argv[])
     QApplication::setQuitOnLastWindowClosed(false);
 
     const auto platform = makePlatform();
+    if (!platform->instance().claim())
+        return 0;
     const KnuckletApp app(*platform);
     return QApplication::exec();
 }

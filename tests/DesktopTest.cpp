@@ -1,5 +1,6 @@
 #include "support/Injector.h"
 #include "support/RunningKnucklet.h"
+#include "support/SavedCounts.h"
 #include "support/Screenshot.h"
 #include "support/VirtualDesktop.h"
 
@@ -7,9 +8,6 @@
 #include <QDBusMessage>
 #include <QDate>
 #include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QMap>
 #include <QTest>
 
 #include <csignal>
@@ -26,38 +24,6 @@ constexpr xcb_keysym_t keysymEscape = 0xff1b;
 
 /// The bar and the line below it, in pixels.
 constexpr int barHeight = 29;
-
-struct Counts {
-    qint64 keys = 0;
-    qint64 clicks = 0;
-
-    bool operator==(const Counts&) const = default;
-};
-
-char* toString(const Counts& counts)
-{
-    return QTest::toString(QStringLiteral("%1 keys, %2 clicks").arg(counts.keys).arg(counts.clicks));
-}
-
-Counts countsOf(const QJsonValue& day) { return { day["keys"].toInteger(), day["clicks"].toInteger() }; }
-
-/// The counts of each day in the stats file.
-QMap<QString, Counts> savedDays(const VirtualDesktop& desktop)
-{
-    QMap<QString, Counts> days;
-    const auto file = QJsonDocument::fromJson(statsFile(desktop)).object();
-    for (auto day = file.begin(); day != file.end(); ++day)
-        days.insert(day.key(), countsOf(day.value()));
-    return days;
-}
-
-Counts savedCounts(const VirtualDesktop& desktop)
-{
-    Counts sum;
-    for (const auto& day : savedDays(desktop))
-        sum = { sum.keys + day.keys, sum.clicks + day.clicks };
-    return sum;
-}
 
 /// Types and clicks at a place as fast as the server takes it: `blocks` times twenty keys and five clicks,
 /// among motion, wheel, modifiers and one key that is held for a while.

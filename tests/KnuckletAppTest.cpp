@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 
@@ -50,6 +51,12 @@ QCheckBox* checkBox(const QString& text)
     return nullptr;
 }
 
+bool isPanelOpen()
+{
+    return std::ranges::any_of(
+        QApplication::topLevelWidgets(), [](const QWidget* window) { return window->isVisible(); });
+}
+
 }
 
 class KnuckletAppTest final : public QObject {
@@ -64,6 +71,7 @@ private slots:
     void theToolTipAlwaysHasTheCounts();
     void aBurstOfPressesUpdatesTheLabelOnce();
     void theMenuQuits();
+    void anotherStartOpensThePanelAndLeavesItOpen();
     void aWindowOpensBesideItsPlaceWithinTheWorkArea_data();
     void aWindowOpensBesideItsPlaceWithinTheWorkArea();
 };
@@ -152,6 +160,19 @@ void KnuckletAppTest::theMenuQuits()
     fake.platform.chooseCommand("Quit Knucklet");
 
     QVERIFY(fake.platform.hasTerminated());
+}
+
+void KnuckletAppTest::anotherStartOpensThePanelAndLeavesItOpen()
+{
+    FakeApp fake;
+    const KnuckletApp app(fake.platform);
+    QVERIFY(!isPanelOpen());
+
+    fake.platform.startAgain();
+    QVERIFY(isPanelOpen());
+    fake.platform.startAgain();
+
+    QVERIFY(isPanelOpen());
 }
 
 void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea_data()

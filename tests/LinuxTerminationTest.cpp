@@ -1,5 +1,6 @@
 #include <QFile>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <sys/types.h>
@@ -27,6 +28,7 @@ private slots:
     void theProgramEndsItselfInOrder_data();
     void theProgramEndsItselfInOrder();
     void losingTheDisplayRunsTheObserversToo();
+    void whoCannotStartItselfAgainIsAnsweredToo();
     void aHangupThatWasIgnoredAtTheStartStaysIgnored();
     void childrenInheritNoBlockedSignal();
 
@@ -146,6 +148,19 @@ void LinuxTerminationTest::losingTheDisplayRunsTheObserversToo()
 
     QCOMPARE(lines(output), QStringList({ "running", "drained", "first observer", "second observer" }));
     QCOMPARE(program->exitStatus(), QProcess::NormalExit);
+}
+
+void LinuxTerminationTest::whoCannotStartItselfAgainIsAnsweredToo()
+{
+    const QTemporaryDir folder;
+    const QString copy = folder.filePath("program");
+    QVERIFY(QFile::copy(ENDING_PROGRAM, copy));
+
+    program->start(copy, { "cannot start itself again" });
+    QTRY_COMPARE(program->state(), QProcess::NotRunning);
+
+    QCOMPARE(lines(output), QStringList({ "running", "made way", "still running", "answered" }) + orderlyEnd);
+    QCOMPARE(program->exitCode(), 0);
 }
 
 void LinuxTerminationTest::aHangupThatWasIgnoredAtTheStartStaysIgnored()

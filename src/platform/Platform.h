@@ -7,6 +7,7 @@ class Clock;
 class Desktop;
 class EventTap;
 class Folders;
+class Instance;
 class ListenAccess;
 class LoginItem;
 class MenuBarItem;
@@ -27,6 +28,7 @@ public:
     virtual Desktop& desktop() = 0;
     virtual EventTap& eventTap() = 0;
     virtual Folders& folders() = 0;
+    virtual Instance& instance() = 0;
     virtual ListenAccess& listenAccess() = 0;
     virtual LoginItem& loginItem() = 0;
     virtual MenuBarItem& menuBarItem() = 0;

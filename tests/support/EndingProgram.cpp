@@ -25,7 +25,7 @@ int main(int argc, char** argv)
 {
     const std::string_view kind = argc > 1 ? argv[1] : "";
     QCoreApplication application(argc, argv);
-    LinuxDesktop desktop([] { say("drained"); });
+    LinuxDesktop desktop([] { say("drained"); }, [] { say("made way"); });
     desktop.onWillTerminate([] { say("first observer"); });
     desktop.onWillTerminate([&] {
         say("second observer");
@@ -39,6 +39,14 @@ int main(int argc, char** argv)
         say("running");
         if (kind == "loses its display")
             std::exit(1);
+        if (kind == "cannot start itself again") {
+            std::remove(argv[0]);
+            desktop.openNewInstance([&] {
+                say("answered");
+                desktop.terminate();
+            });
+            say("still running");
+        }
         if (kind == "ends itself twice") {
             desktop.terminate();
             desktop.terminate();

@@ -85,6 +85,18 @@ bool RunningKnucklet::awaitItem()
     return QTest::qWaitFor(isRegistered, patience);
 }
 
+bool RunningKnucklet::awaitCounting()
+{
+    if (!process->waitForStarted(patience))
+        return false;
+    // The item is the last thing that the program makes, whether or not a tray is there to show it.
+    const auto name = QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(processId());
+    const auto isThere = [&] { return !isRunning() || bus.interface()->isServiceRegistered(name).value(); };
+    if (QTest::qWaitFor(isThere, patience) && isRunning())
+        service = name;
+    return !service.isEmpty();
+}
+
 QRect RunningKnucklet::icon() const
 {
     // The tray ends the bar, and a bar without icons has one color there.

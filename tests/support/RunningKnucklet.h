@@ -25,6 +25,8 @@ public:
 
     /// Waits until the tray knows the item; from then on everything is counted.
     [[nodiscard]] bool awaitItem();
+    /// Waits until the program counts, on a desktop that needs no tray.
+    [[nodiscard]] bool awaitCounting();
     /// Where the icon stands, in pixels of the screen; null while there is none.
     QRect icon() const;
     /// A property of the item, asked of the program itself; invalid when it has none of that name.

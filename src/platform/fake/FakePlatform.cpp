@@ -94,6 +94,8 @@ void FakePlatform::quit() { terminate(); }
 
 void FakePlatform::answerNewInstance() { std::exchange(newInstanceAnswered, {})(); }
 
+void FakePlatform::startAgain() { startedAgain(); }
+
 void FakePlatform::setAppearance(ColorScheme newScheme, Motion newMotion)
 {
     scheme = newScheme;
@@ -204,6 +206,18 @@ void FakePlatform::enable([[maybe_unused]] EventTapId tap)
     assert(tap == theTap);
     calls.emplace_back("enable tap");
     tapEnabled = true;
+}
+
+bool FakePlatform::claim()
+{
+    calls.emplace_back("claim");
+    return !placeIsTaken;
+}
+
+void FakePlatform::onStartedAgain(std::function<void()> callback)
+{
+    calls.emplace_back("observe starts");
+    startedAgain = std::move(callback);
 }
 
 bool FakePlatform::preflight()

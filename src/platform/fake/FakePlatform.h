@@ -5,6 +5,7 @@
 #include "platform/Desktop.h"
 #include "platform/EventTap.h"
 #include "platform/Folders.h"
+#include "platform/Instance.h"
 #include "platform/ListenAccess.h"
 #include "platform/LoginItem.h"
 #include "platform/MenuBarItem.h"
@@ -33,6 +34,7 @@ class FakePlatform final
     , private Desktop
     , private EventTap
     , private Folders
+    , private Instance
     , private ListenAccess
     , private LoginItem
     , private MenuBarItem
@@ -64,6 +66,10 @@ public:
     void refuseLoginItem() { loginItemRefused = true; }
     /// The system has started the other instance, or failed to.
     void answerNewInstance();
+    /// Another instance has the place already.
+    void occupyPlace() { placeIsTaken = true; }
+    /// The user starts the program although it runs.
+    void startAgain();
     void setAppearance(ColorScheme scheme, Motion motion);
     void storeSetting(const std::string& key, bool value) { settingValues[key] = value; }
     void removeApplicationSupport() { supportFolder.reset(); }
@@ -102,6 +108,7 @@ public:
     Desktop& desktop() override { return *this; }
     EventTap& eventTap() override { return *this; }
     Folders& folders() override { return *this; }
+    Instance& instance() override { return *this; }
     ListenAccess& listenAccess() override { return *this; }
     LoginItem& loginItem() override { return *this; }
     MenuBarItem& menuBarItem() override { return *this; }
@@ -135,6 +142,8 @@ private:
     void addToMainRunLoop(RunLoopSourceId source) override;
     void enable(EventTapId tap) override;
     std::optional<std::filesystem::path> applicationSupport() const override;
+    bool claim() override;
+    void onStartedAgain(std::function<void()> startedAgain) override;
     bool preflight() override;
     void request() override;
     LoginItemStatus status() override;
@@ -165,6 +174,7 @@ private:
     bool tapRefused = false;
     bool mouseMonitorRefused = false;
     bool terminated = false;
+    bool placeIsTaken = false;
     LoginItemStatus loginItemStatus = LoginItemStatus::NotRegistered;
     bool loginItemRefused = false;
     ColorScheme scheme = ColorScheme::Light;
@@ -187,6 +197,7 @@ private:
     std::function<void()> newInstanceAnswered;
     std::function<void()> pressedOutside;
     bool pressHeld = false;
+    std::function<void()> startedAgain;
     std::function<void(ScreenPoint)> menuBarItemActivated;
     std::vector<MenuBarCommand> menuBarCommands;
     std::optional<MenuBarLabel> label;

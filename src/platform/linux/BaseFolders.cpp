@@ -26,6 +26,8 @@ std::optional<std::filesystem::path> baseFolder(const char* variable, const char
     return {};
 }
 
+std::optional<std::filesystem::path> runtimeFolder() { return absolutePath("XDG_RUNTIME_DIR"); }
+
 std::optional<std::filesystem::path> configurationFolder()
 {
     return baseFolder("XDG_CONFIG_HOME", ".config");

@@ -8,5 +8,8 @@
 /// at each call.
 std::optional<std::filesystem::path> baseFolder(const char* variable, const char* belowHome);
 
+/// Where what lives no longer than the user's session lies; nothing where there is no such folder.
+std::optional<std::filesystem::path> runtimeFolder();
+
 /// Where the user's configuration lives.
 std::optional<std::filesystem::path> configurationFolder();

@@ -47,8 +47,9 @@ void handleSignal(int signal)
 
 }
 
-LinuxDesktop::LinuxDesktop(std::function<void()> drainInput)
+LinuxDesktop::LinuxDesktop(std::function<void()> drainInput, std::function<void()> makeWay)
     : drainInput(std::move(drainInput))
+    , makeWay(std::move(makeWay))
 {
     desktopAtExit = this;
     // The loop has ended by then, so that nothing can be counted after the observers have saved.
@@ -83,6 +84,7 @@ void LinuxDesktop::terminate()
 
 void LinuxDesktop::openNewInstance(std::function<void()> done)
 {
+    makeWay();
     // Returns once the executable has been started, or could not be.
     std::ignore = QProcess::startDetached(QCoreApplication::applicationFilePath(), {});
     QMetaObject::invokeMethod(&context, std::move(done), Qt::QueuedConnection);

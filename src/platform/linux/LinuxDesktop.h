@@ -15,7 +15,8 @@ class QSocketNotifier;
 class LinuxDesktop final : public Desktop {
 public:
     /// `drainInput` counts what the system has delivered so far; it is called once, before the observers.
-    explicit LinuxDesktop(std::function<void()> drainInput);
+    /// `makeWay` is called before another instance is started.
+    LinuxDesktop(std::function<void()> drainInput, std::function<void()> makeWay);
     LinuxDesktop(const LinuxDesktop&) = delete;
     LinuxDesktop& operator=(const LinuxDesktop&) = delete;
     ~LinuxDesktop() override;
@@ -31,6 +32,7 @@ private:
     void willTerminate();
 
     std::function<void()> drainInput;
+    std::function<void()> makeWay;
     std::vector<std::function<void()>> observers;
     bool isTerminating = false;
     QObject context;

@@ -3,6 +3,7 @@
 #include "platform/linux/LinuxClock.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/LinuxFolders.h"
+#include "platform/linux/LinuxInstance.h"
 #include "platform/linux/LinuxListenAccess.h"
 #include "platform/linux/LinuxLoginItem.h"
 #include "platform/linux/LinuxPanelHost.h"
@@ -23,6 +24,7 @@ public:
     Desktop& desktop() override { return running; }
     EventTap& eventTap() override { return input.eventTap(); }
     Folders& folders() override { return userFolders; }
+    Instance& instance() override { return place; }
     ListenAccess& listenAccess() override { return access; }
     LoginItem& loginItem() override { return autostart; }
     MenuBarItem& menuBarItem() override { return item; }
@@ -36,8 +38,9 @@ private:
     X11Input input;
     LinuxAppearance portalSettings { QDBusConnection::sessionBus() };
     LinuxClock wallClock;
-    LinuxDesktop running { [this] { input.drain(); } };
     LinuxFolders userFolders;
+    LinuxInstance place { QDBusConnection::sessionBus(), userFolders };
+    LinuxDesktop running { [this] { input.drain(); }, [this] { place.makeWay(); } };
     LinuxListenAccess access;
     LinuxLoginItem autostart;
     StatusNotifierItem item { QDBusConnection::sessionBus() };
