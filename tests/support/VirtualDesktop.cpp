@@ -226,10 +226,14 @@ bool VirtualDesktop::run(const QString& program, const QStringList& arguments) c
         && process->exitCode() == 0;
 }
 
-void VirtualDesktop::killServer()
+void VirtualDesktop::killServer() { killPart(0); }
+
+void VirtualDesktop::killBus() { killPart(1); }
+
+void VirtualDesktop::killPart(std::size_t place)
 {
-    processes.front()->kill();
-    processes.front()->waitForFinished();
+    processes.at(place)->kill();
+    processes.at(place)->waitForFinished();
 }
 
 void VirtualDesktop::freezeServer() { ::kill(static_cast<pid_t>(processes.front()->processId()), SIGSTOP); }

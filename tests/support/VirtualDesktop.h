@@ -58,6 +58,8 @@ public:
 
     /// Ends the X server at once and without notice, as a crash of it would.
     void killServer();
+    /// The same for the session bus.
+    void killBus();
     /// The X server stops answering, and goes on where it was.
     void freezeServer();
     void thawServer();
@@ -71,6 +73,7 @@ private:
     bool startPanel();
     bool startPart(const QString& program, const QStringList& arguments);
     QByteArray awaitFirstLine();
+    void killPart(std::size_t place);
     bool fail();
 
     DesktopParts parts;

@@ -5,9 +5,12 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QProcess>
+#include <QSessionManager>
 #include <QSocketNotifier>
 
+#include <dlfcn.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -45,6 +48,19 @@ void handleSignal(int signal)
     sigaction(signal, &action, nullptr);
 }
 
+/// Xlib, which the toolkit uses beside xcb, writes a line to the error output when it finds the display gone.
+/// It is not linked here: where it is loaded, it is told to keep quiet, and ends the process all the same.
+void keepXlibQuiet()
+{
+    void* xlib = dlopen("libX11.so.6", RTLD_LAZY | RTLD_NOLOAD);
+    if (!xlib)
+        return;
+    using Handler = int (*)(void* display);
+    using SetHandler = Handler (*)(Handler);
+    if (const auto setHandler = reinterpret_cast<SetHandler>(dlsym(xlib, "XSetIOErrorHandler")))
+        setHandler([](void*) { return 0; });
+}
+
 }
 
 LinuxDesktop::LinuxDesktop(std::function<void()> drainInput, std::function<void()> makeWay)
@@ -54,7 +70,9 @@ LinuxDesktop::LinuxDesktop(std::function<void()> drainInput, std::function<void(
     desktopAtExit = this;
     // The loop has ended by then, so that nothing can be counted after the observers have saved.
     QObject::connect(qApp, &QCoreApplication::aboutToQuit, &context, [this] { willTerminate(); });
+    keepXlibQuiet();
     listenForSignals();
+    listenForSessionManager();
 }
 
 LinuxDesktop::~LinuxDesktop()
@@ -124,6 +142,24 @@ void LinuxDesktop::listenForSignals()
     // would end the program before it has saved.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+// The end of a session is the toolkit's own affair: it quits when the manager says so, and asks the user
+// nothing.
+void LinuxDesktop::listenForSessionManager()
+{
+    const auto* application = qobject_cast<QGuiApplication*>(qApp);
+    if (!application)
+        return;
+    // Whether the program starts at login is the login item's affair. A manager that brings back what was
+    // running would start it a second time, which opens the panel.
+    const auto stayAway
+        = [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); };
+    // Directly: the manager's answer is written when this returns.
+    QObject::connect(
+        application, &QGuiApplication::commitDataRequest, &context, stayAway, Qt::DirectConnection);
+    QObject::connect(
+        application, &QGuiApplication::saveStateRequest, &context, stayAway, Qt::DirectConnection);
 }
 
 void LinuxDesktop::willTerminate()

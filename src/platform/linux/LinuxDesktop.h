@@ -29,6 +29,7 @@ public:
 private:
     static void runObserversAtExit();
     void listenForSignals();
+    void listenForSessionManager();
     void willTerminate();
 
     std::function<void()> drainInput;
