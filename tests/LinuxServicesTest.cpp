@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -77,12 +78,28 @@ private slots:
     void aLoginItemThatIsNoFileIsNotRegistered_data();
     void aLoginItemThatIsNoFileIsNotRegistered();
 
+    void registeringMakesAnEntryForThisExecutable();
+    void registeringTwiceLeavesTheEntryAlone();
+    void registeringBringsBackWhatWasSwitchedOff();
+    void unregisteringRemovesTheEntry();
+    void unregisteringWhatIsSwitchedOffLeavesTheEntryAlone();
+    void anEntryOfTheSystemCountsUnlessTheUserHasOne();
+    void anEntryOfTheSystemIsHiddenAndShownAgain();
+    void aRefusedLoginItemStaysAsItIs();
+    void theEntryStartsAnExecutableOfAnyName_data();
+    void theEntryStartsAnExecutableOfAnyName();
+    void theEntryQuotesWhatDesktopsReplace();
+
     void onlyAWaylandSessionHidesItsInput_data();
     void onlyAWaylandSessionHidesItsInput();
 
 private:
     QString settingsFile() const { return folder->filePath("Knucklet/Knucklet.conf"); }
     QString loginItemFile() const { return folder->filePath("autostart/org.knucklet.Knucklet.desktop"); }
+    QString systemsLoginItemFile() const
+    {
+        return folder->filePath("system/autostart/org.knucklet.Knucklet.desktop");
+    }
 
     std::unique_ptr<QTemporaryDir> folder;
 };
@@ -92,6 +109,7 @@ void LinuxServicesTest::init()
     folder = std::make_unique<QTemporaryDir>();
     QVERIFY(folder->isValid());
     setEnvironment("XDG_CONFIG_HOME", folder->path());
+    setEnvironment("XDG_CONFIG_DIRS", folder->filePath("system"));
     setEnvironment("HOME", folder->filePath("home"));
 }
 
@@ -406,6 +424,141 @@ void LinuxServicesTest::aLoginItemThatIsNoFileIsNotRegistered()
     make(loginItemFile());
 
     QCOMPARE(loginItem.status(), LoginItemStatus::NotRegistered);
+}
+
+void LinuxServicesTest::registeringMakesAnEntryForThisExecutable()
+{
+    LinuxLoginItem loginItem;
+
+    QVERIFY(loginItem.registerItem());
+
+    QCOMPARE(loginItem.status(), LoginItemStatus::Enabled);
+    const QByteArray exec = "\nExec=\"" + QFile::encodeName(QCoreApplication::applicationFilePath()) + "\"\n";
+    QVERIFY2(readFile(loginItemFile()).contains(exec), readFile(loginItemFile()).constData());
+    QCOMPARE(QProcess::execute("desktop-file-validate", { loginItemFile() }), 0);
+}
+
+void LinuxServicesTest::registeringTwiceLeavesTheEntryAlone()
+{
+    LinuxLoginItem loginItem;
+    const QByteArray entry = "[Desktop Entry]\nType=Application\nName=Mine\nExec=my-wrapper knucklet\n";
+    writeFile(loginItemFile(), entry);
+
+    QVERIFY(loginItem.registerItem());
+
+    QCOMPARE(readFile(loginItemFile()), entry);
+}
+
+void LinuxServicesTest::registeringBringsBackWhatWasSwitchedOff()
+{
+    LinuxLoginItem loginItem;
+    writeFile(loginItemFile(), "[Desktop Entry]\nType=Application\nName=Knucklet\nHidden=true\n");
+
+    QVERIFY(loginItem.registerItem());
+
+    QCOMPARE(loginItem.status(), LoginItemStatus::Enabled);
+}
+
+void LinuxServicesTest::unregisteringRemovesTheEntry()
+{
+    LinuxLoginItem loginItem;
+    QVERIFY(loginItem.registerItem());
+
+    QVERIFY(loginItem.unregisterItem());
+    QVERIFY(!QFile::exists(loginItemFile()));
+
+    QVERIFY(loginItem.unregisterItem());
+    QCOMPARE(loginItem.status(), LoginItemStatus::NotRegistered);
+}
+
+void LinuxServicesTest::unregisteringWhatIsSwitchedOffLeavesTheEntryAlone()
+{
+    LinuxLoginItem loginItem;
+    const QByteArray entry = "[Desktop Entry]\nType=Application\nName=Mine\nHidden=true\n";
+    writeFile(loginItemFile(), entry);
+
+    QVERIFY(loginItem.unregisterItem());
+
+    QCOMPARE(readFile(loginItemFile()), entry);
+}
+
+void LinuxServicesTest::anEntryOfTheSystemCountsUnlessTheUserHasOne()
+{
+    LinuxLoginItem loginItem;
+    const QByteArray entry = "[Desktop Entry]\nType=Application\nName=Knucklet\nExec=knucklet\n";
+
+    writeFile(systemsLoginItemFile(), entry);
+    const auto systems = loginItem.status();
+    writeFile(loginItemFile(), entry + "X-GNOME-Autostart-enabled=false\n");
+    const auto users = loginItem.status();
+
+    QCOMPARE(systems, LoginItemStatus::Enabled);
+    QCOMPARE(users, LoginItemStatus::NotRegistered);
+}
+
+void LinuxServicesTest::anEntryOfTheSystemIsHiddenAndShownAgain()
+{
+    LinuxLoginItem loginItem;
+    writeFile(systemsLoginItemFile(), "[Desktop Entry]\nType=Application\nName=Knucklet\nExec=knucklet\n");
+
+    QVERIFY(loginItem.unregisterItem());
+    QCOMPARE(loginItem.status(), LoginItemStatus::NotRegistered);
+    QVERIFY(QFile::exists(systemsLoginItemFile()));
+
+    QVERIFY(loginItem.registerItem());
+    QCOMPARE(loginItem.status(), LoginItemStatus::Enabled);
+}
+
+void LinuxServicesTest::aRefusedLoginItemStaysAsItIs()
+{
+    LinuxLoginItem loginItem;
+    writeFile(systemsLoginItemFile(), "[Desktop Entry]\nType=Application\nName=Knucklet\nExec=knucklet\n");
+    writeFile(folder->filePath("autostart"), "a file where the folder should be");
+
+    QVERIFY(!loginItem.unregisterItem());
+    QCOMPARE(loginItem.status(), LoginItemStatus::Enabled);
+    QVERIFY(QFile::remove(systemsLoginItemFile()));
+
+    QVERIFY(!loginItem.registerItem());
+    QCOMPARE(loginItem.status(), LoginItemStatus::NotRegistered);
+}
+
+void LinuxServicesTest::theEntryStartsAnExecutableOfAnyName_data()
+{
+    QTest::addColumn<QString>("name");
+
+    QTest::newRow("plain") << "knucklet";
+    QTest::newRow("blanks") << "a program of mine";
+    QTest::newRow("quotes") << "it's a \"program\"";
+    QTest::newRow("what a shell would replace") << "$HOME `id` ~ * ; & | < > ( ) #";
+    QTest::newRow("backslashes") << "a\\b\\\\c\\n\\";
+    QTest::newRow("ends of lines") << "two\nlines\tand\ra tab";
+    QTest::newRow("letters of any language") << "Knöchelchen 指";
+}
+
+// The desktop's own launcher reads the entry and starts what it names.
+void LinuxServicesTest::theEntryStartsAnExecutableOfAnyName()
+{
+    QFETCH(QString, name);
+    const QString executable = folder->filePath(name);
+    writeFile(
+        executable, "#!/bin/sh\nprintf %s \"$0\" > '" + QFile::encodeName(folder->path()) + "/started'\n");
+    QVERIFY(QFile::setPermissions(executable, QFile::ReadOwner | QFile::ExeOwner));
+    const QByteArray path = QFile::encodeName(executable);
+    const QString entry = folder->filePath("entry.desktop");
+
+    writeFile(entry, QByteArray::fromStdString(autostartEntry(path.toStdString())));
+    QCOMPARE(QProcess::execute("gio", { "launch", entry }), 0);
+
+    QTRY_COMPARE(readFile(folder->filePath("started")), path);
+}
+
+// Not every launcher finds such an executable, but none takes it for something else.
+void LinuxServicesTest::theEntryQuotesWhatDesktopsReplace()
+{
+    const QByteArray entry = QByteArray::fromStdString(autostartEntry("/opt/100% %f/knucklet"));
+
+    QVERIFY2(entry.contains("\nExec=\"/opt/100%% %%f/knucklet\"\n"), entry.constData());
 }
 
 void LinuxServicesTest::onlyAWaylandSessionHidesItsInput_data()

@@ -2,6 +2,7 @@
 
 #include <QProcess>
 #include <QString>
+#include <QTemporaryFile>
 
 /// A session bus of the test's own. It ends with this object, and with the process should that crash.
 class PrivateBus final {
@@ -15,6 +16,7 @@ public:
     QString address() const { return busAddress; }
 
 private:
+    QTemporaryFile configuration;
     QProcess daemon;
     QString busAddress;
 };
