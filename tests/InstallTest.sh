@@ -12,7 +12,8 @@ trap 'rm -rf "$prefix"' EXIT
 id=org.knucklet.Knucklet
 for file in bin/knucklet "share/applications/$id.desktop" \
     "share/icons/hicolor/symbolic/apps/$id-symbolic.svg" "share/icons/hicolor/22x22/apps/$id-symbolic.svg" \
-    "share/icons/hicolor/48x48/apps/$id.png" "share/icons/hicolor/256x256/apps/$id.png"; do
+    "share/icons/hicolor/48x48/apps/$id.png" "share/icons/hicolor/256x256/apps/$id.png" \
+    share/knucklet/AppIcon-preview.png share/knucklet/onboarding-hero.png share/knucklet/share-bg.png; do
     [ -s "$prefix/$file" ] || { echo "$file is missing"; exit 1; }
 done
 [ -x "$prefix/bin/knucklet" ] || { echo "bin/knucklet is not executable"; exit 1; }

@@ -55,6 +55,7 @@ private slots:
 
     void theDataFolderFollowsTheEnvironment_data();
     void theDataFolderFollowsTheEnvironment();
+    void thePicturesLieWithTheProgram();
 
     void aSettingIsFalseUntilItIsSet();
     void aSettingIsInTheFileAtOnce();
@@ -163,6 +164,18 @@ void LinuxServicesTest::theDataFolderFollowsTheEnvironment()
     const auto found = folders.applicationSupport();
     QCOMPARE(found.has_value(), !expected.isEmpty());
     QCOMPARE(QString::fromStdString(found.value_or("").string()), expected);
+}
+
+void LinuxServicesTest::thePicturesLieWithTheProgram()
+{
+    const LinuxFolders folders;
+
+    const auto picture = folders.picture("share-bg");
+    const auto missing = folders.picture("no-such-picture");
+
+    QVERIFY(picture.has_value());
+    QVERIFY(readFile(QString::fromStdString(picture->string())).startsWith("\x89PNG"));
+    QVERIFY(!missing.has_value());
 }
 
 void LinuxServicesTest::aSettingIsFalseUntilItIsSet()

@@ -11,6 +11,7 @@ public:
     }
 
     std::optional<std::filesystem::path> applicationSupport() const override { return folder; }
+    std::optional<std::filesystem::path> picture(std::string_view) const override { return {}; }
 
     std::optional<std::filesystem::path> folder;
 };

@@ -150,6 +150,16 @@ std::optional<std::filesystem::path> FakePlatform::applicationSupport() const
     return supportFolder;
 }
 
+std::optional<std::filesystem::path> FakePlatform::picture(std::string_view name) const
+{
+    calls.push_back("find picture " + std::string(name));
+    if (!pictureFolder)
+        return {};
+    auto file = *pictureFolder / name;
+    file += ".png";
+    return std::filesystem::exists(file) ? std::optional(file) : std::nullopt;
+}
+
 void FakePlatform::onWillTerminate(std::function<void()> observer)
 {
     calls.emplace_back("observe termination");

@@ -73,6 +73,8 @@ public:
     void setAppearance(ColorScheme scheme, Motion motion);
     void storeSetting(const std::string& key, bool value) { settingValues[key] = value; }
     void removeApplicationSupport() { supportFolder.reset(); }
+    /// The program comes with the pictures that lie in this folder; before, it comes with none.
+    void addPictures(std::filesystem::path folder) { pictureFolder = std::move(folder); }
     /// Time passes: the clock moves and timers tick when they are due.
     void advance(std::chrono::milliseconds time);
     /// The wall clock jumps; timers do not notice.
@@ -144,6 +146,7 @@ private:
     std::optional<std::filesystem::path> applicationSupport() const override;
     bool claim() override;
     void onStartedAgain(std::function<void()> startedAgain) override;
+    std::optional<std::filesystem::path> picture(std::string_view name) const override;
     bool preflight() override;
     void request() override;
     LoginItemStatus status() override;
@@ -168,6 +171,7 @@ private:
     void sendToTap(EventType type, std::int64_t autorepeat);
 
     std::optional<std::filesystem::path> supportFolder;
+    std::optional<std::filesystem::path> pictureFolder;
     Moment wallClock;
     std::chrono::milliseconds uptime {};
     bool accessGranted = false;
