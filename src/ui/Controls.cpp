@@ -29,6 +29,21 @@ void drawBox(
     painter.drawPath(continuousRect(box.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius - 0.5));
 }
 
+double luminance(const QColor& color)
+{
+    const auto linear
+        = [](double part) { return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4); };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+/// The color, as much darker as white text on it needs for a contrast of 4.5:1.
+QColor fillUnderText(QColor color, const QColor& text)
+{
+    while (text == Qt::white && 1.05 / (luminance(color) + 0.05) < 4.5)
+        color = color.darker(104);
+    return color;
+}
+
 /// The whole points that a line of text needs. Without them it would be truncated for the part of a point
 /// that is missing.
 int textWidth(const QWidget& widget, const QString& text)
@@ -36,52 +51,39 @@ int textWidth(const QWidget& widget, const QString& text)
     return static_cast<int>(std::ceil(QFontMetricsF(widget.font()).horizontalAdvance(text)));
 }
 
-enum class Lines { One, AsNeeded };
-
-/// Text on one line, truncated at its end, or wrapped. It is aligned as the widget reads and written as the
-/// text itself does, so that English in a mirrored window keeps its full stop at its end.
-void drawText(QPainter& painter, const QWidget& widget, const QRect& box, Qt::Alignment alignment,
-    Lines lines, const QString& text)
+/// Text on one line, truncated at its end. It is aligned as the widget reads and written as the text itself
+/// does, so that English in a mirrored window keeps its full stop at its end.
+void drawText(
+    QPainter& painter, const QWidget& widget, const QRect& box, Qt::Alignment alignment, const QString& text)
 {
-    const bool fits = lines == Lines::AsNeeded || textWidth(widget, text) <= box.width();
+    const bool fits = textWidth(widget, text) <= box.width();
     const auto shown = fits ? text : widget.fontMetrics().elidedText(text, Qt::ElideRight, box.width());
     QTextOption option(QStyle::visualAlignment(widget.layoutDirection(), alignment) | Qt::AlignAbsolute);
-    option.setWrapMode(lines == Lines::One ? QTextOption::NoWrap : QTextOption::WordWrap);
+    option.setWrapMode(QTextOption::NoWrap);
     option.setTextDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     painter.drawText(box, shown, option);
 }
 
 class Label final : public QLabel {
 public:
-    Label() { setTextFormat(Qt::PlainText); }
+    Label()
+    {
+        setTextFormat(Qt::PlainText);
+        setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
+    }
 
-    void show(const QString& newText, Qt::Alignment newAlignment, Lines newLines)
+    void show(const QString& newText, Qt::Alignment newAlignment)
     {
         if (alignment() != newAlignment)
             setAlignment(newAlignment);
-        if (lines() != newLines)
-            setWordWrap(newLines == Lines::AsNeeded);
-        const auto horizontal = newLines == Lines::One ? QSizePolicy::Maximum : QSizePolicy::Expanding;
-        if (sizePolicy().horizontalPolicy() != horizontal) {
-            auto policy = sizePolicy();
-            policy.setHorizontalPolicy(horizontal);
-            setSizePolicy(policy);
-        }
         if (text() != newText)
             setText(newText);
     }
 
-    QSize sizeHint() const override
-    {
-        if (lines() == Lines::AsNeeded)
-            return QLabel::sizeHint();
-        return { textWidth(*this, text()), fontMetrics().height() };
-    }
+    QSize sizeHint() const override { return { textWidth(*this, text()), fontMetrics().height() }; }
 
     QSize minimumSizeHint() const override
     {
-        if (lines() == Lines::AsNeeded)
-            return QLabel::minimumSizeHint();
         const auto whole = sizeHint();
         return { std::min(whole.width(), textWidth(*this, "…")), whole.height() };
     }
@@ -90,11 +92,8 @@ protected:
     void paintEvent(QPaintEvent*) override
     {
         QPainter painter(this);
-        drawText(painter, *this, rect(), alignment(), lines(), text());
+        drawText(painter, *this, rect(), alignment(), text());
     }
-
-private:
-    Lines lines() const { return wordWrap() ? Lines::AsNeeded : Lines::One; }
 };
 
 /// A symbol as its widget shows it: as high as the widget's font asks for.
@@ -165,14 +164,28 @@ public:
         connect(this, &QPushButton::clicked, this, [this] { action(); });
     }
 
-    void show(const QString& newText, std::function<void()> newAction)
+    void show(const QString& newText, std::function<void()> newAction, const ButtonLook& newLook)
     {
         if (text() != newText)
             setText(newText);
+        if (isDefault() != newLook.isDefault)
+            setDefault(newLook.isDefault);
         action = std::move(newAction);
+        if (look == newLook)
+            return;
+        look = newLook;
+        updateGeometry();
+        update();
     }
 
-    QSize sizeHint() const override { return { textWidth(*this, text()) + 20, fontMetrics().height() + 6 }; }
+    QSize sizeHint() const override
+    {
+        const int width = textWidth(*this, text());
+        const int height = fontMetrics().height();
+        if (look.size == ButtonSize::Small)
+            return { width + 20, height + 6 };
+        return { std::max(width + 32, 80), height + 12 };
+    }
 
     QSize minimumSizeHint() const override { return { 20, sizeHint().height() }; }
 
@@ -181,16 +194,24 @@ protected:
     {
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
-        const QRectF box = rect();
-        drawBox(painter, box, cornerRadius, palette().color(isDown() ? QPalette::Midlight : QPalette::Button),
-            palette().color(QPalette::Mid));
-        painter.setPen(palette().color(QPalette::ButtonText));
-        drawText(painter, *this, rect().adjusted(6, 0, -6, 0), Qt::AlignCenter, Lines::One, text());
+        const double cornerRadius = look.size == ButtonSize::Small ? 5 : 7;
+        if (look.isProminent) {
+            const auto color = fillUnderText(palette().color(QPalette::Highlight), highlightedText());
+            painter.fillPath(continuousRect(rect(), cornerRadius), isDown() ? color.darker(120) : color);
+            painter.setPen(highlightedText());
+        } else {
+            drawBox(painter, rect(), cornerRadius,
+                palette().color(isDown() ? QPalette::Midlight : QPalette::Button),
+                palette().color(QPalette::Mid));
+            painter.setPen(palette().color(QPalette::ButtonText));
+        }
+        drawText(painter, *this, rect().adjusted(6, 0, -6, 0), Qt::AlignCenter, text());
     }
 
 private:
-    static constexpr double cornerRadius = 5;
+    QColor highlightedText() const { return palette().color(QPalette::HighlightedText); }
 
+    ButtonLook look;
     std::function<void()> action;
 };
 
@@ -278,7 +299,7 @@ protected:
         const auto text = inside.adjusted(boxSize + iconSpacing, 0, 0, 0);
         painter.setPen(palette().color(QPalette::WindowText));
         drawText(painter, *this, QStyle::visualRect(layoutDirection(), inside, text),
-            Qt::AlignLeft | Qt::AlignVCenter, Lines::One, this->text());
+            Qt::AlignLeft | Qt::AlignVCenter, this->text());
     }
 
 private:
@@ -347,13 +368,7 @@ View column(Views children, StackLook look)
 View label(const QString& text, Qt::Alignment alignment)
 {
     return View::of<Label>(
-        [text, alignment](Label& label) { label.show(text, alignment | Qt::AlignVCenter, Lines::One); });
-}
-
-View paragraph(const QString& text)
-{
-    return View::of<Label>(
-        [text](Label& label) { label.show(text, Qt::AlignLeft | Qt::AlignTop, Lines::AsNeeded); });
+        [text, alignment](Label& label) { label.show(text, alignment | Qt::AlignVCenter); });
 }
 
 View symbol(const QString& name)
@@ -366,11 +381,11 @@ View iconLabel(const QString& symbolName, const QString& text)
     return row({ symbol(symbolName), label(text) }, { .spacing = iconSpacing });
 }
 
-View button(const QString& text, std::function<void()> action)
+View button(const QString& text, std::function<void()> action, ButtonLook look)
 {
-    return View::of<Button>([text, action = std::move(action)](Button& button) {
-        button.show(text, action);
-    }).font(11, QFont::Medium);
+    return View::of<Button>([text, action = std::move(action), look](Button& button) {
+        button.show(text, action, look);
+    }).font(look.size == ButtonSize::Small ? 11 : 13, QFont::Medium);
 }
 
 View symbolButton(const QString& symbolName, const QString& name, std::function<void()> action)

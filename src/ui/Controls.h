@@ -20,14 +20,28 @@ View column(Views children, StackLook look = {});
 
 /// One line, truncated at its end where there is not enough room.
 View label(const QString& text, Qt::Alignment alignment = Qt::AlignLeft);
-/// As many lines as the text needs at the width there is.
-View paragraph(const QString& text);
+/// As many lines as the text needs at the width there is. Centered lines are about equally long.
+View paragraph(const QString& text, Qt::Alignment alignment = Qt::AlignLeft);
+/// A paragraph in which words between two pairs of asterisks are bold.
+View markdown(const QString& text);
 /// A symbol fit to stand before text of the same font.
 View symbol(const QString& name);
 /// A symbol and the text that it belongs to.
 View iconLabel(const QString& symbolName, const QString& text);
 
-View button(const QString& text, std::function<void()> action);
+enum class ButtonSize { Small, Regular };
+
+struct ButtonLook {
+    ButtonSize size = ButtonSize::Small;
+    /// Filled with the accent color: what most people want to press.
+    bool isProminent = false;
+    /// Return and Enter press it, wherever in its window the focus is.
+    bool isDefault = false;
+
+    bool operator==(const ButtonLook&) const = default;
+};
+
+View button(const QString& text, std::function<void()> action, ButtonLook look = {});
 /// Shows its symbol only; the name is its tooltip and what a screen reader says.
 View symbolButton(const QString& symbolName, const QString& name, std::function<void()> action);
 /// A check box that shows `isOn` and hands over what the user wants instead.

@@ -135,7 +135,8 @@ QFont font(int size, QFont::Weight weight)
 QColor resolved(const ThemeColor& color, const QColor& primary)
 {
     auto result = primary;
-    if (const auto& rgb = color.components) {
+    const bool isDark = primary.lightnessF() > 0.5;
+    if (const auto& rgb = isDark && color.darkComponents ? color.darkComponents : color.components) {
         result = QColor::fromRgbF(
             static_cast<float>(rgb->red), static_cast<float>(rgb->green), static_cast<float>(rgb->blue));
     }

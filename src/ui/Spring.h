@@ -4,9 +4,9 @@
 /// does not depend on how often it is looked at.
 struct Spring {
     /// Seconds that one swing would take without damping.
-    static constexpr double response = 0.2;
+    double response = 0.2;
     /// 1 would not swing at all.
-    static constexpr double dampingFraction = 0.85;
+    double dampingFraction = 0.85;
 
     void advance(double seconds);
     /// Too close to the end for anybody to see the rest.

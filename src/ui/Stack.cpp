@@ -1,12 +1,14 @@
 #include "ui/Stack.h"
 
 #include "ui/Shapes.h"
+#include "ui/Transition.h"
 
 #include <QPainter>
 #include <QStyle>
 #include <QWidgetItem>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -62,31 +64,37 @@ void Stack::setLayoutLook(const Layout& look)
     alignment = look.alignment;
 }
 
-void Stack::setFrame(const Frame& frame)
+void Stack::setPadding(const QMargins& padding)
 {
-    const QMargins padding(frame.padding, frame.padding, frame.padding, frame.padding);
     if (box->contentsMargins() != padding)
         box->setContentsMargins(padding);
+}
 
-    const int least = frame.width;
-    const int greatest = frame.width > 0 ? frame.width : QWIDGETSIZE_MAX;
-    if (minimumWidth() != least || maximumWidth() != greatest) {
-        setMinimumWidth(least);
-        setMaximumWidth(greatest);
-    }
-
-    const auto horizontal = frame.fillsWidth ? QSizePolicy::Expanding : QSizePolicy::Preferred;
+void Stack::setFillsWidth(bool fills)
+{
+    const auto horizontal = fills ? QSizePolicy::Expanding : QSizePolicy::Preferred;
     if (sizePolicy().horizontalPolicy() != horizontal)
         setSizePolicy(horizontal, QSizePolicy::Preferred);
 }
 
-void Stack::setBackground(const QColor& color, double radius)
+void Stack::setBackground(const QColor& color, double cornerRadius)
 {
-    if (backgroundColor == color && cornerRadius == radius)
+    if (backgroundColor == color && radius == cornerRadius)
         return;
     backgroundColor = color;
-    cornerRadius = radius;
+    radius = cornerRadius;
     update();
+}
+
+void Stack::setState(std::optional<int> newState)
+{
+    if (state == newState)
+        return;
+    const bool isSeen = state && newState && isVisible();
+    state = newState;
+    delete transition;
+    if (isSeen && style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0)
+        transition = new Transition(*this);
 }
 
 void Stack::setWidgets(std::vector<QWidget*> widgets)
@@ -124,16 +132,30 @@ void Stack::place(int index, QWidget* widget)
             isRow ? QSizePolicy::Fixed : QSizePolicy::Expanding);
     }
     const auto expanding = item->expandingDirections();
-    const bool fills = expanding.testFlag(isRow ? Qt::Vertical : Qt::Horizontal);
+    const bool fills = expanding.testFlag(isRow ? Qt::Vertical : Qt::Horizontal)
+        && (isRow ? widget->maximumHeight() : widget->maximumWidth()) == QWIDGETSIZE_MAX;
     const auto wanted = fills ? Qt::Alignment() : alignment;
     if (item->alignment() != wanted) {
         item->setAlignment(wanted);
         box->invalidate();
     }
     // Those that fill the width share it equally, whatever they would like to have.
-    const int stretch = isRow && widget->sizePolicy().horizontalPolicy() == QSizePolicy::Expanding ? 1 : 0;
+    const bool shares = isRow && widget->sizePolicy().horizontalPolicy() == QSizePolicy::Expanding
+        && widget->maximumWidth() == QWIDGETSIZE_MAX;
+    const int stretch = shares ? 1 : 0;
     if (box->stretch(index) != stretch)
         box->setStretch(index, stretch);
+}
+
+QPixmap Stack::grabContent()
+{
+    QPixmap picture(size() * devicePixelRatioF());
+    picture.setDevicePixelRatio(devicePixelRatioF());
+    picture.fill(Qt::transparent);
+    const auto color = std::exchange(backgroundColor, Qt::transparent);
+    render(&picture, {}, {}, DrawChildren);
+    backgroundColor = color;
+    return picture;
 }
 
 void Stack::paintEvent(QPaintEvent*)
@@ -142,5 +164,5 @@ void Stack::paintEvent(QPaintEvent*)
         return;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillPath(continuousRect(rect(), cornerRadius), backgroundColor);
+    painter.fillPath(continuousRect(rect(), radius), backgroundColor);
 }

@@ -2,9 +2,14 @@
 
 #include <QBoxLayout>
 #include <QColor>
+#include <QPixmap>
+#include <QPointer>
 #include <QWidget>
 
+#include <optional>
 #include <vector>
+
+class Transition;
 
 /// A row or a column of widgets, perhaps on a colored background.
 class Stack final : public QWidget {
@@ -15,22 +20,25 @@ public:
         /// Across the direction, for children that do not fill the room there.
         Qt::Alignment alignment;
     };
-    struct Frame {
-        int padding = 0;
-        /// 0: as the content needs.
-        int width = 0;
-        bool fillsWidth = false;
-    };
 
     Stack();
 
     void setLayoutLook(const Layout& look);
-    void setFrame(const Frame& frame);
+    void setPadding(const QMargins& padding);
+    void setFillsWidth(bool fills);
     void setBackground(const QColor& color, double cornerRadius);
+    /// What the stack shows after its state has changed fades in before the user's eyes. Without a state,
+    /// changes are seen at once. Called before the content changes.
+    void setState(std::optional<int> newState);
     /// One widget for each place, or none; the stack takes them over. A widget that is left out here is no
     /// longer the stack's.
     void setWidgets(std::vector<QWidget*> widgets);
+
     const std::vector<QWidget*>& widgets() const { return places; }
+    QColor background() const { return backgroundColor; }
+    double cornerRadius() const { return radius; }
+    /// A picture of what is in the stack, without its background.
+    QPixmap grabContent();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -42,7 +50,9 @@ private:
     Qt::Alignment alignment;
     std::vector<QWidget*> places;
     QColor backgroundColor = Qt::transparent;
-    double cornerRadius = 0;
+    double radius = 0;
+    std::optional<int> state;
+    QPointer<Transition> transition;
 };
 
 /// Takes the room that nothing else in its stack needs.

@@ -3,6 +3,7 @@
 #include "ui/Accessibility.h"
 #include "ui/FocusRing.h"
 #include "ui/Look.h"
+#include "ui/Picture.h"
 #include "ui/Stack.h"
 
 #include <QEvent>
@@ -37,6 +38,20 @@ void setOwnColor(QWidget& widget, const QColor& color)
     QPalette palette;
     palette.setColor(QPalette::WindowText, color);
     widget.setPalette(palette);
+}
+
+/// The size of the widget's place in the layout; its margins reach beyond that.
+void setOwnSize(QWidget& widget, int width, int height)
+{
+    const auto margins = widget.contentsMargins();
+    const QSize fixed(width > 0 ? width + margins.left() + margins.right() : 0,
+        height > 0 ? height + margins.top() + margins.bottom() : 0);
+    const QSize greatest(
+        width > 0 ? fixed.width() : QWIDGETSIZE_MAX, height > 0 ? fixed.height() : QWIDGETSIZE_MAX);
+    if (widget.minimumSize() != fixed)
+        widget.setMinimumSize(fixed);
+    if (widget.maximumSize() != greatest)
+        widget.setMaximumSize(greatest);
 }
 
 }
@@ -83,15 +98,32 @@ View View::bleed(const QMargins& newMargins) &&
     return std::move(*this);
 }
 
-View View::padding(int newPadding) &&
-{
-    ownPadding = newPadding;
-    return std::move(*this);
-}
-
 View View::width(int newWidth) &&
 {
     fixedWidth = newWidth;
+    return std::move(*this);
+}
+
+View View::height(int newHeight) &&
+{
+    fixedHeight = newHeight;
+    return std::move(*this);
+}
+
+View View::clip(double cornerRadius) &&
+{
+    clipRadius = cornerRadius;
+    return std::move(*this);
+}
+
+View View::padding(int newPadding) &&
+{
+    return std::move(*this).padding({ newPadding, newPadding, newPadding, newPadding });
+}
+
+View View::padding(const QMargins& newPadding) &&
+{
+    ownPadding = newPadding;
     return std::move(*this);
 }
 
@@ -104,6 +136,12 @@ View View::fillWidth() &&
 View View::background(const ThemeColor& newColor, double cornerRadius) &&
 {
     ownBackground = Background { newColor, cornerRadius };
+    return std::move(*this);
+}
+
+View View::animated(int newState) &&
+{
+    state = newState;
     return std::move(*this);
 }
 
@@ -222,12 +260,14 @@ void Host::apply(const View& view, QWidget& widget) const
     if (widget.contentsMargins() != view.margins)
         widget.setContentsMargins(view.margins);
 
+    setOwnSize(widget, view.fixedWidth, view.fixedHeight);
+
+    if (auto* picture = dynamic_cast<Picture*>(&widget))
+        picture->setClip(view.clipRadius);
     if (auto* stack = dynamic_cast<Stack*>(&widget)) {
-        stack->setFrame({
-            .padding = view.ownPadding,
-            .width = view.fixedWidth,
-            .fillsWidth = view.fillsWidth,
-        });
+        stack->setState(view.state);
+        stack->setPadding(view.ownPadding);
+        stack->setFillsWidth(view.fillsWidth);
         const auto background = view.ownBackground.value_or(View::Background());
         stack->setBackground(resolved(background.color, primary), background.cornerRadius);
     }

@@ -54,12 +54,22 @@ public:
     /// that it is in reaches.
     View bleed(const QMargins& newMargins) &&;
 
+    View width(int newWidth) &&;
+    View height(int newHeight) &&;
+
+    // For pictures only.
+    /// Cuts off what is outside a rectangle with continuous corners.
+    View clip(double cornerRadius) &&;
+
     // For stacks only.
     View padding(int newPadding) &&;
-    View width(int newWidth) &&;
+    View padding(const QMargins& newPadding) &&;
     /// Takes all the width there is and shares it equally with others that do.
     View fillWidth() &&;
     View background(const ThemeColor& newColor, double cornerRadius) &&;
+    /// When this number changes, the content fades over to the new one and the height springs to what that
+    /// needs.
+    View animated(int newState) &&;
 
 private:
     friend class Host;
@@ -80,8 +90,12 @@ private:
     QString toolTip;
     QString spoken;
     QMargins margins;
-    int ownPadding = 0;
+    QMargins ownPadding;
+    /// 0: as the widget needs.
     int fixedWidth = 0;
+    int fixedHeight = 0;
+    std::optional<double> clipRadius;
+    std::optional<int> state;
     bool fillsWidth = false;
 };
 
