@@ -1,0 +1,31 @@
+#pragma once
+
+#include "AppState.h"
+#include "platform/fake/FakePlatform.h"
+
+#include <QTemporaryDir>
+
+#include <memory>
+
+class QWidget;
+
+/// The program with its real setup assistant, on the fake platform. The platform is set up first, then
+/// `start()` runs the program's start-up.
+class ShownAssistant final {
+public:
+    ShownAssistant();
+    ~ShownAssistant();
+
+    AppState& start();
+    /// Starts the program if it does not run yet, and opens the assistant at a page.
+    QWidget& show(int startPage = 0);
+    /// Null before the assistant has been opened for the first time.
+    QWidget* window() const;
+
+    QTemporaryDir folder;
+    FakePlatform platform;
+    std::unique_ptr<AppState> state;
+
+private:
+    Observers::Subscription appearance;
+};
