@@ -1,5 +1,6 @@
 #include "KnuckletApp.h"
 
+#include "Onboarding.h"
 #include "PanelWindow.h"
 #include "StatsView.h"
 #include "Theme.h"
@@ -22,25 +23,11 @@
 
 namespace {
 
-// The assistant and the day card have no windows yet.
-class NoOnboardingWindow final : public OnboardingWindow {
-public:
-    void show(AppState&, int) override { }
-    void close() override { }
-};
-
+// The day card has no window yet.
 class NoShareCardWindow final : public ShareCardWindow {
 public:
     void show(AppState&) override { }
 };
-
-WindowFactories windowFactories()
-{
-    return {
-        .onboarding = [] { return std::make_unique<NoOnboardingWindow>(); },
-        .shareCard = [] { return std::make_unique<NoShareCardWindow>(); },
-    };
-}
 
 /// Where most menu bars have their items, for when nothing was clicked beside which to open.
 ScreenPoint cornerOfTheScreen()
@@ -72,6 +59,11 @@ KnuckletApp::KnuckletApp(Platform& platform)
                     if (const auto app = weak.lock())
                         app->openPanel(place);
                 } },
+            { tr("Setup Assistant…").toStdString(),
+                [weak = std::weak_ptr(self)](ScreenPoint) {
+                    if (const auto app = weak.lock())
+                        app->state.onboarding->show(app->state, 0);
+                } },
             { tr("Quit Knucklet").toStdString(),
                 [&platform](ScreenPoint) { platform.desktop().terminate(); } },
         });
@@ -79,6 +71,17 @@ KnuckletApp::KnuckletApp(Platform& platform)
 }
 
 KnuckletApp::~KnuckletApp() = default;
+
+WindowFactories KnuckletApp::windowFactories()
+{
+    return {
+        .onboarding =
+            [this] {
+                return std::make_unique<OnboardingWindowController>(platform, [this] { prepareViews(); });
+            },
+        .shareCard = [] { return std::make_unique<NoShareCardWindow>(); },
+    };
+}
 
 void KnuckletApp::modelChanged()
 {
@@ -122,12 +125,7 @@ void KnuckletApp::openPanel(ScreenPoint place)
 // four megabytes for nothing.
 void KnuckletApp::makePanel()
 {
-    loadFonts();
-    applyAppearance();
-    appearanceObservation = platform.appearance().observe([this] { applyAppearance(); });
-    dates = std::make_unique<DateTexts>(DateTexts::forUser());
-    QApplication::setLayoutDirection(dates->isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
-
+    prepareViews();
     auto content = std::make_unique<Host>([this] {
         return StatsView { state, platform.clock(), *dates, platform.listenAccess(), platform.desktop() }
             .body();
@@ -135,6 +133,17 @@ void KnuckletApp::makePanel()
     panelContent = content.get();
     panel
         = std::make_unique<PanelWindow>(content.release(), platform.panelHost(), platform.windowActivation());
+}
+
+void KnuckletApp::prepareViews()
+{
+    if (dates)
+        return;
+    loadFonts();
+    applyAppearance();
+    appearanceObservation = platform.appearance().observe([this] { applyAppearance(); });
+    dates = std::make_unique<DateTexts>(DateTexts::forUser());
+    QApplication::setLayoutDirection(dates->isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
 }
 
 void KnuckletApp::applyAppearance()

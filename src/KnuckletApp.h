@@ -21,11 +21,14 @@ public:
     ~KnuckletApp();
 
 private:
+    WindowFactories windowFactories();
     void modelChanged();
     void updateLabel();
     void togglePanel(ScreenPoint place);
     void openPanel(ScreenPoint place);
     void makePanel();
+    /// Before the first window is made.
+    void prepareViews();
     void applyAppearance();
 
     Platform& platform;

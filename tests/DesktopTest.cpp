@@ -144,7 +144,7 @@ void DesktopTest::theItemSaysWhatItIs()
     QCOMPARE(knucklet.itemProperty("Id").toString(), "org.knucklet.Knucklet");
     QCOMPARE(knucklet.itemProperty("Status").toString(), "Active");
     QCOMPARE(knucklet.itemProperty("ItemIsMenu").toBool(), false);
-    QCOMPARE(knucklet.commands(), (QStringList { "Open Knucklet", "Quit Knucklet" }));
+    QCOMPARE(knucklet.commands(), (QStringList { "Open Knucklet", "Setup Assistant…", "Quit Knucklet" }));
 }
 
 void DesktopTest::theLabelIsThereOnlyWhenItIsWanted()

@@ -1,0 +1,329 @@
+#include "support/DesktopWindows.h"
+#include "support/Injector.h"
+#include "support/RunningKnucklet.h"
+#include "support/Screenshot.h"
+#include "support/VirtualDesktop.h"
+
+#include <QTest>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace {
+
+const QString program = QStringLiteral(KNUCKLET_PROGRAM);
+const QString title = QStringLiteral("Knucklet Setup");
+const QString command = QStringLiteral("Setup Assistant…");
+
+/// Keysyms of <X11/keysymdef.h>.
+constexpr xcb_keysym_t keysymReturn = 0xff0d;
+constexpr xcb_keysym_t keysymEnter = 0xff8d;
+
+constexpr QSize assistantSize(540, 560);
+/// The middle of the close button, from the window's top right corner.
+constexpr QPoint closeButton(-25, 25);
+
+}
+
+/// The setup assistant of the real program, under a real window manager.
+class OnboardingDesktopTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void theFirstStartOpensTheAssistantInTheMiddle();
+    void theProgramComesToTheFrontFromTheBackground();
+    void returnFourTimesFinishesForGood();
+    void enterDoesWhatReturnDoes();
+    void closingIsNotFinishing();
+    void showingItAgainBeginsAfreshWhereTheWindowStands();
+    void draggingTheBackgroundMovesTheWindow();
+    void aClickOnTheBackgroundMovesNothing();
+    void maximizingDoesNothing();
+    void anIconifiedWindowReturns();
+
+private:
+    /// Waits for the assistant and returns its window.
+    xcb_window_t awaitAssistant() const;
+    /// The page that the dots say is shown; nothing while there is none.
+    std::optional<int> page(xcb_window_t window) const;
+    void type(xcb_keysym_t symbol) const;
+    void click(QPoint place) const;
+    /// Presses, moves and releases; returns when the assistant has moved the same way.
+    void drag(QPoint from, QPoint way) const;
+
+    std::unique_ptr<VirtualDesktop> desktop;
+    std::unique_ptr<Injector> injector;
+    std::unique_ptr<DesktopWindows> windows;
+};
+
+void OnboardingDesktopTest::init()
+{
+    desktop = std::make_unique<VirtualDesktop>(DesktopParts { .windowManager = true, .panel = true });
+    QVERIFY2(desktop->start(), qPrintable(desktop->failure()));
+    injector = std::make_unique<Injector>(desktop->display());
+    windows = std::make_unique<DesktopWindows>(desktop->display());
+}
+
+void OnboardingDesktopTest::cleanup()
+{
+    windows.reset();
+    injector.reset();
+    desktop.reset();
+}
+
+xcb_window_t OnboardingDesktopTest::awaitAssistant() const
+{
+    xcb_window_t window = XCB_WINDOW_NONE;
+    const auto isThere = [&] {
+        window = windows->find(title);
+        return window != XCB_WINDOW_NONE && windows->isShown(window) && page(window).has_value();
+    };
+    return QTest::qWaitFor(isThere, 20000) ? window : xcb_window_t { XCB_WINDOW_NONE };
+}
+
+std::optional<int> OnboardingDesktopTest::page(xcb_window_t window) const
+{
+    const auto picture = screenshot(desktop->display(), windows->place(window));
+    if (picture.size() != assistantSize)
+        return {};
+    constexpr int pageCount = 4;
+    constexpr int distance = 13;
+    std::vector<int> dark;
+    for (int i = 0; i < pageCount; ++i) {
+        const int x = assistantSize.width() / 2 + i * distance - (pageCount - 1) * distance / 2;
+        int darkest = 255;
+        for (int y = assistantSize.height() - 50; y < assistantSize.height() - 20; ++y)
+            darkest = std::min(darkest, qGray(picture.pixel(x, y)));
+        if (darkest < 60)
+            dark.push_back(i);
+    }
+    // All of them are, before the window is drawn for the first time.
+    return dark.size() == 1 ? std::optional(dark.front()) : std::nullopt;
+}
+
+void OnboardingDesktopTest::type(xcb_keysym_t symbol) const
+{
+    injector->typeKey(injector->keyCode(symbol));
+    injector->sync();
+}
+
+void OnboardingDesktopTest::click(QPoint place) const
+{
+    injector->moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
+    injector->click();
+    injector->sync();
+}
+
+void OnboardingDesktopTest::drag(QPoint from, QPoint way) const
+{
+    const auto window = windows->find(title);
+    const auto before = windows->place(window);
+    const auto moveTo = [this](QPoint place) {
+        injector->moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
+        injector->sync();
+    };
+    moveTo(from);
+    injector->pressButton(1);
+    // Handed over to the manager, which follows from then on.
+    const QPoint start = from + QPoint(way.x() > 0 ? 3 : -3, 0);
+    moveTo(start);
+    int aside = 0;
+    QVERIFY(QTest::qWaitFor([&] {
+        aside = 1 - aside;
+        moveTo(start + QPoint(0, aside));
+        return windows->place(window) != before;
+    }));
+    moveTo(start + way);
+    injector->releaseButton(1);
+    injector->sync();
+    // The manager begins where the pointer is when it takes over: here, aside or not.
+    const auto wanted = before.translated(way);
+    QTRY_COMPARE_LE((windows->place(window).topLeft() - wanted.topLeft()).manhattanLength(), 1);
+}
+
+void OnboardingDesktopTest::theFirstStartOpensTheAssistantInTheMiddle()
+{
+    const RunningKnucklet knucklet(*desktop, program);
+
+    const auto window = awaitAssistant();
+
+    QCOMPARE(page(window), std::optional(0));
+    const auto place = windows->place(window);
+    QCOMPARE(place.size(), assistantSize);
+    // In the middle of what the bar leaves of the screen.
+    QCOMPARE(place.left() + place.width() / 2, 640);
+    QVERIFY2(std::abs(place.top() + place.height() / 2 - (800 + 28) / 2) <= 2, QTest::toString(place));
+    QTRY_COMPARE(windows->active(), window);
+}
+
+void OnboardingDesktopTest::theProgramComesToTheFrontFromTheBackground()
+{
+    RunningKnucklet knucklet(*desktop, program);
+    QVERIFY(knucklet.awaitItem());
+    const auto window = awaitAssistant();
+    const auto other = windows->openOther({ 0, 0, 1280, 800 });
+    QTRY_COMPARE(windows->active(), other);
+    QTRY_COMPARE(windows->top(windows->place(window).center()), other);
+    click({ 100, 700 });
+    type('a');
+
+    QVERIFY(knucklet.choose(command));
+
+    QTRY_COMPARE(windows->active(), window);
+    QTRY_COMPARE(windows->top(windows->place(window).center()), window);
+    type(keysymReturn);
+    QTRY_COMPARE(page(window), std::optional(1));
+}
+
+void OnboardingDesktopTest::returnFourTimesFinishesForGood()
+{
+    {
+        RunningKnucklet knucklet(*desktop, program);
+        const auto window = awaitAssistant();
+        QTRY_COMPARE(windows->active(), window);
+        for (int next = 1; next < 4; ++next) {
+            type(keysymReturn);
+            QTRY_COMPARE(page(window), std::optional(next));
+        }
+        QVERIFY(!settingsFile(*desktop).contains("hasCompletedOnboarding"));
+
+        type(keysymReturn);
+
+        QTRY_VERIFY(!windows->isShown(window));
+        QVERIFY(settingsFile(*desktop).contains("hasCompletedOnboarding=true"));
+        QVERIFY(knucklet.isRunning());
+        QVERIFY(knucklet.end(SIGTERM));
+    }
+
+    RunningKnucklet next(*desktop, program);
+    QVERIFY(next.awaitItem());
+    // The answer comes after everything that the start has put off.
+    QCOMPARE(next.itemProperty("Title").toString(), "Knucklet");
+    QCOMPARE(windows->find(title), xcb_window_t { XCB_WINDOW_NONE });
+}
+
+void OnboardingDesktopTest::enterDoesWhatReturnDoes()
+{
+    const RunningKnucklet knucklet(*desktop, program);
+    const auto window = awaitAssistant();
+    QTRY_COMPARE(windows->active(), window);
+
+    type(keysymEnter);
+
+    QTRY_COMPARE(page(window), std::optional(1));
+}
+
+void OnboardingDesktopTest::closingIsNotFinishing()
+{
+    {
+        RunningKnucklet knucklet(*desktop, program);
+        const auto window = awaitAssistant();
+
+        click(windows->place(window).topRight() + closeButton);
+
+        QTRY_VERIFY(!windows->isShown(window));
+        QVERIFY(!settingsFile(*desktop).contains("hasCompletedOnboarding"));
+        QVERIFY(knucklet.isRunning());
+        QVERIFY(knucklet.awaitItem());
+        QVERIFY(knucklet.end(SIGTERM));
+    }
+
+    const RunningKnucklet next(*desktop, program);
+    QCOMPARE(page(awaitAssistant()), std::optional(0));
+}
+
+void OnboardingDesktopTest::showingItAgainBeginsAfreshWhereTheWindowStands()
+{
+    RunningKnucklet knucklet(*desktop, program);
+    QVERIFY(knucklet.awaitItem());
+    const auto window = awaitAssistant();
+    QTRY_COMPARE(windows->active(), window);
+    const auto before = windows->place(window);
+    drag(before.center(), { 120, 60 });
+    const auto moved = windows->place(window);
+    for (int next = 1; next < 3; ++next) {
+        type(keysymReturn);
+        QTRY_COMPARE(page(window), std::optional(next));
+    }
+
+    QVERIFY(knucklet.choose(command));
+    QTRY_COMPARE(page(window), std::optional(0));
+    const auto whileOpen = windows->place(window);
+    click(whileOpen.topRight() + closeButton);
+    QTRY_VERIFY(!windows->isShown(window));
+    QVERIFY(knucklet.choose(command));
+    const auto again = awaitAssistant();
+
+    QCOMPARE(page(again), std::optional(0));
+    QCOMPARE(whileOpen, moved);
+    QCOMPARE(windows->place(again), moved);
+}
+
+void OnboardingDesktopTest::draggingTheBackgroundMovesTheWindow()
+{
+    const RunningKnucklet knucklet(*desktop, program);
+    const auto window = awaitAssistant();
+    QTRY_COMPARE(windows->active(), window);
+
+    // Beside the picture, on the picture, on the title, in the empty part below.
+    const QPoint starts[] { { 15, 200 }, { 270, 100 }, { 270, 300 }, { 270, 460 } };
+    for (const auto& start : starts)
+        drag(windows->place(window).topLeft() + start, { 40, 20 });
+
+    QCOMPARE(page(window), std::optional(0));
+}
+
+// A click must not leave the window at the pointer until the next one.
+void OnboardingDesktopTest::aClickOnTheBackgroundMovesNothing()
+{
+    const RunningKnucklet knucklet(*desktop, program);
+    const auto window = awaitAssistant();
+    QTRY_COMPARE(windows->active(), window);
+    const auto before = windows->place(window);
+
+    click(before.topLeft() + QPoint(270, 460));
+    injector->moveTo(100, 700);
+    injector->sync();
+    type(keysymReturn);
+
+    QTRY_COMPARE(page(window), std::optional(1));
+    QCOMPARE(windows->place(window), before);
+}
+
+void OnboardingDesktopTest::maximizingDoesNothing()
+{
+    const RunningKnucklet knucklet(*desktop, program);
+    const auto window = awaitAssistant();
+    const auto before = windows->place(window);
+
+    windows->maximize(window);
+    // What comes after it has an effect.
+    windows->move(window, before.topLeft() + QPoint(10, 10));
+
+    QTRY_COMPARE(windows->place(window).topLeft(), before.topLeft() + QPoint(10, 10));
+    QCOMPARE(windows->place(window).size(), assistantSize);
+}
+
+void OnboardingDesktopTest::anIconifiedWindowReturns()
+{
+    RunningKnucklet knucklet(*desktop, program);
+    QVERIFY(knucklet.awaitItem());
+    const auto window = awaitAssistant();
+    windows->iconify(window);
+    QTRY_VERIFY(!windows->isShown(window));
+
+    QVERIFY(knucklet.choose(command));
+
+    QCOMPARE(awaitAssistant(), window);
+    QTRY_COMPARE(windows->active(), window);
+}
+
+QTEST_GUILESS_MAIN(OnboardingDesktopTest)
+#include "OnboardingDesktopTest.moc"

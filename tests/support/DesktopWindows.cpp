@@ -1,0 +1,143 @@
+#include "support/DesktopWindows.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint32_t iconicState = 3;
+constexpr std::uint32_t addState = 1;
+/// Those who ask the manager on behalf of the user.
+constexpr std::uint32_t pagerSource = 2;
+
+}
+
+DesktopWindows::DesktopWindows(const QByteArray& display)
+    : connection(xcb_connect(display.constData(), nullptr))
+{
+    if (const auto* setup = xcb_get_setup(connection.get()))
+        root = xcb_setup_roots_iterator(setup).data->root;
+}
+
+xcb_window_t DesktopWindows::find(const QString& title) const
+{
+    for (const auto window : property(root, "_NET_CLIENT_LIST")) {
+        const auto cookie
+            = xcb_get_property(connection.get(), 0, window, atom("_NET_WM_NAME"), XCB_ATOM_ANY, 0, 256);
+        const XcbReply<xcb_get_property_reply_t> reply(
+            xcb_get_property_reply(connection.get(), cookie, nullptr));
+        if (!reply)
+            continue;
+        const auto* text = static_cast<const char*>(xcb_get_property_value(reply.get()));
+        if (QString::fromUtf8(text, xcb_get_property_value_length(reply.get())) == title)
+            return window;
+    }
+    return XCB_WINDOW_NONE;
+}
+
+xcb_window_t DesktopWindows::active() const
+{
+    const auto window = property(root, "_NET_ACTIVE_WINDOW");
+    return window.empty() ? xcb_window_t { XCB_WINDOW_NONE } : window.front();
+}
+
+bool DesktopWindows::isShown(xcb_window_t window) const
+{
+    const XcbReply<xcb_get_window_attributes_reply_t> reply(xcb_get_window_attributes_reply(
+        connection.get(), xcb_get_window_attributes(connection.get(), window), nullptr));
+    return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
+QRect DesktopWindows::place(xcb_window_t window) const
+{
+    const auto sizeCookie = xcb_get_geometry(connection.get(), window);
+    const auto placeCookie = xcb_translate_coordinates(connection.get(), window, root, 0, 0);
+    const XcbReply<xcb_get_geometry_reply_t> size(
+        xcb_get_geometry_reply(connection.get(), sizeCookie, nullptr));
+    const XcbReply<xcb_translate_coordinates_reply_t> place(
+        xcb_translate_coordinates_reply(connection.get(), placeCookie, nullptr));
+    if (!size || !place)
+        return {};
+    return { place->dst_x, place->dst_y, size->width, size->height };
+}
+
+xcb_window_t DesktopWindows::top(QPoint place) const
+{
+    // From the root downwards: managers put windows into frames of their own.
+    const auto clients = property(root, "_NET_CLIENT_LIST");
+    auto window = root;
+    while (window != XCB_WINDOW_NONE && std::ranges::find(clients, window) == clients.end()) {
+        const auto cookie = xcb_translate_coordinates(connection.get(), root, window,
+            static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
+        const XcbReply<xcb_translate_coordinates_reply_t> reply(
+            xcb_translate_coordinates_reply(connection.get(), cookie, nullptr));
+        window = reply ? reply->child : xcb_window_t { XCB_WINDOW_NONE };
+    }
+    return window;
+}
+
+void DesktopWindows::iconify(xcb_window_t window) const
+{
+    tellManager(window, "WM_CHANGE_STATE", { iconicState });
+}
+
+void DesktopWindows::maximize(xcb_window_t window) const
+{
+    tellManager(window, "_NET_WM_STATE",
+        { addState, atom("_NET_WM_STATE_MAXIMIZED_HORZ"), atom("_NET_WM_STATE_MAXIMIZED_VERT"),
+            pagerSource });
+}
+
+void DesktopWindows::move(xcb_window_t window, QPoint place) const
+{
+    // The place is that of the static gravity, and only x and y are given.
+    constexpr std::uint32_t flags = XCB_GRAVITY_STATIC | 1U << 8 | 1U << 9 | pagerSource << 12;
+    tellManager(window, "_NET_MOVERESIZE_WINDOW",
+        { flags, static_cast<std::uint32_t>(place.x()), static_cast<std::uint32_t>(place.y()) });
+}
+
+xcb_window_t DesktopWindows::openOther(const QRect& place) const
+{
+    const auto window = xcb_generate_id(connection.get());
+    const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
+    xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, root,
+        static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()),
+        static_cast<std::uint16_t>(place.width()), static_cast<std::uint16_t>(place.height()), 0,
+        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL, &screen->white_pixel);
+    xcb_map_window(connection.get(), window);
+    tellManager(window, "_NET_ACTIVE_WINDOW", { pagerSource });
+    return window;
+}
+
+xcb_atom_t DesktopWindows::atom(const char* name) const
+{
+    const auto cookie
+        = xcb_intern_atom(connection.get(), 0, static_cast<std::uint16_t>(std::strlen(name)), name);
+    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection.get(), cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t { XCB_ATOM_NONE };
+}
+
+std::vector<std::uint32_t> DesktopWindows::property(xcb_window_t window, const char* name) const
+{
+    const auto cookie = xcb_get_property(connection.get(), 0, window, atom(name), XCB_ATOM_ANY, 0, 1024);
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection.get(), cookie, nullptr));
+    if (!reply || reply->format != 32)
+        return {};
+    const auto* values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+    return { values, values + reply->value_len };
+}
+
+void DesktopWindows::tellManager(
+    xcb_window_t window, const char* type, const std::array<std::uint32_t, 5>& data) const
+{
+    xcb_client_message_event_t message {};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = atom(type);
+    std::ranges::copy(data, message.data.data32);
+    xcb_send_event(connection.get(), 0, root,
+        XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+        reinterpret_cast<const char*>(&message));
+    xcb_flush(connection.get());
+}

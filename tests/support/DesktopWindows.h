@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/linux/Xcb.h"
+
+#include <QByteArray>
+#include <QRect>
+#include <QString>
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+/// The windows of a display as its window manager has them, and what a user asks of the manager.
+class DesktopWindows final {
+public:
+    explicit DesktopWindows(const QByteArray& display);
+
+    /// A window that the manager manages, shown or iconified; XCB_WINDOW_NONE when there is none of that
+    /// title.
+    xcb_window_t find(const QString& title) const;
+    /// The window that has the keyboard, as the manager says.
+    xcb_window_t active() const;
+    bool isShown(xcb_window_t window) const;
+    /// Where the window stands on the screen, in pixels, without a frame.
+    QRect place(xcb_window_t window) const;
+    /// Of all windows at a place of the screen, the one that is seen there.
+    xcb_window_t top(QPoint place) const;
+
+    void iconify(xcb_window_t window) const;
+    void maximize(xcb_window_t window) const;
+    void move(xcb_window_t window, QPoint place) const;
+    /// Opens a window of another program and gives it the keyboard.
+    xcb_window_t openOther(const QRect& place) const;
+
+private:
+    xcb_atom_t atom(const char* name) const;
+    std::vector<std::uint32_t> property(xcb_window_t window, const char* name) const;
+    void tellManager(xcb_window_t window, const char* type, const std::array<std::uint32_t, 5>& data) const;
+
+    XcbConnection connection;
+    xcb_window_t root = XCB_WINDOW_NONE;
+};
