@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Fatal.h"
+
 #include <cstdint>
 #include <string>
 #include <unordered_map>
@@ -11,6 +13,9 @@ struct DayCount {
 
     bool operator==(const DayCount&) const = default;
 };
+
+/// Key presses and clicks together; fatal when the sum does not fit in 64 bits.
+inline std::int64_t total(const DayCount& count) { return checkedAdd(count.keys, count.clicks); }
 
 /// The counts of many days, each under its day key.
 using DayTable = std::unordered_map<std::string, DayCount>;

@@ -30,8 +30,6 @@ DayTable readTable(const std::filesystem::path& file)
     return decodeStats(*text).value_or(DayTable {});
 }
 
-std::int64_t total(const DayCount& count) { return checkedAdd(count.keys, count.clicks); }
-
 } // namespace
 
 StatsStore::StatsStore(const Folders& folders, const Clock& clock)

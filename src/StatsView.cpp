@@ -6,7 +6,6 @@
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
 #include "platform/ListenAccess.h"
-#include "support/Fatal.h"
 #include "ui/Controls.h"
 #include "ui/Look.h"
 #include "ui/RollingNumber.h"
@@ -48,8 +47,6 @@ void paintBar(QPainter& painter, const QRectF& box, const Bar& bar)
     // The gap stays also above a part without height.
     fill(box.bottom() - bar.clicksHeight - 1, bar.keysHeight, Theme::keyAccent);
 }
-
-std::int64_t total(const DayCount& count) { return checkedAdd(count.keys, count.clicks); }
 
 QString compact(std::int64_t count) { return QString::fromStdString(compactCount(count)); }
 
