@@ -56,6 +56,7 @@ std::string text(const Format& format, Moment moment)
 struct DateTexts::Icu {
     icu::Locale locale;
     Format weekdayAndDate;
+    Format weekdayAndFullDate;
     Format date;
     Format weekdayLetter;
 };
@@ -66,6 +67,7 @@ DateTexts::DateTexts(const std::string& locale, const std::string& zone)
     icu = std::make_unique<Icu>(Icu {
         .locale = icuLocale,
         .weekdayAndDate = forParts(u"EEEEdMMM", icuLocale, zone),
+        .weekdayAndFullDate = forParts(u"EEEEdMMMM", icuLocale, zone),
         .date = forParts(u"dMMM", icuLocale, zone),
         .weekdayLetter = forPattern(u"ccccc", icuLocale, zone),
     });
@@ -77,6 +79,11 @@ DateTexts::DateTexts(DateTexts&&) noexcept = default;
 DateTexts::~DateTexts() = default;
 
 std::string DateTexts::weekdayAndDate(Moment moment) const { return text(icu->weekdayAndDate, moment); }
+
+std::string DateTexts::weekdayAndFullDate(Moment moment) const
+{
+    return text(icu->weekdayAndFullDate, moment);
+}
 
 std::string DateTexts::date(Moment moment) const { return text(icu->date, moment); }
 

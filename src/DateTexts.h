@@ -17,6 +17,8 @@ public:
 
     /// Such as "Sunday, Nov 15".
     std::string weekdayAndDate(Moment moment) const;
+    /// Such as "Sunday, November 15".
+    std::string weekdayAndFullDate(Moment moment) const;
     /// Such as "Nov 15".
     std::string date(Moment moment) const;
     /// The shortest name of the weekday, such as "S", as it stands alone.
