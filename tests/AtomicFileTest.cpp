@@ -6,9 +6,11 @@
 #include <QtTest>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -64,6 +66,15 @@ private slots:
     void aReadOnlyFolderIsAFailureAndKeepsTheOldFile();
     void aFileWithoutWritePermissionIsReplacedInAWritableFolder();
     void aNameWithoutAFolderIsAFileOfTheCurrentFolder();
+
+    void anExportedFileGetsThePermissionsOfTheUsersNewFiles();
+    void anExportedFileReplacesAnExistingOneAndKeepsItsPermissions();
+    void anExportFollowsASymbolicLink();
+    void anExportLeavesOtherFilesAlone();
+    void anExportOverwritesInAFolderThatTakesNoOtherFile();
+    void anExportIntoAFolderThatTakesNothingLeavesNothing();
+    void anExportOntoAFullDiskKeepsTheOldFileAndLeavesNothing();
+    void anExportOntoADeviceIsRefused();
 
 private:
     std::unique_ptr<QTemporaryDir> temporary;
@@ -415,6 +426,108 @@ void AtomicFileTest::aNameWithoutAFolderIsAFileOfTheCurrentFolder()
 
     QCOMPARE(end.answer, "replaced");
     QCOMPARE(contentOf(file), "new");
+}
+
+void AtomicFileTest::anExportedFileGetsThePermissionsOfTheUsersNewFiles()
+{
+    const mode_t before = umask(027);
+
+    const bool isExported = exportFile(file, "picture");
+    umask(before);
+
+    QVERIFY(isExported);
+    QCOMPARE(contentOf(file), std::string("picture"));
+    QCOMPARE(permissionsOf(file), mode_t { 0640 });
+    QCOMPARE(namesIn(folder), std::set<std::string> { "file" });
+}
+
+void AtomicFileTest::anExportedFileReplacesAnExistingOneAndKeepsItsPermissions()
+{
+    put(file, "old");
+    fs::permissions(file, fs::perms { 0604 });
+    std::ifstream reader(file);
+
+    QVERIFY(exportFile(file, "new"));
+
+    QCOMPARE(contentOf(file), std::string("new"));
+    QCOMPARE(permissionsOf(file), mode_t { 0604 });
+    std::string old;
+    reader >> old;
+    QCOMPARE(old, std::string("old"));
+}
+
+void AtomicFileTest::anExportFollowsASymbolicLink()
+{
+    fs::create_directory(folder / "elsewhere");
+    fs::create_symlink("elsewhere/target", file);
+
+    QVERIFY(exportFile(file, "picture"));
+
+    QVERIFY(fs::is_symlink(file));
+    QCOMPARE(contentOf(folder / "elsewhere/target"), std::string("picture"));
+}
+
+void AtomicFileTest::anExportLeavesOtherFilesAlone()
+{
+    put(folder / ".knucklet-0.part", "somebody else's");
+    fs::create_symlink(folder / "nowhere", folder / ".knucklet-1.part");
+
+    QVERIFY(exportFile(file, "picture"));
+
+    QCOMPARE(contentOf(folder / ".knucklet-0.part"), std::string("somebody else's"));
+    QVERIFY(!fs::exists(folder / "nowhere"));
+    QCOMPARE(namesIn(folder), (std::set<std::string> { ".knucklet-0.part", ".knucklet-1.part", "file" }));
+}
+
+void AtomicFileTest::anExportOverwritesInAFolderThatTakesNoOtherFile()
+{
+    put(file, "the old content, which is longer");
+    fs::permissions(file, fs::perms { 0666 });
+    fs::permissions(folder, fs::perms { 0555 });
+
+    const auto end = inChild(
+        [this] { return exportFile(file, "picture") ? "exported" : "refused"; }, RunAs::OrdinaryUser);
+
+    QCOMPARE(end.answer, std::string("exported"));
+    QCOMPARE(contentOf(file), std::string("picture"));
+}
+
+void AtomicFileTest::anExportIntoAFolderThatTakesNothingLeavesNothing()
+{
+    fs::permissions(folder, fs::perms { 0555 });
+
+    const auto end = inChild(
+        [this] { return exportFile(file, "picture") ? "exported" : "refused"; }, RunAs::OrdinaryUser);
+
+    QCOMPARE(end.answer, std::string("refused"));
+    QCOMPARE(namesIn(folder), std::set<std::string> {});
+}
+
+// A limit on the size of files stands for the disk: the write that reaches it fails half way.
+void AtomicFileTest::anExportOntoAFullDiskKeepsTheOldFileAndLeavesNothing()
+{
+    put(file, "old");
+    const std::string content(100'000, 'x');
+
+    const auto end = inChild([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit { .rlim_cur = 50'000, .rlim_max = 50'000 };
+        setrlimit(RLIMIT_FSIZE, &limit);
+        return exportFile(file, content) ? "exported" : "refused";
+    });
+
+    QCOMPARE(end.answer, std::string("refused"));
+    QCOMPARE(contentOf(file), std::string("old"));
+    QCOMPARE(namesIn(folder), std::set<std::string> { "file" });
+}
+
+void AtomicFileTest::anExportOntoADeviceIsRefused()
+{
+    fs::create_symlink("/dev/null", file);
+
+    QVERIFY(!exportFile(file, "picture"));
+
+    QVERIFY(fs::is_character_file(file));
 }
 
 QTEST_GUILESS_MAIN(AtomicFileTest)

@@ -52,6 +52,9 @@ std::optional<std::filesystem::path> followLinks(std::filesystem::path file)
     return {};
 }
 
+/// What the user's own setting for new files takes its part from.
+constexpr mode_t defaultPermissions = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+
 struct Existing {
     bool mayBeReplaced = false;
     /// Only for a regular file.
@@ -92,18 +95,60 @@ bool writeAll(int descriptor, std::string_view content)
     return true;
 }
 
-/// Writes a file that must not exist yet, down to the disk.
-bool writeNew(const std::filesystem::path& file, std::string_view content, std::optional<mode_t> permissions)
+/// A descriptor of a file that did not exist yet; negative when it cannot be made.
+int createNew(const std::filesystem::path& file, mode_t permissions)
 {
-    const int descriptor
-        = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (descriptor < 0)
-        return false;
+    return open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions);
+}
 
+/// Writes an empty file down to the disk and closes it.
+bool fill(int descriptor, std::string_view content, std::optional<mode_t> permissions)
+{
     const bool isWritten = (!permissions || setPermissions(descriptor, *permissions))
         && writeAll(descriptor, content) && fsync(descriptor) == 0;
     const bool isClosed = close(descriptor) == 0;
     return isWritten && isClosed;
+}
+
+/// Writes a file that must not exist yet, down to the disk.
+bool writeNew(const std::filesystem::path& file, std::string_view content, std::optional<mode_t> permissions)
+{
+    const int descriptor = createNew(file, S_IRUSR | S_IWUSR);
+    return descriptor >= 0 && fill(descriptor, content, permissions);
+}
+
+struct NewFile {
+    std::filesystem::path name;
+    /// Negative, with the reason in errno, when there is no file.
+    int descriptor = -1;
+};
+
+/// Makes a file of a name of its own in the folder of another one.
+NewFile createBeside(const std::filesystem::path& file)
+{
+    NewFile made;
+    constexpr int attempts = 100;
+    for (int i = 0; i < attempts && made.descriptor < 0 && (i == 0 || errno == EEXIST); ++i) {
+        // Not longer than the name of any file may be.
+        made.name = file.parent_path() / (".knucklet-" + std::to_string(i) + ".part");
+        made.descriptor = createNew(made.name, defaultPermissions);
+    }
+    return made;
+}
+
+/// Overwrites the file where it is, or makes it. Of a file that was made, nothing is left when that fails.
+bool overwrite(const std::filesystem::path& file, std::string_view content)
+{
+    const bool isNew = access(file.c_str(), F_OK) != 0;
+    // Not blocking, because opening a pipe would otherwise wait for a reader.
+    const int descriptor
+        = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, defaultPermissions);
+    if (descriptor < 0)
+        return false;
+    const bool isWritten = fill(descriptor, content, {});
+    if (!isWritten && isNew)
+        std::ignore = std::remove(file.c_str());
+    return isWritten;
 }
 
 /// Makes a rename in the folder last through a power cut.
@@ -158,4 +203,27 @@ bool replaceFile(const std::filesystem::path& file, std::string_view content)
     }
     // The dot stands for the folder of a name without one.
     return syncFolder(target->parent_path() / ".");
+}
+
+bool exportFile(const std::filesystem::path& file, std::string_view content)
+{
+    const auto target = followLinks(file);
+    if (!target)
+        return false;
+    const auto existing = inspect(*target);
+    if (!existing.mayBeReplaced)
+        return false;
+
+    const auto [temporary, descriptor] = createBeside(*target);
+    // Where there is no room for another file, overwriting would only lose the old one.
+    if (descriptor < 0)
+        return errno != ENOSPC && errno != EDQUOT && overwrite(*target, content);
+    if (fill(descriptor, content, existing.permissions)) {
+        if (std::rename(temporary.c_str(), target->c_str()) == 0)
+            return syncFolder(target->parent_path() / ".");
+        std::ignore = std::remove(temporary.c_str());
+        return overwrite(*target, content);
+    }
+    std::ignore = std::remove(temporary.c_str());
+    return false;
 }

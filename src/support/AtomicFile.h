@@ -17,3 +17,8 @@ std::optional<std::string> readFile(const std::filesystem::path& file);
 /// True once the new content is safe on the disk. Otherwise the old content is still there, except when only
 /// the very last step failed: then the new content is in place but may not survive a power cut.
 [[nodiscard]] bool replaceFile(const std::filesystem::path& file, std::string_view content);
+
+/// The same for a file of the user's own, in a place that the user has chosen: a new file gets the
+/// permissions that the user's new files have, and a folder that takes no other file has the old one
+/// overwritten in its place. A file that could not be written is not left behind in part.
+[[nodiscard]] bool exportFile(const std::filesystem::path& file, std::string_view content);
