@@ -13,7 +13,10 @@ class LoginItem;
 class MenuBarItem;
 class MouseMonitor;
 class PanelHost;
+class Pasteboard;
+class SavePanel;
 class Settings;
+class ShareSheet;
 class Timers;
 class WindowActivation;
 
@@ -34,7 +37,10 @@ public:
     virtual MenuBarItem& menuBarItem() = 0;
     virtual MouseMonitor& mouseMonitor() = 0;
     virtual PanelHost& panelHost() = 0;
+    virtual Pasteboard& pasteboard() = 0;
+    virtual SavePanel& savePanel() = 0;
     virtual Settings& settings() = 0;
+    virtual ShareSheet& shareSheet() = 0;
     virtual Timers& timers() = 0;
     virtual WindowActivation& windowActivation() = 0;
 };

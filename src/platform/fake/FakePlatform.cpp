@@ -119,10 +119,25 @@ void FakePlatform::chooseCommand(const std::string& title, ScreenPoint place)
     command->action(place);
 }
 
+void FakePlatform::choosePlace(const std::filesystem::path& place)
+{
+    const auto panel = std::move(savePanels.front());
+    savePanels.pop_front();
+    panel.chosen(place);
+}
+
 std::optional<bool> FakePlatform::setting(const std::string& key) const
 {
     const auto found = settingValues.find(key);
     return found == settingValues.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::vector<std::string> FakePlatform::proposedNames() const
+{
+    std::vector<std::string> names;
+    for (const auto& panel : savePanels)
+        names.push_back(panel.proposedName);
+    return names;
 }
 
 std::vector<std::chrono::milliseconds> FakePlatform::runningTimers() const
@@ -300,6 +315,25 @@ void FakePlatform::stopWatching()
 {
     calls.emplace_back("stop watching presses");
     pressedOutside = nullptr;
+}
+
+void FakePlatform::setPicture(std::string_view png)
+{
+    calls.emplace_back("copy picture");
+    copied = png;
+}
+
+void FakePlatform::begin(
+    const std::string& proposedName, std::function<void(const std::filesystem::path&)> chosen)
+{
+    calls.push_back("open save panel for " + proposedName);
+    savePanels.push_back({ proposedName, std::move(chosen) });
+}
+
+void FakePlatform::share(std::string_view png, const std::string& title)
+{
+    calls.push_back("share " + title);
+    shared.push_back({ std::string(png), title });
 }
 
 bool FakePlatform::boolean(std::string_view key) const

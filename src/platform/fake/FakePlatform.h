@@ -11,8 +11,11 @@
 #include "platform/MenuBarItem.h"
 #include "platform/MouseMonitor.h"
 #include "platform/PanelHost.h"
+#include "platform/Pasteboard.h"
 #include "platform/Platform.h"
+#include "platform/SavePanel.h"
 #include "platform/Settings.h"
+#include "platform/ShareSheet.h"
 #include "platform/Timers.h"
 #include "platform/WindowActivation.h"
 
@@ -40,10 +43,18 @@ class FakePlatform final
     , private MenuBarItem
     , private MouseMonitor
     , private PanelHost
+    , private Pasteboard
+    , private SavePanel
     , private Settings
+    , private ShareSheet
     , private Timers
     , private WindowActivation {
 public:
+    struct SharedPicture {
+        std::string png;
+        std::string title;
+    };
+
     FakePlatform(std::filesystem::path applicationSupport, Moment start);
 
     // What a user and a system do.
@@ -89,6 +100,10 @@ public:
     void clickMenuBarItem(ScreenPoint place);
     void chooseCommand(const std::string& title, ScreenPoint place = {});
 
+    /// The user chooses a place in the save panel that was opened first, or closes it.
+    void choosePlace(const std::filesystem::path& place);
+    void cancelSavePanel() { savePanels.pop_front(); }
+
     // What the program did.
     std::optional<bool> setting(const std::string& key) const;
     bool isTapEnabled() const { return tapEnabled; }
@@ -99,6 +114,12 @@ public:
     bool hasTerminated() const { return terminated; }
     /// The windows that were brought to the front, in order.
     const std::vector<NativeWindow>& activatedWindows() const { return activated; }
+
+    /// What the user copied last.
+    const std::optional<std::string>& copiedPicture() const { return copied; }
+    /// The name that each open save panel proposes, in order of their opening.
+    std::vector<std::string> proposedNames() const;
+    const std::vector<SharedPicture>& sharedPictures() const { return shared; }
 
     bool hasEveryEventBack() const { return everyEventCameBack; }
 
@@ -116,7 +137,10 @@ public:
     MenuBarItem& menuBarItem() override { return *this; }
     MouseMonitor& mouseMonitor() override { return *this; }
     PanelHost& panelHost() override { return *this; }
+    Pasteboard& pasteboard() override { return *this; }
+    SavePanel& savePanel() override { return *this; }
     Settings& settings() override { return *this; }
+    ShareSheet& shareSheet() override { return *this; }
     Timers& timers() override { return *this; }
     WindowActivation& windowActivation() override { return *this; }
 
@@ -125,6 +149,10 @@ private:
         std::chrono::milliseconds interval;
         std::chrono::milliseconds due;
         std::function<void()> tick;
+    };
+    struct OpenSavePanel {
+        std::string proposedName;
+        std::function<void(const std::filesystem::path&)> chosen;
     };
     struct RunningMonitor {
         std::uint64_t eventMask;
@@ -161,6 +189,10 @@ private:
     void watchPressesOutside(std::function<void()> pressed) override;
     void stopWatching() override;
     bool isClickSpent() const override { return pressHeld; }
+    void setPicture(std::string_view png) override;
+    void begin(
+        const std::string& proposedName, std::function<void(const std::filesystem::path&)> chosen) override;
+    void share(std::string_view png, const std::string& title) override;
     bool boolean(std::string_view key) const override;
     void setBoolean(std::string_view key, bool value) override;
     TimerId scheduleRepeating(std::chrono::milliseconds interval, std::function<void()> tick) override;
@@ -206,4 +238,7 @@ private:
     std::vector<MenuBarCommand> menuBarCommands;
     std::optional<MenuBarLabel> label;
     std::vector<NativeWindow> activated;
+    std::optional<std::string> copied;
+    std::deque<OpenSavePanel> savePanels;
+    std::vector<SharedPicture> shared;
 };
