@@ -1,6 +1,8 @@
 #include "platform/linux/BaseFolders.h"
 
 #include <cstdlib>
+#include <sstream>
+#include <string>
 
 namespace {
 
@@ -13,6 +15,21 @@ std::optional<std::filesystem::path> absolutePath(const char* variable)
     if (!path.is_absolute())
         return {};
     return path;
+}
+
+std::vector<std::filesystem::path> withMachineFolders(
+    const std::optional<std::filesystem::path>& own, const char* variable, const char* usual)
+{
+    std::vector<std::filesystem::path> folders;
+    if (own)
+        folders.push_back(*own);
+    const char* value = std::getenv(variable);
+    std::istringstream list(value && *value ? value : usual);
+    for (std::string folder; std::getline(list, folder, ':');) {
+        if (folder.starts_with('/'))
+            folders.emplace_back(folder);
+    }
+    return folders;
 }
 
 }
@@ -32,3 +49,16 @@ std::optional<std::filesystem::path> configurationFolder()
 {
     return baseFolder("XDG_CONFIG_HOME", ".config");
 }
+
+std::vector<std::filesystem::path> configurationFolders()
+{
+    return withMachineFolders(configurationFolder(), "XDG_CONFIG_DIRS", "/etc/xdg");
+}
+
+std::vector<std::filesystem::path> dataFolders()
+{
+    return withMachineFolders(
+        baseFolder("XDG_DATA_HOME", ".local/share"), "XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+}
+
+std::filesystem::path runtimeFolder() { return absolutePath("XDG_RUNTIME_DIR").value_or("/tmp"); }

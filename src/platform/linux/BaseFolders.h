@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <vector>
 
 /// One of the user's base folders: the value of the environment variable where that is an absolute path, else
 /// the folder of the given name below the home folder; nothing when neither is known. The environment is read
@@ -13,3 +14,10 @@ std::optional<std::filesystem::path> runtimeFolder();
 
 /// Where the user's configuration lives.
 std::optional<std::filesystem::path> configurationFolder();
+/// Where configuration and data of every program may lie: the user's own folder first, then those of the
+/// machine.
+std::vector<std::filesystem::path> configurationFolders();
+std::vector<std::filesystem::path> dataFolders();
+/// Where things lie that need not outlive the session; one for everybody's temporary files where the session
+/// has none.
+std::filesystem::path runtimeFolder();

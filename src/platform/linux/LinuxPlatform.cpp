@@ -7,7 +7,10 @@
 #include "platform/linux/LinuxListenAccess.h"
 #include "platform/linux/LinuxLoginItem.h"
 #include "platform/linux/LinuxPanelHost.h"
+#include "platform/linux/LinuxPasteboard.h"
+#include "platform/linux/LinuxSavePanel.h"
 #include "platform/linux/LinuxSettings.h"
+#include "platform/linux/LinuxShareSheet.h"
 #include "platform/linux/LinuxTimers.h"
 #include "platform/linux/LinuxWindowActivation.h"
 #include "platform/linux/StatusNotifierItem.h"
@@ -30,7 +33,10 @@ public:
     MenuBarItem& menuBarItem() override { return item; }
     MouseMonitor& mouseMonitor() override { return input.mouseMonitor(); }
     PanelHost& panelHost() override { return panel; }
+    Pasteboard& pasteboard() override { return clipboard; }
+    SavePanel& savePanel() override { return saveDialog; }
     Settings& settings() override { return settingsFile; }
+    ShareSheet& shareSheet() override { return shareChooser; }
     Timers& timers() override { return loopTimers; }
     WindowActivation& windowActivation() override { return windows; }
 
@@ -45,7 +51,10 @@ private:
     LinuxLoginItem autostart;
     StatusNotifierItem item { QDBusConnection::sessionBus() };
     LinuxPanelHost panel { input };
+    LinuxPasteboard clipboard;
+    LinuxSavePanel saveDialog { QDBusConnection::sessionBus() };
     LinuxSettings settingsFile;
+    LinuxShareSheet shareChooser { QDBusConnection::sessionBus() };
     LinuxTimers loopTimers;
     LinuxWindowActivation windows;
 };

@@ -1,0 +1,114 @@
+#include "platform/linux/LinuxShareSheet.h"
+
+#include "platform/linux/BaseFolders.h"
+#include "platform/linux/PictureApplications.h"
+#include "platform/linux/PortalRequest.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QDBusUnixFileDescriptor>
+#include <QFile>
+#include <QIcon>
+#include <QMenu>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <tuple>
+
+namespace {
+
+void start(const QStringList& command)
+{
+    QProcess process;
+    process.setProgram(command.first());
+    process.setArguments(command.mid(1));
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    // A program that does not start is nothing that anybody is told of.
+    std::ignore = process.startDetached();
+}
+
+/// Where the user looks: at the pointer, or in the middle of the window that has the keyboard.
+QPoint placeForMenu()
+{
+    const auto pointer = QCursor::pos();
+    const auto* window = QApplication::activeWindow();
+    if (!window || window->frameGeometry().contains(pointer))
+        return pointer;
+    return window->frameGeometry().center();
+}
+
+}
+
+LinuxShareSheet::LinuxShareSheet(const QDBusConnection& bus)
+    : bus(bus)
+{
+}
+
+LinuxShareSheet::~LinuxShareSheet() = default;
+
+void LinuxShareSheet::share(std::string_view png, const std::string& title)
+{
+    if (const auto file = write(png, title))
+        askPortal(*file);
+}
+
+std::optional<LinuxShareSheet::SharedFile> LinuxShareSheet::write(
+    std::string_view png, const std::string& title)
+{
+    const auto runtime = QFile::decodeName(runtimeFolder().c_str());
+    SharedFile shared { std::make_shared<QTemporaryDir>(runtime + "/knucklet-XXXXXX"), {} };
+    if (!shared.folder->isValid())
+        return {};
+    shared.path = shared.folder->filePath(QString::fromStdString(title) + ".png");
+    QFile file(shared.path);
+    const auto size = static_cast<qint64>(png.size());
+    const bool isWritten = file.open(QFile::WriteOnly | QFile::NewOnly, QFile::ReadOwner | QFile::WriteOwner)
+        && file.write(png.data(), size) == size && file.flush();
+    return isWritten ? std::optional(shared) : std::nullopt;
+}
+
+void LinuxShareSheet::askPortal(const SharedFile& shared)
+{
+    QFile file(shared.path);
+    if (!file.open(QFile::ReadOnly))
+        return;
+    PortalRequest::send(bus,
+        {
+            .interface = "OpenURI",
+            .method = "OpenFile",
+            .arguments = { QString(), QVariant::fromValue(QDBusUnixFileDescriptor(file.handle())) },
+            .options = { { "ask", true } },
+            .done = [this, shared](const QVariantMap&) { keep(shared); },
+            .unavailable = [this, shared] { openMenu(shared); },
+        });
+}
+
+void LinuxShareSheet::openMenu(const SharedFile& file)
+{
+    auto* menu = new QMenu;
+    // The file goes with the last of its commands, unless one of them was chosen.
+    QObject::connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
+    for (const auto& application : pictureApplications())
+        addCommand(
+            *menu, application.iconName, application.name, file, commandToOpen(file.path, application));
+    menu->addSeparator();
+    if (const auto mailer = QStandardPaths::findExecutable("xdg-email"); !mailer.isEmpty())
+        addCommand(*menu, "mail-message-new", tr("E-mail…"), file, { mailer, "--attach", file.path });
+    if (menu->isEmpty())
+        menu->addAction(tr("No application opens pictures"))->setEnabled(false);
+    menu->popup(placeForMenu());
+}
+
+void LinuxShareSheet::addCommand(QMenu& menu, const QString& iconName, const QString& title,
+    const SharedFile& file, const QStringList& command)
+{
+    const auto* action = menu.addAction(QIcon::fromTheme(iconName), title);
+    QObject::connect(action, &QAction::triggered, action, [this, file, command] {
+        keep(file);
+        start(command);
+    });
+}
+
+void LinuxShareSheet::keep(const SharedFile& file) { handedOn.push_back(file.folder); }
