@@ -2,6 +2,7 @@
 
 #include "Onboarding.h"
 #include "PanelWindow.h"
+#include "ShareCard.h"
 #include "StatsView.h"
 #include "Theme.h"
 #include "platform/Appearance.h"
@@ -23,12 +24,6 @@
 
 namespace {
 
-// The day card has no window yet.
-class NoShareCardWindow final : public ShareCardWindow {
-public:
-    void show(AppState&) override { }
-};
-
 /// Where most menu bars have their items, for when nothing was clicked beside which to open.
 ScreenPoint cornerOfTheScreen()
 {
@@ -43,7 +38,7 @@ ScreenPoint cornerOfTheScreen()
 
 KnuckletApp::KnuckletApp(Platform& platform)
     : platform(platform)
-    , state(platform, windowFactories())
+    , state(platform, windowFactories(platform))
     , modelObservation(state.observe([this] { modelChanged(); }))
 {
     loadTranslation(QLocale());
@@ -79,7 +74,10 @@ WindowFactories KnuckletApp::windowFactories()
             [this] {
                 return std::make_unique<OnboardingWindowController>(platform, [this] { prepareViews(); });
             },
-        .shareCard = [] { return std::make_unique<NoShareCardWindow>(); },
+        .shareCard =
+            [this] {
+                return std::make_unique<ShareCardWindowController>(platform, [this] { prepareViews(); });
+            },
     };
 }
 

@@ -116,10 +116,12 @@ public:
         return QSizeF(height * aspect, height).toSize();
     }
 
-    void paint(QPainter& painter, const QWidget& widget, const QColor& color) const
+    bool isEmpty() const { return name.isEmpty(); }
+
+    /// In the middle of the place.
+    void paint(QPainter& painter, const QWidget& widget, const QRect& place, const QColor& color) const
     {
-        const auto box = QStyle::alignedRect(
-            widget.layoutDirection(), Qt::AlignCenter, size(widget), widget.contentsRect());
+        const auto box = QStyle::alignedRect(widget.layoutDirection(), Qt::AlignCenter, size(widget), place);
         painter.drawPixmap(box.topLeft(), symbolPixmap(name, box.size(), color, widget.devicePixelRatioF()));
     }
 
@@ -147,7 +149,7 @@ protected:
     void paintEvent(QPaintEvent*) override
     {
         QPainter painter(this);
-        symbol.paint(painter, *this, palette().color(QPalette::WindowText));
+        symbol.paint(painter, *this, contentsRect(), palette().color(QPalette::WindowText));
     }
 
 private:
@@ -174,17 +176,17 @@ public:
         if (look == newLook)
             return;
         look = newLook;
+        symbol.setName(look.symbol);
         updateGeometry();
         update();
     }
 
     QSize sizeHint() const override
     {
-        const int width = textWidth(*this, text());
         const int height = fontMetrics().height();
         if (look.size == ButtonSize::Small)
-            return { width + 20, height + 6 };
-        return { std::max(width + 32, 80), height + 12 };
+            return { contentWidth() + 20, height + 6 };
+        return { std::max(contentWidth() + 32, 80), height + 12 };
     }
 
     QSize minimumSizeHint() const override { return { 20, sizeHint().height() }; }
@@ -195,23 +197,44 @@ protected:
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         const double cornerRadius = look.size == ButtonSize::Small ? 5 : 7;
+        const auto color
+            = palette().color(look.isProminent ? QPalette::HighlightedText : QPalette::ButtonText);
         if (look.isProminent) {
-            const auto color = fillUnderText(palette().color(QPalette::Highlight), highlightedText());
-            painter.fillPath(continuousRect(rect(), cornerRadius), isDown() ? color.darker(120) : color);
-            painter.setPen(highlightedText());
+            const auto fill = fillUnderText(palette().color(QPalette::Highlight), color);
+            painter.fillPath(continuousRect(rect(), cornerRadius), isDown() ? fill.darker(120) : fill);
         } else {
             drawBox(painter, rect(), cornerRadius,
                 palette().color(isDown() ? QPalette::Midlight : QPalette::Button),
                 palette().color(QPalette::Mid));
-            painter.setPen(palette().color(QPalette::ButtonText));
         }
-        drawText(painter, *this, rect().adjusted(6, 0, -6, 0), Qt::AlignCenter, text());
+        paintContent(painter, color);
     }
 
 private:
-    QColor highlightedText() const { return palette().color(QPalette::HighlightedText); }
+    int contentWidth() const
+    {
+        const int width = textWidth(*this, text());
+        return symbol.isEmpty() ? width : width + symbol.size(*this).width() + iconSpacing;
+    }
+
+    void paintContent(QPainter& painter, const QColor& color) const
+    {
+        const QSize room(std::min(contentWidth(), width() - 12), height());
+        auto content = QStyle::alignedRect(layoutDirection(), Qt::AlignCenter, room, rect());
+        if (!symbol.isEmpty()) {
+            auto icon = content;
+            icon.setWidth(symbol.size(*this).width());
+            symbol.paint(painter, *this, QStyle::visualRect(layoutDirection(), content, icon), color);
+            auto rest = content;
+            rest.setLeft(icon.right() + 1 + iconSpacing);
+            content = QStyle::visualRect(layoutDirection(), content, rest);
+        }
+        painter.setPen(color);
+        drawText(painter, *this, content, Qt::AlignCenter, text());
+    }
 
     ButtonLook look;
+    Symbol symbol;
     std::function<void()> action;
 };
 
@@ -245,7 +268,7 @@ protected:
         auto color = palette().color(QPalette::WindowText);
         if (isDown() || underMouse())
             color.setAlphaF(1);
-        symbol.paint(painter, *this, color);
+        symbol.paint(painter, *this, contentsRect(), color);
     }
 
 private:

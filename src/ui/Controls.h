@@ -37,6 +37,8 @@ struct ButtonLook {
     bool isProminent = false;
     /// Return and Enter press it, wherever in its window the focus is.
     bool isDefault = false;
+    /// Stands before the text; may be empty.
+    QString symbol;
 
     bool operator==(const ButtonLook&) const = default;
 };
