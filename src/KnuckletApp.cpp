@@ -38,7 +38,7 @@ ScreenPoint cornerOfTheScreen()
 
 KnuckletApp::KnuckletApp(Platform& platform)
     : platform(platform)
-    , state(platform, windowFactories(platform))
+    , state(platform, windowFactories())
     , modelObservation(state.observe([this] { modelChanged(); }))
 {
     loadTranslation(QLocale());

@@ -1,14 +1,11 @@
 #include "ShareCard.h"
 
-#include "support/FakeCard.h"
 #include "support/Files.h"
-#include "support/ForkedChild.h"
-#include "ui/Look.h"
+#include "support/ShownCard.h"
 #include "ui/UtilityWindow.h"
 
-#include <QAbstractButton>
 #include <QApplication>
-#include <QDir>
+#include <QFontMetrics>
 #include <QPushButton>
 #include <QTest>
 
@@ -22,94 +19,6 @@ using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
 namespace {
-
-/// The day card's window on the fake platform, which has the permission and an ordinary week.
-class ShownCard final {
-public:
-    ShownCard()
-        : fake(ordinaryWeek())
-        , platform(fake.program.platform)
-    {
-        platform.grantAccess();
-        platform.addPictures(PICTURES_FOLDER);
-        applyLook(ColorScheme::Light, Motion::Reduced);
-    }
-
-    void show()
-    {
-        if (!state) {
-            state = &fake.program.start();
-            controller = std::make_unique<ShareCardWindowController>(platform);
-        }
-        controller->show(*state);
-    }
-
-    UtilityWindow* window() const
-    {
-        UtilityWindow* found = nullptr;
-        for (auto* widget : QApplication::topLevelWidgets()) {
-            if (auto* window = dynamic_cast<UtilityWindow*>(widget)) {
-                // There is one, whatever happens.
-                Q_ASSERT(!found);
-                found = window;
-            }
-        }
-        return found;
-    }
-
-    QPushButton* button(const QString& text) const
-    {
-        for (auto* button : window()->findChildren<QPushButton*>()) {
-            if (button->text() == text && button->isVisibleTo(window()))
-                return button;
-        }
-        return nullptr;
-    }
-
-    void click(const QString& text) const
-    {
-        auto* found = button(text);
-        QVERIFY(found);
-        QTest::mouseClick(found, Qt::LeftButton);
-    }
-
-    /// The preview, found by what a screen reader says of it.
-    QWidget* preview() const
-    {
-        for (auto* widget : window()->findChildren<QWidget*>()) {
-            if (widget->accessibleName().contains(" · ") && widget->isVisibleTo(window()))
-                return widget;
-        }
-        return nullptr;
-    }
-
-    QRect placeOf(const QWidget* widget) const
-    {
-        return widget->contentsRect().translated(widget->mapTo(window(), QPoint()));
-    }
-
-    /// The picture of the numbers that the program has now.
-    QImage pictureOfNow() const
-    {
-        const DateTexts dates("en_US", "UTC");
-        const NumberTexts numbers("en_US");
-        return ShareCardView { DayCardData(*state, platform.clock()), dates, numbers, cardPicture() }
-            .rendered();
-    }
-
-    void press(int keys) const
-    {
-        for (int i = 0; i < keys; ++i)
-            platform.press();
-    }
-
-    FakeCard fake;
-    FakePlatform& platform;
-    AppState* state = nullptr;
-
-private:
-    std::unique_ptr<ShareCardWindowController> controller;
-};
 
 QImage decoded(const std::string& png)
 {

@@ -176,7 +176,7 @@ public:
         if (look == newLook)
             return;
         look = newLook;
-        symbol.setName(look.symbol);
+        symbol.setName(QString::fromLatin1(look.symbol));
         updateGeometry();
         update();
     }

@@ -6,6 +6,7 @@
 #include <QSize>
 
 #include <functional>
+#include <string_view>
 
 struct StackLook {
     int spacing = 8;
@@ -38,7 +39,7 @@ struct ButtonLook {
     /// Return and Enter press it, wherever in its window the focus is.
     bool isDefault = false;
     /// Stands before the text; may be empty.
-    QString symbol;
+    std::string_view symbol {};
 
     bool operator==(const ButtonLook&) const = default;
 };

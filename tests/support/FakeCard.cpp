@@ -12,11 +12,16 @@ FakeCard::FakeCard(const std::string& stats, const std::string& locale)
         program.writeStatsFile(stats);
 }
 
-ShareCardView FakeCard::view(const QImage& picture)
+AppState& FakeCard::start()
 {
     if (!state)
         state = &program.start();
-    return { DayCardData(*state, program.platform.clock()), dates, numbers, picture };
+    return *state;
+}
+
+ShareCardView FakeCard::view(const QImage& picture)
+{
+    return { DayCardData(start(), program.platform.clock()), dates, numbers, picture };
 }
 
 std::string statsOf(const std::vector<FakeDay>& days)

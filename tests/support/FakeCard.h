@@ -7,12 +7,16 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
-/// The card of the fake platform's program. The platform is set up first, then `view()`.
+/// The card of the fake platform's program. The platform is set up first, then the program starts.
 class FakeCard final {
 public:
     explicit FakeCard(const std::string& stats = {}, const std::string& locale = "en_US");
 
+    /// Starts the program if it does not run yet.
+    AppState& start();
+    /// The card of this moment.
     ShareCardView view(const QImage& picture = {});
 
     FakeProgram program;

@@ -60,5 +60,3 @@ std::vector<std::filesystem::path> dataFolders()
     return withMachineFolders(
         baseFolder("XDG_DATA_HOME", ".local/share"), "XDG_DATA_DIRS", "/usr/local/share:/usr/share");
 }
-
-std::filesystem::path runtimeFolder() { return absolutePath("XDG_RUNTIME_DIR").value_or("/tmp"); }

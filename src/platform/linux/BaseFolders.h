@@ -18,6 +18,3 @@ std::optional<std::filesystem::path> configurationFolder();
 /// machine.
 std::vector<std::filesystem::path> configurationFolders();
 std::vector<std::filesystem::path> dataFolders();
-/// Where things lie that need not outlive the session; one for everybody's temporary files where the session
-/// has none.
-std::filesystem::path runtimeFolder();

@@ -57,7 +57,7 @@ void LinuxShareSheet::share(std::string_view png, const std::string& title)
 std::optional<LinuxShareSheet::SharedFile> LinuxShareSheet::write(
     std::string_view png, const std::string& title)
 {
-    const auto runtime = QFile::decodeName(runtimeFolder().c_str());
+    const auto runtime = QFile::decodeName(runtimeFolder().value_or("/tmp").c_str());
     SharedFile shared { std::make_shared<QTemporaryDir>(runtime + "/knucklet-XXXXXX"), {} };
     if (!shared.folder->isValid())
         return {};
