@@ -3,8 +3,8 @@
 #include "PanelWindow.h"
 #include "platform/fake/FakePlatform.h"
 
+#include <QAbstractButton>
 #include <QApplication>
-#include <QCheckBox>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -39,13 +39,13 @@ struct FakeApp {
     FakePlatform platform;
 };
 
-/// The check box of the open panel with that text.
-QCheckBox* checkBox(const QString& text)
+/// The button or check box with that text in whatever window is open.
+QAbstractButton* button(const QString& text)
 {
     for (auto* window : QApplication::topLevelWidgets()) {
-        for (auto* box : window->findChildren<QCheckBox*>()) {
-            if (box->text() == text && box->isVisible())
-                return box;
+        for (auto* button : window->findChildren<QAbstractButton*>()) {
+            if (button->text() == text && button->isVisible())
+                return button;
         }
     }
     return nullptr;
@@ -70,6 +70,9 @@ private slots:
     void theCountsComeAndGoWithTheCheckBoxAndAreBackAfterARestart();
     void theToolTipAlwaysHasTheCounts();
     void aBurstOfPressesUpdatesTheLabelOnce();
+    void theMenuOpensTheAssistant();
+    void thePanelOpensTheAssistant();
+    void theAssistantsCheckBoxPutsTheCountsIntoTheMenuBarAtOnce();
     void theMenuQuits();
     void anotherStartOpensThePanelAndLeavesItOpen();
     void aWindowOpensBesideItsPlaceWithinTheWorkArea_data();
@@ -107,7 +110,7 @@ void KnuckletAppTest::theCountsComeAndGoWithTheCheckBoxAndAreBackAfterARestart()
     {
         const KnuckletApp app(fake.platform);
         fake.platform.clickMenuBarItem({ 400, 10 });
-        auto* box = checkBox("Show counts in menu bar");
+        auto* box = button("Show counts in menu bar");
 
         QTest::mouseClick(box, Qt::LeftButton);
         fake.platform.runDeferred();
@@ -150,6 +153,45 @@ void KnuckletAppTest::aBurstOfPressesUpdatesTheLabelOnce()
     QCOMPARE(fake.label(), std::string("1.0k · 0"));
     QCOMPARE(std::ranges::count(fake.platform.calls, "call later"), 1);
     QCOMPARE(std::ranges::count(fake.platform.calls, "set label"), 1);
+}
+
+void KnuckletAppTest::theMenuOpensTheAssistant()
+{
+    FakeApp fake;
+    const KnuckletApp app(fake.platform);
+    QVERIFY(!button("Get Started"));
+
+    fake.platform.chooseCommand("Setup Assistant…");
+
+    QVERIFY(button("Get Started"));
+}
+
+void KnuckletAppTest::thePanelOpensTheAssistant()
+{
+    FakeApp fake;
+    const KnuckletApp app(fake.platform);
+    fake.platform.clickMenuBarItem({ 400, 10 });
+
+    QTest::mouseClick(button("Setup Assistant…"), Qt::LeftButton);
+
+    QVERIFY(button("Get Started"));
+}
+
+void KnuckletAppTest::theAssistantsCheckBoxPutsTheCountsIntoTheMenuBarAtOnce()
+{
+    FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})");
+    const KnuckletApp app(fake.platform);
+    fake.platform.chooseCommand("Setup Assistant…");
+    for (const auto* step : { "Get Started", "Continue", "Continue" }) {
+        QTest::mouseClick(button(step), Qt::LeftButton);
+        QCoreApplication::processEvents();
+    }
+
+    QTest::mouseClick(button("Show live counts next to the menu bar icon"), Qt::LeftButton);
+    fake.platform.runDeferred();
+
+    QCOMPARE(fake.label(), std::string("1.2k · 56"));
+    QVERIFY(button("Finish"));
 }
 
 void KnuckletAppTest::theMenuQuits()

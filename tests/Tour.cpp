@@ -1,6 +1,7 @@
 // knucklet-tour PROGRAM FOLDER: uses the program on a virtual desktop, with real input, and leaves pictures
 // of it.
 
+#include "support/AssistantOnScreen.h"
 #include "support/Injector.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
@@ -18,6 +19,8 @@ namespace {
 constexpr int patience = 20000;
 /// The bar and the line below it, in pixels.
 constexpr int barHeight = 29;
+/// Of <X11/keysymdef.h>.
+constexpr xcb_keysym_t keysymReturn = 0xff0d;
 
 bool fail(const QString& what)
 {
@@ -46,7 +49,9 @@ public:
             return fail("the icon does not appear");
 
         Injector injector(desktop.display());
-        type(injector, 1234);
+        if (!goThroughTheAssistant(injector))
+            return false;
+        type(injector, 1230);
         click(injector, 56, { 400, 400 });
         if (!QTest::qWaitFor([&] { return knucklet.toolTip().contains("1.2k keys · 56 clicks"); }, patience))
             return fail("the counts do not follow: " + knucklet.toolTip());
@@ -67,6 +72,21 @@ public:
     }
 
 private:
+    bool goThroughTheAssistant(Injector& injector) const
+    {
+        const char* const pages[] { "assistant-1-welcome", "assistant-2-privacy", "assistant-3-permission",
+            "assistant-4-done" };
+        for (int page = 0; page < 4; ++page) {
+            if (!QTest::qWaitFor([&] { return assistantPage(desktop) == page; }, patience))
+                return fail("the assistant does not show its next page");
+            if (!save(pages[page], assistantPicture(desktop)))
+                return false;
+            injector.typeKey(injector.keyCode(keysymReturn));
+            injector.sync();
+        }
+        return QTest::qWaitFor([&] { return assistantPicture(desktop).isNull(); }, patience)
+            || fail("the assistant does not close");
+    }
     QImage screen() const
     {
         return screenshot(desktop.display(),

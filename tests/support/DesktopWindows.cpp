@@ -100,13 +100,23 @@ xcb_window_t DesktopWindows::openOther(const QRect& place) const
 {
     const auto window = xcb_generate_id(connection.get());
     const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
+    const std::array<std::uint32_t, 2> values { screen->white_pixel, XCB_EVENT_MASK_KEY_PRESS };
     xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, window, root,
         static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()),
         static_cast<std::uint16_t>(place.width()), static_cast<std::uint16_t>(place.height()), 0,
-        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL, &screen->white_pixel);
+        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK,
+        values.data());
     xcb_map_window(connection.get(), window);
     tellManager(window, "_NET_ACTIVE_WINDOW", { pagerSource });
     return window;
+}
+
+int DesktopWindows::receivedPresses() const
+{
+    int presses = 0;
+    while (const XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) })
+        presses += (event->response_type & 0x7f) == XCB_KEY_PRESS;
+    return presses;
 }
 
 xcb_atom_t DesktopWindows::atom(const char* name) const

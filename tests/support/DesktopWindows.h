@@ -31,6 +31,9 @@ public:
     void move(xcb_window_t window, QPoint place) const;
     /// Opens a window of another program and gives it the keyboard.
     xcb_window_t openOther(const QRect& place) const;
+    /// How many presses, repeats among them, the windows of the other program have received since the last
+    /// call.
+    int receivedPresses() const;
 
 private:
     xcb_atom_t atom(const char* name) const;

@@ -1,0 +1,305 @@
+#include "support/AssistantOnScreen.h"
+#include "support/DesktopWindows.h"
+#include "support/Injector.h"
+#include "support/RunningKnucklet.h"
+#include "support/Screenshot.h"
+#include "support/VirtualDesktop.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QDirIterator>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMap>
+#include <QRegularExpression>
+#include <QTest>
+
+#include <csignal>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace {
+
+const QString program = QStringLiteral(KNUCKLET_PROGRAM);
+
+constexpr int patience = 20000;
+
+/// Keysyms of <X11/keysymdef.h>.
+constexpr xcb_keysym_t keysymBackspace = 0xff08;
+constexpr xcb_keysym_t keysymTab = 0xff09;
+constexpr xcb_keysym_t keysymReturn = 0xff0d;
+constexpr xcb_keysym_t keysymSpace = 0x20;
+
+constexpr std::size_t keyCount = 40;
+
+std::vector<xcb_keysym_t> oneKeyAgainAndAgain() { return std::vector<xcb_keysym_t>(keyCount, 'a'); }
+
+std::vector<xcb_keysym_t> manyKeys()
+{
+    std::vector<xcb_keysym_t> keys;
+    for (xcb_keysym_t letter = 'a'; letter <= 'z'; ++letter)
+        keys.push_back(letter);
+    for (xcb_keysym_t digit = '0'; digit <= '9'; ++digit)
+        keys.push_back(digit);
+    keys.insert(keys.end(), { keysymSpace, keysymReturn, keysymTab, keysymBackspace });
+    return keys;
+}
+
+/// What everybody on a desktop's session bus says, as text.
+class BusRecord final {
+public:
+    explicit BusRecord(const VirtualDesktop& desktop)
+        : monitor(desktop.launch("dbus-monitor", { "--address", desktop.busAddress() }))
+    {
+    }
+    ~BusRecord()
+    {
+        monitor->kill();
+        monitor->waitForFinished();
+    }
+
+    [[nodiscard]] bool awaitStart()
+    {
+        return QTest::qWaitFor([this] { return !text().isEmpty(); }, patience);
+    }
+    /// Waits until a message of this name has been sent so many times.
+    [[nodiscard]] bool await(const QByteArray& member, qsizetype times)
+    {
+        return QTest::qWaitFor([&] { return text().count("member=" + member + '\n') >= times; }, patience);
+    }
+
+    /// The messages of one program in order, without what differs from one run of anything to the next.
+    QStringList messagesFrom(const QStringList& names)
+    {
+        QStringList messages;
+        bool isMeant = false;
+        const auto lines = QString::fromUtf8(text()).split('\n');
+        for (const auto& line : lines) {
+            static const QRegularExpression sender("^[a-z ]+ time=\\S+ sender=(\\S+) ");
+            if (const auto match = sender.match(line); match.hasMatch())
+                isMeant = names.contains(match.captured(1));
+            if (isMeant)
+                messages << withoutNumbersOfTheRun(line);
+        }
+        return messages;
+    }
+
+private:
+    const QByteArray& text()
+    {
+        received += monitor->readAllStandardOutput();
+        return received;
+    }
+
+    static QString withoutNumbersOfTheRun(QString line)
+    {
+        static const QRegularExpression numbers("time=\\S+|serial=\\d+|:1\\.\\d+|StatusNotifierItem-\\d+");
+        return line.replace(numbers, "…");
+    }
+
+    std::unique_ptr<QProcess> monitor;
+    QByteArray received;
+};
+
+/// The unique names that a process has on the bus.
+QStringList busNames(const VirtualDesktop& desktop, qint64 process)
+{
+    const QString connection = "names of " + QString::number(process);
+    auto bus = QDBusConnection::connectToBus(desktop.busAddress(), connection);
+    QStringList names;
+    const QStringList all = bus.interface()->registeredServiceNames();
+    for (const auto& name : all) {
+        const QDBusReply<uint> owner = bus.interface()->servicePid(name);
+        if (owner.isValid() && owner.value() == process && name.startsWith(':'))
+            names << name;
+    }
+    QDBusConnection::disconnectFromBus(connection);
+    return names;
+}
+
+/// All that a run leaves behind and tells others.
+struct Trace {
+    QMap<QString, QByteArray> files;
+    QStringList messages;
+    QByteArray output;
+};
+
+QMap<QString, QByteArray> filesBelow(const QString& folder)
+{
+    QMap<QString, QByteArray> files;
+    QDirIterator each(folder, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (each.hasNext()) {
+        QFile file(each.next());
+        if (QFileInfo(file).isFile() && file.open(QFile::ReadOnly))
+            files.insert(QDir(folder).relativeFilePath(file.fileName()), file.readAll());
+    }
+    return files;
+}
+
+/// One run in which these keys are pressed one after the other, each as soon as the one before has shown.
+void run(const std::vector<xcb_keysym_t>& keys, Trace& trace)
+{
+    VirtualDesktop desktop;
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+    writeSettingsFile(desktop, "[General]\nhasCompletedOnboarding=true\nshowCountsInMenuBar=true\n");
+    const QString folder = desktop.folder() + "/home";
+    BusRecord record(desktop);
+    QVERIFY(record.awaitStart());
+    RunningKnucklet knucklet(desktop, program);
+    QVERIFY(record.await("RegisterStatusNotifierItem", 1));
+    const auto names = busNames(desktop, knucklet.processId());
+    QVERIFY(!names.isEmpty());
+
+    Injector injector(desktop.display());
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        injector.typeKey(injector.keyCode(keys[i]));
+        injector.sync();
+        QVERIFY(record.await("NewToolTip", static_cast<qsizetype>(i) + 1));
+    }
+    QVERIFY(knucklet.end(SIGTERM));
+
+    trace = { filesBelow(folder), record.messagesFrom(names), knucklet.output() };
+}
+
+/// Starts a program under observation of the sockets that it and what it starts open. The program keeps its
+/// process number.
+QString observed(const VirtualDesktop& desktop, const QString& command)
+{
+    QFile script(desktop.folder() + "/observed");
+    if (script.open(QFile::WriteOnly))
+        script.write(QString(
+            "#!/bin/sh\nexec strace -D -f --seccomp-bpf -qq -e trace=socket,socketpair -o '%1/sockets' %2\n")
+                         .arg(desktop.folder(), command)
+                         .toUtf8());
+    script.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+    return script.fileName();
+}
+
+/// The calls that have opened sockets.
+QStringList openedSockets(const VirtualDesktop& desktop)
+{
+    QFile file(desktop.folder() + "/sockets");
+    if (!file.open(QFile::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.readAll()).split('\n').filter("socket");
+}
+
+QStringList networkSockets(const VirtualDesktop& desktop)
+{
+    QStringList network;
+    for (const auto& call : openedSockets(desktop)) {
+        if (!call.contains("(AF_UNIX,"))
+            network << call;
+    }
+    return network;
+}
+
+}
+
+/// What the assistant promises on its second page, and docs/privacy.md explains.
+class PrivacyTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void whichKeysWerePressedIsNowhereToBeFound();
+    void aWholeSessionOpensNoNetworkSocket();
+    void aNetworkSocketWouldBeNoticed();
+    void holdingAKeyCountsOnce();
+};
+
+void PrivacyTest::whichKeysWerePressedIsNowhereToBeFound()
+{
+    QCOMPARE(manyKeys().size(), keyCount);
+    Trace one;
+    Trace other;
+
+    run(oneKeyAgainAndAgain(), one);
+    run(manyKeys(), other);
+
+    const auto stats = QJsonDocument::fromJson(one.files.value(".local/share/Knucklet/stats.json")).object();
+    QCOMPARE(stats.constBegin().value().toObject().value("keys").toInteger(), qint64 { keyCount });
+    QCOMPARE(other.files, one.files);
+    QCOMPARE_GE(one.messages.size(), qsizetype { keyCount });
+    QCOMPARE(other.messages, one.messages);
+    QCOMPARE(one.output, QByteArray());
+    QCOMPARE(other.output, QByteArray());
+}
+
+void PrivacyTest::aWholeSessionOpensNoNetworkSocket()
+{
+    VirtualDesktop desktop({ .windowManager = true, .panel = true });
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+    Injector injector(desktop.display());
+    const DesktopWindows windows(desktop.display());
+    RunningKnucklet knucklet(desktop, observed(desktop, program));
+
+    // From the first start to the last page of the assistant, the panel, typing, and the end.
+    QVERIFY(knucklet.awaitItem());
+    QTRY_COMPARE_WITH_TIMEOUT(assistantPage(desktop), std::optional(0), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(windows.active(), windows.find(assistantTitle), patience);
+    for (int page = 0; page < 4; ++page) {
+        QTRY_COMPARE_WITH_TIMEOUT(assistantPage(desktop), std::optional(page), patience);
+        injector.typeKey(injector.keyCode(keysymReturn));
+        injector.sync();
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(settingsFile(desktop).contains("hasCompletedOnboarding=true"), patience);
+    const auto before = screenshot(desktop.display());
+    const auto icon = knucklet.icon().center();
+    injector.moveTo(static_cast<std::int16_t>(icon.x()), static_cast<std::int16_t>(icon.y()));
+    injector.click();
+    for (const auto key : manyKeys())
+        injector.typeKey(injector.keyCode(key));
+    injector.sync();
+    QTRY_VERIFY_WITH_TIMEOUT(difference(before, screenshot(desktop.display())).width() >= 300, patience);
+    QVERIFY(knucklet.choose("Setup Assistant…"));
+    QTRY_COMPARE_WITH_TIMEOUT(assistantPage(desktop), std::optional(0), patience);
+    QVERIFY(knucklet.choose("Quit Knucklet"));
+    QVERIFY(knucklet.awaitEnd());
+
+    // The display and the bus at least.
+    QCOMPARE_GE(openedSockets(desktop).size(), 2);
+    QCOMPARE(networkSockets(desktop), QStringList());
+}
+
+// The observation itself is put to the test.
+void PrivacyTest::aNetworkSocketWouldBeNoticed()
+{
+    VirtualDesktop desktop;
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+
+    const bool isSent = desktop.run(observed(desktop, "bash -c 'exec 3<>/dev/udp/127.0.0.1/9'"));
+
+    QVERIFY(isSent);
+    QTRY_COMPARE_WITH_TIMEOUT(networkSockets(desktop).size(), 1, patience);
+}
+
+void PrivacyTest::holdingAKeyCountsOnce()
+{
+    VirtualDesktop desktop({ .windowManager = true, .panel = true });
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+    writeSettingsFile(desktop, "[General]\nhasCompletedOnboarding=true\n");
+    Injector injector(desktop.display());
+    const DesktopWindows windows(desktop.display());
+    RunningKnucklet knucklet(desktop, program);
+    QVERIFY(knucklet.awaitItem());
+    const auto editor = windows.openOther({ 100, 100, 300, 200 });
+    QTRY_COMPARE_WITH_TIMEOUT(windows.active(), editor, patience);
+
+    // Another program receives the repeats of the server while the key is down.
+    int received = 0;
+    injector.pressKey(injector.keyCode('a'));
+    injector.sync();
+    QTRY_VERIFY_WITH_TIMEOUT((received += windows.receivedPresses()) > 10, patience);
+    injector.releaseKey(injector.keyCode('a'));
+    injector.sync();
+
+    QVERIFY(knucklet.end(SIGTERM));
+    const auto stats = QJsonDocument::fromJson(statsFile(desktop)).object();
+    QCOMPARE(stats.constBegin().value().toObject().value("keys").toInteger(), 1);
+}
+
+QTEST_GUILESS_MAIN(PrivacyTest)
+#include "PrivacyTest.moc"
