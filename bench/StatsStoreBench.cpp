@@ -40,6 +40,7 @@ public:
     }
 
     std::optional<std::filesystem::path> applicationSupport() const override { return folder; }
+    std::optional<std::filesystem::path> picture(std::string_view) const override { return {}; }
 
 private:
     std::optional<std::filesystem::path> folder;
