@@ -69,7 +69,8 @@ LinuxDesktop::LinuxDesktop(std::function<void()> drainInput, std::function<void(
 {
     desktopAtExit = this;
     // The loop has ended by then, so that nothing can be counted after the observers have saved.
-    QObject::connect(qApp, &QCoreApplication::aboutToQuit, &context, [this] { willTerminate(); });
+    QObject::connect(
+        QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &context, [this] { willTerminate(); });
     keepXlibQuiet();
     listenForSignals();
     listenForSessionManager();
@@ -148,7 +149,7 @@ void LinuxDesktop::listenForSignals()
 // nothing.
 void LinuxDesktop::listenForSessionManager()
 {
-    const auto* application = qobject_cast<QGuiApplication*>(qApp);
+    const auto* application = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
     if (!application)
         return;
     // Whether the program starts at login is the login item's affair. A manager that brings back what was
