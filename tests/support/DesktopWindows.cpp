@@ -76,6 +76,14 @@ xcb_window_t DesktopWindows::top(QPoint place) const
     return window;
 }
 
+bool DesktopWindows::hasSelectionOwner(const char* selection) const
+{
+    const auto cookie = xcb_get_selection_owner(connection.get(), atom(selection));
+    const XcbReply<xcb_get_selection_owner_reply_t> reply(
+        xcb_get_selection_owner_reply(connection.get(), cookie, nullptr));
+    return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
 void DesktopWindows::iconify(xcb_window_t window) const
 {
     tellManager(window, "WM_CHANGE_STATE", { iconicState });

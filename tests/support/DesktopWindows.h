@@ -26,6 +26,9 @@ public:
     /// Of all windows at a place of the screen, the one that is seen there.
     xcb_window_t top(QPoint place) const;
 
+    /// Whether a program keeps this selection, such as the clipboard.
+    bool hasSelectionOwner(const char* selection) const;
+
     void iconify(xcb_window_t window) const;
     void maximize(xcb_window_t window) const;
     void move(xcb_window_t window, QPoint place) const;
