@@ -1,10 +1,10 @@
 #include "ShareCardView.h"
 
 #include "DateTexts.h"
+#include "DayBar.h"
 #include "NumberTexts.h"
 #include "Theme.h"
 #include "ui/Look.h"
-#include "ui/Shapes.h"
 
 #include <QFontMetricsF>
 #include <QPainter>
@@ -107,38 +107,6 @@ PosterPiece numeral(QString number, const QColor& color)
         painter.restore();
     };
     return { 0, wholePixels(metrics.height() * scale), paint };
-}
-
-std::int64_t peak(const std::vector<StatsStore::Day>& week)
-{
-    std::int64_t peak = 1;
-    for (const auto& day : week)
-        peak = std::max(peak, total(day.count));
-    return peak;
-}
-
-double segmentHeight(std::int64_t count, std::int64_t peak)
-{
-    if (count < 1)
-        return 0;
-    return std::max(2.0, static_cast<double>(count) / static_cast<double>(peak) * barAreaHeight);
-}
-
-/// Where one of the two parts is raised to be seen at all, the bar stands out of its area at the top.
-void paintBar(QPainter& painter, const DayCount& count, std::int64_t peak, QPointF bottomLeft)
-{
-    const auto fill = [&](double bottom, double height, const QColor& color) {
-        painter.fillPath(continuousRect({ bottomLeft.x(), bottom - height, barWidth, height }, 2), color);
-    };
-    const double bottom = bottomLeft.y();
-    if (total(count) == 0) {
-        fill(bottom, 3, white(0.12));
-        return;
-    }
-    const double clicksHeight = segmentHeight(count.clicks, peak);
-    // The gap between the parts stays also when one of them has no height.
-    fill(bottom, clicksHeight, colorOf(Theme::clickAccent));
-    fill(bottom - clicksHeight - 1, segmentHeight(count.keys, peak), colorOf(Theme::keyAccent));
 }
 
 /// The middle of a picture, as much of it as has the poster's shape.
@@ -255,8 +223,11 @@ PosterPiece ShareCardView::posterChart() const
         const auto columns = static_cast<double>(week.size());
         double left = (size.width() - columns * columnWidth + columnSpacing) / 2;
         const double bottom = top + barAreaHeight;
+        const auto peak = chartScale(week);
         for (const auto& day : week) {
-            paintBar(painter, day.count, peak(week), { left, bottom });
+            painter.setPen(white(1));
+            paintDayBar(painter, { left, top, barWidth, barAreaHeight },
+                dayBar(day.count, peak, barAreaHeight), Theme::primary.withOpacity(0.12));
             const QRectF below(left - columnSpacing / 2, bottom + letterGap, columnWidth, letterHeight);
             painter.setFont(letterFont);
             painter.setPen(white(0.45));

@@ -2,18 +2,13 @@
 
 #include "AppState.h"
 #include "DateTexts.h"
+#include "DayBar.h"
 #include "DayFormatter.h"
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
 #include "platform/ListenAccess.h"
 #include "ui/Controls.h"
-#include "ui/Look.h"
 #include "ui/RollingNumber.h"
-#include "ui/Shapes.h"
-
-#include <QPainter>
-
-#include <algorithm>
 
 namespace {
 
@@ -22,30 +17,9 @@ constexpr int barBoxHeight = 56;
 // included. What is around the box leaves room for it.
 constexpr QMargins barOverflow(0, 3, 0, 0);
 
-struct Bar {
-    double keysHeight = 0;
-    double clicksHeight = 0;
-
-    bool isEmpty() const { return keysHeight == 0 && clicksHeight == 0; }
-    bool operator==(const Bar&) const = default;
-};
-
-void paintBar(QPainter& painter, const QRectF& box, const Bar& bar)
+void paintBar(QPainter& painter, const QRectF& box, const DayBar& bar)
 {
-    const auto primary = painter.pen().color();
-    const auto fill = [&](double bottom, double height, const ThemeColor& color) {
-        if (height > 0) {
-            painter.fillPath(continuousRect({ box.left(), bottom - height, box.width(), height }, 2),
-                resolved(color, primary));
-        }
-    };
-    if (bar.isEmpty()) {
-        fill(box.bottom(), 3, Theme::barEmpty);
-        return;
-    }
-    fill(box.bottom(), bar.clicksHeight, Theme::clickAccent);
-    // The gap stays also above a part without height.
-    fill(box.bottom() - bar.clicksHeight - 1, bar.keysHeight, Theme::keyAccent);
+    paintDayBar(painter, box, bar, Theme::barEmpty);
 }
 
 QString compact(std::int64_t count) { return QString::fromStdString(compactCount(count)); }
@@ -68,41 +42,25 @@ View StatTile::body() const
 
 View WeekChart::body() const
 {
-    const auto greatest = scale();
+    const auto scale = chartScale(days);
     std::vector<View> columns;
     columns.reserve(days.size());
     for (const auto& each : days)
-        columns.push_back(day(each, greatest));
+        columns.push_back(day(each, scale));
     return row(std::move(columns), { .spacing = 8, .alignment = Qt::AlignBottom })
         .fillWidth()
         .bleed(barOverflow);
 }
 
-std::int64_t WeekChart::scale() const
-{
-    std::int64_t greatest = 1;
-    for (const auto& day : days)
-        greatest = std::max(greatest, total(day.count));
-    return greatest;
-}
-
-double WeekChart::segmentHeight(std::int64_t count, std::int64_t scale)
-{
-    if (count < 1)
-        return 0;
-    return std::max(static_cast<double>(count) / static_cast<double>(scale) * barBoxHeight, 2.0);
-}
-
 View WeekChart::day(const StatsStore::Day& day, std::int64_t scale) const
 {
     const auto [keys, clicks] = day.count;
-    const Bar bar { segmentHeight(keys, scale), segmentHeight(clicks, scale) };
     const auto weekday = QString::fromStdString(dates.weekdayLetter(day.date));
     const auto date = QString::fromStdString(dates.weekdayAndDate(day.date));
     const auto counts = tr("%1 keys · %2 clicks").arg(QString::number(keys), QString::number(clicks));
     return column(
         {
-            canvas(barBoxHeight, bar, paintBar).bleed(barOverflow),
+            canvas(barBoxHeight, dayBar(day.count, scale, barBoxHeight), paintBar).bleed(barOverflow),
             label(weekday).font(9, QFont::Medium).color(Theme::secondary),
         },
         { .spacing = 4, .alignment = Qt::AlignHCenter })

@@ -33,11 +33,6 @@ struct WeekChart {
 
     View body() const;
 
-    /// The greatest total of a day, or 1.
-    std::int64_t scale() const;
-    /// How high the part of a bar is that stands for so many presses.
-    static double segmentHeight(std::int64_t count, std::int64_t scale);
-
 private:
     View day(const StatsStore::Day& day, std::int64_t scale) const;
 

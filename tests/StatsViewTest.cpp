@@ -1,5 +1,6 @@
 #include "StatsView.h"
 
+#include "DayBar.h"
 #include "DayFormatter.h"
 #include "support/ForkedChild.h"
 #include "support/ShownPanel.h"
@@ -715,7 +716,7 @@ void StatsViewTest::segmentsHaveTheHeightOfTheirShare()
     QFETCH(const qint64, scale);
     QFETCH(const double, height);
 
-    QCOMPARE(WeekChart::segmentHeight(count, scale), height);
+    QCOMPARE(segmentHeight(count, scale, 56), height);
 }
 
 void StatsViewTest::barsArePaintedToTheHalfPoint_data()
@@ -799,16 +800,15 @@ void StatsViewTest::aChartWithoutDaysIsAnEmptyRow()
 
     host.show();
 
-    QCOMPARE((WeekChart { {}, dates }.scale()), 1);
+    QCOMPARE(chartScale({}), 1);
     QVERIFY(host.findChildren<QLabel*>().isEmpty());
 }
 
 void StatsViewTest::aWeekThatOverflowsEndsTheProcess()
 {
-    const DateTexts dates("en_US", "UTC");
-    const WeekChart chart { { { "2026-11-15", {}, { greatest, 1 } } }, dates };
+    const std::vector<StatsStore::Day> days { { "2026-11-15", {}, { greatest, 1 } } };
 
-    const auto end = inChild([&] { return std::to_string(chart.scale()); });
+    const auto end = inChild([&] { return std::to_string(chartScale(days)); });
 
     QCOMPARE(end.signal, SIGABRT);
 }
