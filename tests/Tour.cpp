@@ -2,6 +2,7 @@
 // of it.
 
 #include "support/AssistantOnScreen.h"
+#include "support/DesktopWindows.h"
 #include "support/Injector.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
@@ -68,6 +69,7 @@ public:
         const QRect bar(desktop.size().width() - 400, 0, 400, barHeight);
         return save("menu-bar", screenshot(desktop.display(), bar)) && save("desktop", screen())
             && save("panel", screenshot(desktop.display(), panel.translated(0, barHeight)))
+            && openDayCard(injector, panel.translated(0, barHeight))
             && (knucklet.end(SIGTERM) || fail("the program does not end"));
     }
 
@@ -86,6 +88,25 @@ private:
         }
         return QTest::qWaitFor([&] { return assistantPicture(desktop).isNull(); }, patience)
             || fail("the assistant does not close");
+    }
+    bool openDayCard(Injector& injector, const QRect& panel)
+    {
+        const DesktopWindows windows(desktop.display());
+        // The share button is the last thing in the panel's first line.
+        click(injector, 1, panel.topRight() + QPoint(-22, 24));
+        const auto card = [&] { return windows.find("Day Card"); };
+        if (!QTest::qWaitFor([&] { return card() != XCB_WINDOW_NONE && windows.isShown(card()); }, patience))
+            return fail("the day card does not open");
+        // Its last button comes a moment later, where the window was empty.
+        const auto place = windows.place(card());
+        const auto picture = [&] { return screenshot(desktop.display(), place); };
+        const auto isComplete = [&] {
+            const auto row = picture().copy(0, place.height() - 25, place.width(), 1);
+            return qGray(row.pixel(place.width() * 5 / 6, 0)) == 255;
+        };
+        if (!QTest::qWaitFor(isComplete, patience))
+            return fail("the day card stays incomplete");
+        return save("day-card", picture());
     }
     QImage screen() const
     {
