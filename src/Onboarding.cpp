@@ -22,6 +22,9 @@ constexpr int title3 = 15;
 constexpr int bodyText = 13;
 constexpr int callout = 12;
 
+// A picture that is wider than high stands out of its place, up to twice as wide.
+constexpr QMargins iconOverflow(60, 0, 60, 0);
+
 constexpr int dotSize = 7;
 constexpr int dotSpacing = 6;
 
@@ -204,7 +207,11 @@ View DonePage::body() const
 {
     return column(
         {
-            AssetImage { "AppIcon-preview", "keyboard.badge.eye", folders }.body().width(120).height(120),
+            AssetImage { "AppIcon-preview", "keyboard.badge.eye", folders }
+                .body()
+                .width(120)
+                .height(120)
+                .bleed(iconOverflow),
             pageTitle(tr("You're counting!")),
             paragraph(tr("Knucklet lives in your menu bar — click the keyboard icon anytime for today's "
                          "tally and your 7-day chart."),

@@ -182,6 +182,9 @@ private slots:
     void aMissingPictureIsReplacedByItsSymbol();
     void aBrokenPictureIsLikeAMissingOne();
     void aPictureOfAnotherShapeCoversItsPlace();
+    void aWideIconStandsOutOfItsPlace();
+    void aPictureOfAnyProportionsIsDrawn_data();
+    void aPictureOfAnyProportionsIsDrawn();
     void theHeroHasRoundedCorners();
     void aHundredKeysOnTheFirstPageReadNothing();
     void aPictureIsReadAgainWhenItsPageIsShownAgain();
@@ -707,6 +710,46 @@ void OnboardingTest::aPictureOfAnotherShapeCoversItsPlace()
         QCOMPARE(pixel(window, box.topLeft() + place), QColor(Qt::blue));
     QVERIFY(pixel(window, box.topLeft() + QPoint(230, -2)) != QColor(Qt::blue));
     QVERIFY(pixel(window, box.topLeft() + QPoint(230, 231)) != QColor(Qt::blue));
+}
+
+void OnboardingTest::aWideIconStandsOutOfItsPlace()
+{
+    const QTemporaryDir folder;
+    savePicture(folder, "AppIcon-preview", { 200, 100 }, Qt::blue);
+    ShownAssistant assistant;
+    assistant.platform.addPictures(folder.path().toStdString());
+
+    auto& window = assistant.show(3);
+
+    // 240 wide, in the middle, and still 120 high.
+    QCOMPARE(pixel(window, { 152, 88 }), QColor(Qt::blue));
+    QCOMPARE(pixel(window, { 387, 88 }), QColor(Qt::blue));
+    QVERIFY(pixel(window, { 147, 88 }) != QColor(Qt::blue));
+    QVERIFY(pixel(window, { 392, 88 }) != QColor(Qt::blue));
+    QCOMPARE(placeOf(window, "You're counting!").top(), 28 + 120 + 22);
+}
+
+void OnboardingTest::aPictureOfAnyProportionsIsDrawn_data()
+{
+    QTest::addColumn<QSize>("size");
+
+    QTest::newRow("a point") << QSize(1, 1);
+    QTest::newRow("a line across") << QSize(20000, 1);
+    QTest::newRow("a line down") << QSize(1, 20000);
+}
+
+void OnboardingTest::aPictureOfAnyProportionsIsDrawn()
+{
+    QFETCH(const QSize, size);
+    const QTemporaryDir folder;
+    savePicture(folder, "onboarding-hero", size, Qt::blue);
+    ShownAssistant assistant;
+    assistant.platform.addPictures(folder.path().toStdString());
+
+    auto& window = assistant.show(0);
+
+    for (const auto place : { QPoint(60, 40), QPoint(480, 40), QPoint(270, 143), QPoint(60, 250) })
+        QCOMPARE(pixel(window, place), QColor(Qt::blue));
 }
 
 void OnboardingTest::theHeroHasRoundedCorners()

@@ -51,13 +51,7 @@ QPixmap Picture::draw() const
     if (image.isNull()) {
         drawFallback(painter, box);
     } else {
-        const auto covering = QSizeF(image.size()).scaled(box.size(), Qt::KeepAspectRatioByExpanding);
-        QRectF place(QPointF(), covering);
-        place.moveCenter(box.center());
-        // Scaled first, which averages; the painter would only pick.
-        painter.drawImage(place,
-            image.scaled(
-                (covering * devicePixelRatioF()).toSize(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        drawImage(painter, box);
     }
     if (clipRadius) {
         // By composition: a clip path has hard edges.
@@ -67,6 +61,21 @@ QPixmap Picture::draw() const
         painter.fillPath(outside - continuousRect(box, *clipRadius), Qt::black);
     }
     return pixmap;
+}
+
+void Picture::drawImage(QPainter& painter, const QRectF& box) const
+{
+    QRectF whole({}, QSizeF(image.size()).scaled(box.size(), Qt::KeepAspectRatioByExpanding));
+    whole.moveCenter(box.center());
+    // Only the part that can be seen: a picture that is very much longer than wide would become huge.
+    const auto place = whole & QRectF(rect());
+    const double scale = image.width() / whole.width();
+    const auto part = QRectF((place.topLeft() - whole.topLeft()) * scale, place.size() * scale);
+    // Scaled first, which averages; the painter would only pick.
+    painter.drawImage(place,
+        image.copy(part.toAlignedRect() & image.rect())
+            .scaled((place.size() * devicePixelRatioF()).toSize(), Qt::IgnoreAspectRatio,
+                Qt::SmoothTransformation));
 }
 
 void Picture::drawFallback(QPainter& painter, const QRectF& box) const

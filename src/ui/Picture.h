@@ -32,6 +32,7 @@ protected:
 
 private:
     QPixmap draw() const;
+    void drawImage(QPainter& painter, const QRectF& box) const;
     void drawFallback(QPainter& painter, const QRectF& box) const;
 
     QString name;
