@@ -17,6 +17,7 @@ int main(int argc, char* argv[])
 
     // The toolkit would take options of its own.
     argc = 1;
+    prepareApplication();
     const QApplication application(argc, argv);
     QApplication::setApplicationName("Knucklet");
     QApplication::setApplicationVersion(KNUCKLET_VERSION);

@@ -97,6 +97,8 @@ private slots:
     void aServerThatDoesNotAnswerDoesNotKeepItFromSaving();
     void theNextRunContinuesTheDay();
     void theProgramSaysNothing();
+    void noSecondToolkitIsLoadedUnlessTheUserAsksForIt_data();
+    void noSecondToolkitIsLoadedUnlessTheUserAsksForIt();
     void withoutADisplayItLeavesWithoutAWord();
 
 private:
@@ -387,6 +389,31 @@ void DesktopTest::withoutADisplayItLeavesWithoutAWord()
     QCOMPARE(knucklet->exitStatus(), QProcess::NormalExit);
     QCOMPARE(knucklet->exitCode(), 1);
     QCOMPARE(knucklet->readAll(), QByteArray());
+}
+
+void DesktopTest::noSecondToolkitIsLoadedUnlessTheUserAsksForIt_data()
+{
+    QTest::addColumn<QString>("theme");
+    QTest::addColumn<bool>("loadsGtk");
+
+    QTest::newRow("the desktop's own theme") << QString() << false;
+    QTest::newRow("the theme that the user names") << QStringLiteral("gtk3") << true;
+}
+
+void DesktopTest::noSecondToolkitIsLoadedUnlessTheUserAsksForIt()
+{
+    QFETCH(const QString, theme);
+    QFETCH(const bool, loadsGtk);
+    QProcessEnvironment xfce;
+    xfce.insert("XDG_CURRENT_DESKTOP", "XFCE");
+    xfce.insert("QT_QPA_PLATFORMTHEME", theme);
+
+    RunningKnucklet knucklet(*desktop, program, xfce);
+    QVERIFY(knucklet.awaitItem());
+
+    QFile mappings(QStringLiteral("/proc/%1/maps").arg(knucklet.processId()));
+    QVERIFY(mappings.open(QFile::ReadOnly));
+    QCOMPARE(mappings.readAll().contains("/libgtk-"), loadsGtk);
 }
 
 QTEST_GUILESS_MAIN(DesktopTest)

@@ -45,5 +45,8 @@ public:
     virtual WindowActivation& windowActivation() = 0;
 };
 
+/// Settles what must stand before the application object exists.
+void prepareApplication();
+
 /// The platform that the program was built for. Needs the application object.
 std::unique_ptr<Platform> makePlatform();

@@ -17,6 +17,7 @@
 #include "platform/linux/X11Input.h"
 
 #include <QDBusConnection>
+#include <QGuiApplication>
 
 namespace {
 
@@ -59,6 +60,16 @@ private:
     LinuxWindowActivation windows;
 };
 
+}
+
+// All that the program shows it draws itself, but for the accent color, which Qt takes from Plasma's settings
+// alone. On a desktop that is built with GTK, its theme would load that toolkit as well: measured with
+// Qt 6.4, 13 MB more in memory, 3.5 MB of them our own, and 41 instead of 15 ms of processor time for a
+// start, with the same picture.
+void prepareApplication()
+{
+    if (qgetenv("XDG_CURRENT_DESKTOP") != "KDE")
+        QGuiApplication::setDesktopSettingsAware(false);
 }
 
 std::unique_ptr<Platform> makePlatform() { return std::make_unique<LinuxPlatform>(); }
