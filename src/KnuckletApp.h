@@ -37,6 +37,8 @@ private:
     std::unique_ptr<PanelWindow> panel;
     /// The panel's content, which belongs to the panel.
     Host* panelContent = nullptr;
+    /// What stands in the menu bar.
+    MenuBarLabel label;
     bool labelIsPending = false;
     Observers::Subscription modelObservation;
     Observers::Subscription appearanceObservation;
