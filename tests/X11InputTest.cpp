@@ -5,6 +5,7 @@
 
 #include <QSocketNotifier>
 #include <QTest>
+#include <QTimer>
 
 #include <X11/XF86keysym.h>
 #include <X11/keysym.h>
@@ -192,6 +193,8 @@ private slots:
     void aKeyThatBecomesAModifierStopsCounting();
     void noPressIsLostAmongManyChangesOfTheKeyboard();
     void fastInputIsCountedExactly();
+    void pressesOfABurstAreTakenTogether();
+    void aBurstHoldsNothingBackFromWhoeverWatchesButtons();
     void motionWakesNobody();
     void keysWakeNobodyWhileOnlyTheMonitorRuns();
     void aClickWakesNobodyAfterTheMonitorIsRemoved();
@@ -562,6 +565,50 @@ void X11InputTest::fastInputIsCountedExactly()
     input.drain();
     QCOMPARE(reports.keys, 20000);
     QCOMPARE(reports.clicks(), 5000);
+}
+
+void X11InputTest::pressesOfABurstAreTakenTogether()
+{
+    X11Input input;
+    Reports reports;
+    startTap(input, reports);
+    WakeUps wakeUps;
+    const auto key = injector->keyCode(XK_a);
+
+    // Two milliseconds apart: a slow machine may see gaps, but not after every other press.
+    int presses = 0;
+    QTimer typist;
+    connect(&typist, &QTimer::timeout, this, [&] {
+        injector->typeKey(key);
+        injector->sync();
+        if (++presses == 200)
+            typist.stop();
+    });
+    typist.start(2);
+    QTRY_COMPARE(reports.keys, 200);
+
+    QCOMPARE_LT(wakeUps.count, 100);
+}
+
+void X11InputTest::aBurstHoldsNothingBackFromWhoeverWatchesButtons()
+{
+    X11Input input;
+    Reports reports;
+    startTap(input, reports);
+    int moves = 0;
+    for (int i = 1; i <= 3; ++i) {
+        injector->typeKey(injector->keyCode(XK_a));
+        injector->sync();
+        QTRY_COMPARE(reports.keys, i);
+    }
+
+    input.watchButtons([&moves](X11Input::ButtonMove) { ++moves; });
+    WakeUps wakeUps;
+    injector->click();
+    injector->sync();
+    QTRY_COMPARE(moves, 2);
+
+    QCOMPARE_GT(wakeUps.count, 0);
 }
 
 void X11InputTest::motionWakesNobody()

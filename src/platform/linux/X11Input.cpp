@@ -2,11 +2,13 @@
 
 #include <QDeadlineTimer>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <poll.h>
 #include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 
+#include <chrono>
 #include <utility>
 
 namespace {
@@ -14,6 +16,16 @@ namespace {
 /// How long the server may take to answer before the last save, in milliseconds. A round trip takes a tenth
 /// of one.
 constexpr int drainPatience = 1000;
+
+using namespace std::chrono_literals;
+
+/// Presses closer together than this begin a burst: faster than anybody types for long, so that everybody
+/// else's presses are told at once.
+constexpr auto burstGap = 50ms;
+
+/// How often the presses of a burst are fetched. Waking up for a press costs more than all that is done then,
+/// and the server keeps what it is not asked for.
+constexpr auto burstInterval = 100ms;
 
 // There is only ever one of each.
 constexpr EventTapId theTap { 1 };
@@ -62,7 +74,10 @@ X11Input::X11Input()
         return;
     notifier
         = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection.get()), QSocketNotifier::Read);
-    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [this] { dispatch(); });
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [this] { announced(); });
+    burst = std::make_unique<QTimer>();
+    burst->setInterval(burstInterval);
+    QObject::connect(burst.get(), &QTimer::timeout, burst.get(), [this] { fetchBurst(); });
 }
 
 X11Input::~X11Input() = default;
@@ -70,6 +85,9 @@ X11Input::~X11Input() = default;
 void X11Input::watchButtons(std::function<void(ButtonMove)> moved)
 {
     buttonMoved = std::move(moved);
+    // Whoever waits for a button to move is told at once.
+    if (buttonMoved && notifier)
+        endBurst();
     select();
 }
 
@@ -201,16 +219,44 @@ void X11Input::select()
         notifier.get(), [this] { dispatch(); }, Qt::QueuedConnection);
 }
 
-void X11Input::dispatch()
+void X11Input::announced()
+{
+    const bool isBurst = sincePress.isValid() && !sincePress.hasExpired(burstGap.count());
+    sincePress.start();
+    dispatch();
+    if (isBurst && !buttonMoved) {
+        notifier->setEnabled(false);
+        burst->start();
+    }
+}
+
+void X11Input::fetchBurst()
+{
+    if (!dispatch())
+        endBurst();
+}
+
+void X11Input::endBurst()
+{
+    burst->stop();
+    notifier->setEnabled(isConnected());
+}
+
+/// Whether anything had come.
+bool X11Input::dispatch()
 {
     // Out of the library's hands first: it gives out nothing any more once the connection has failed.
-    while (XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) })
+    bool hasCome = false;
+    while (XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) }) {
         received.push_back(std::move(event));
+        hasCome = true;
+    }
     handleReceived();
 
     // The socket of a dead connection is readable for ever.
     if (xcb_connection_has_error(connection.get()))
         notifier->setEnabled(false);
+    return hasCome;
 }
 
 void X11Input::handleReceived()

@@ -5,11 +5,14 @@
 #include "platform/linux/CountedKeys.h"
 #include "platform/linux/Xcb.h"
 
+#include <QElapsedTimer>
+
 #include <deque>
 #include <memory>
 
 class QDeadlineTimer;
 class QSocketNotifier;
+class QTimer;
 struct xcb_input_raw_key_press_event_t;
 
 /// The key and mouse presses of an X11 session, read on a connection of its own to the X server, which sends
@@ -69,7 +72,10 @@ private:
     bool isConnected() const;
     void select();
     void awaitServer(const QDeadlineTimer& deadline);
-    void dispatch();
+    void announced();
+    void fetchBurst();
+    void endBurst();
+    bool dispatch();
     void handleReceived();
     void handle(const xcb_generic_event_t& event);
     bool isKeyPress(const xcb_generic_event_t& event) const;
@@ -82,6 +88,9 @@ private:
 
     XcbConnection connection;
     std::unique_ptr<QSocketNotifier> notifier;
+    QElapsedTimer sincePress;
+    /// Runs while the presses of a burst are fetched now and then and the socket is not listened to.
+    std::unique_ptr<QTimer> burst;
     std::uint8_t inputExtension = 0;
     std::optional<Tap> tap;
     std::optional<Monitor> monitor;
