@@ -10,13 +10,18 @@ trap 'rm -rf "$prefix"' EXIT
 "$cmake" --install "$build" --prefix "$prefix" >/dev/null
 
 id=org.knucklet.Knucklet
-for file in bin/knucklet "share/applications/$id.desktop" \
+for file in bin/knucklet libexec/knucklet-tap "share/applications/$id.desktop" \
     "share/icons/hicolor/symbolic/apps/$id-symbolic.svg" "share/icons/hicolor/22x22/apps/$id-symbolic.svg" \
     "share/icons/hicolor/48x48/apps/$id.png" "share/icons/hicolor/256x256/apps/$id.png" \
     share/knucklet/AppIcon-preview.png share/knucklet/onboarding-hero.png share/knucklet/share-bg.png; do
     [ -s "$prefix/$file" ] || { echo "$file is missing"; exit 1; }
 done
 [ -x "$prefix/bin/knucklet" ] || { echo "bin/knucklet is not executable"; exit 1; }
+
+# The input helper comes without any right, and with nothing that it could not do without.
+[ "$(stat -c %a "$prefix/libexec/knucklet-tap")" = 755 ] || { echo "libexec/knucklet-tap has a right"; exit 1; }
+libraries=$(readelf -d "$prefix/libexec/knucklet-tap" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
+[ "$libraries" = libc.so.6 ] || { echo "libexec/knucklet-tap needs $libraries"; exit 1; }
 
 # What is staged in the build folder is what is installed.
 diff -r "$prefix/share" "$build/share"

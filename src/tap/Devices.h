@@ -1,0 +1,55 @@
+#pragma once
+
+#include "tap/CountableKeys.h"
+#include "tap/TapProtocol.h"
+
+#include <array>
+#include <cstdint>
+
+/// The input devices of the machine. Each is opened once for its keys and once for its buttons, and the
+/// kernel is told to hold everything else back; so it is the descriptor that tells a key from a click, and
+/// the code of an event is never looked at.
+class Devices {
+public:
+    struct Found {
+        int opened = 0;
+        int denied = 0;
+    };
+    /// What has arrived on a descriptor since it was last read.
+    struct Arrived {
+        TapRecord presses {};
+        bool isRepeated = false;
+    };
+
+    /// The descriptors are added to `epoll`, with their places here as data.
+    explicit Devices(int epoll)
+        : epoll(epoll)
+    {
+    }
+
+    /// Opens what is not open yet.
+    Found openAll();
+    void closeAll();
+
+    /// Closes the descriptor when its device is gone.
+    Arrived read(std::uint32_t place);
+
+    static constexpr std::uint32_t mostSources = 128;
+
+private:
+    enum class PressKind { Key, Click };
+    struct Source {
+        int device = -1;
+        PressKind kind = PressKind::Key;
+        int descriptor = -1;
+    };
+
+    static const CodeMask& codesOf(PressKind kind);
+    void open(int folder, const char* name, PressKind kind, Found& found);
+    Source* freePlace();
+    bool isOpen(int device, PressKind kind) const;
+    void close(Source& source);
+
+    int epoll;
+    std::array<Source, mostSources> sources {};
+};

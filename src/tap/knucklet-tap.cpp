@@ -1,0 +1,213 @@
+// knucklet-tap: counts the presses of keys and mouse buttons, and writes two numbers to a pipe at most every
+// 100 ms. It is the one part of Knucklet that may read input devices, and small enough that everybody can see
+// what it does with them. It needs the C library and nothing else.
+//
+// usage: knucklet-tap            counts until its input or its output is closed at the other end
+//        knucklet-tap --probe    says by its exit code whether it may count
+
+#include "tap/ActiveUser.h"
+#include "tap/Confinement.h"
+#include "tap/Devices.h"
+#include "tap/TapProtocol.h"
+
+#include <sys/epoll.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+#include <limits>
+#include <span>
+#include <string_view>
+
+namespace {
+
+constexpr std::int64_t recordInterval = 100;
+
+// What an event of epoll belongs to, if not to a device.
+constexpr std::uint32_t changes = Devices::mostSources;
+constexpr std::uint32_t otherEnd = changes + 1;
+
+std::int64_t milliseconds()
+{
+    timespec now {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t { now.tv_sec } * 1000 + now.tv_nsec / 1'000'000;
+}
+
+class Tap {
+public:
+    /// Opens all that is not a device. False when the machine lacks something of it.
+    bool watchMachine()
+    {
+        // A device that is plugged in becomes readable only when its group has been set. The login manager
+        // replaces its files whenever somebody else comes to sit at the machine.
+        return inotify_add_watch(inotify, deviceFolder, IN_CREATE | IN_ATTRIB) >= 0
+            && inotify_add_watch(inotify, seatFolder, IN_MOVED_TO | IN_DELETE) >= 0
+            && watch(inotify, EPOLLIN, changes);
+    }
+
+    /// False when the input and the output are not pipes.
+    bool watchOtherEnds()
+    {
+        for (const int descriptor : { STDIN_FILENO, STDOUT_FILENO }) {
+            // No event is wanted: that the other end is gone is told unasked.
+            struct stat status { };
+            if (fstat(descriptor, &status) != 0 || !S_ISFIFO(status.st_mode)
+                || !watch(descriptor, 0, otherEnd))
+                return false;
+        }
+        return fcntl(STDOUT_FILENO, F_SETFL, O_NONBLOCK) == 0;
+    }
+
+    TapExit probe()
+    {
+        const auto found = devices.openAll();
+        // Without the group, one device may be readable that the others are not like: some game controllers
+        // are there for everybody. With it, one may be denied whose group somebody has changed.
+        if (found.denied > 0 && (found.opened == 0 || getegid() == getgid()))
+            return TapExit::NotPermitted;
+        return found.opened > 0 ? TapExit::Done : TapExit::NoDevice;
+    }
+
+    void run()
+    {
+        followActiveUser();
+        bool isWanted = writeRecord();
+        while (isWanted)
+            isWanted = awaitPresses() && (!isRecordDue() || writeRecord());
+        // The other end has said goodbye. If it still reads, it gets what is left.
+        if (sum != TapRecord {})
+            writeRecord();
+    }
+
+private:
+    bool watch(int descriptor, std::uint32_t events, std::uint32_t purpose) const
+    {
+        epoll_event wanted { events, { .u32 = purpose } };
+        return epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &wanted) == 0;
+    }
+
+    /// Counts what arrives, and returns when a record is due at the latest. False when the other end is gone.
+    bool awaitPresses()
+    {
+        std::array<epoll_event, 32> room {};
+        const bool isIdle = sum == TapRecord {};
+        const int size
+            = epoll_pwait(epoll, room.data(), room.size(), isIdle ? -1 : millisecondsUntilRecord(), nullptr);
+        const std::span events(room.data(), static_cast<std::size_t>(std::max(size, 0)));
+
+        // This comes first: once somebody else sits at the machine, nothing counts.
+        for (const epoll_event& event : events) {
+            if (event.data.u32 == changes)
+                followChanges();
+        }
+
+        bool isWanted = true;
+        bool isHeld = false;
+        bool isPressed = false;
+        for (const epoll_event& event : events) {
+            isWanted &= event.data.u32 != otherEnd;
+            if (event.data.u32 >= Devices::mostSources)
+                continue;
+            const auto arrived = devices.read(event.data.u32);
+            sum.keys += arrived.presses.keys;
+            sum.clicks += arrived.presses.clicks;
+            isPressed |= arrived.presses != TapRecord {};
+            isHeld |= arrived.isRepeated;
+        }
+        if (isHeld && !isPressed && isWanted)
+            rest();
+        return isWanted;
+    }
+
+    /// A key that is held down repeats some thirty times a second, which nobody needs to hear of one by one.
+    /// Presses wait in the kernel meanwhile.
+    void rest() const
+    {
+        const timespec time { 0, recordInterval * 1'000'000 };
+        nanosleep(&time, nullptr);
+    }
+
+    void followChanges()
+    {
+        // What has changed is soon seen: it may be one device or twenty, plugged in with their dock.
+        char notices[4096];
+        while (read(inotify, notices, sizeof notices) > 0)
+            continue;
+        followActiveUser();
+    }
+
+    /// While somebody else sits at the machine, no device is open.
+    void followActiveUser()
+    {
+        if (isActiveUser()) {
+            devices.openAll();
+        } else {
+            devices.closeAll();
+        }
+    }
+
+    int millisecondsUntilRecord() const
+    {
+        return static_cast<int>(std::max<std::int64_t>(0, lastRecord + recordInterval - milliseconds()));
+    }
+
+    bool isRecordDue() const { return sum != TapRecord {} && millisecondsUntilRecord() == 0; }
+
+    /// False when nobody can read it any more. A reader that is only busy gets the presses with a later
+    /// record.
+    bool writeRecord()
+    {
+        lastRecord = milliseconds();
+        if (write(STDOUT_FILENO, &sum, sizeof sum) != sizeof sum)
+            return errno == EAGAIN;
+        sum = {};
+        return true;
+    }
+
+    int epoll = epoll_create1(EPOLL_CLOEXEC);
+    int inotify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    Devices devices { epoll };
+    TapRecord sum;
+    std::int64_t lastRecord = 0;
+};
+
+TapExit work(std::span<char*> arguments)
+{
+    const bool probes = arguments.size() == 2 && std::string_view(arguments[1]) == "--probe";
+    if (arguments.size() != 1 && !probes)
+        return TapExit::WrongUse;
+    // Nothing of the one who started this gets in but the two pipes.
+    if (close_range(STDERR_FILENO + 1, std::numeric_limits<unsigned>::max(), 0) != 0)
+        return TapExit::Failed;
+
+    // The end of a session tells every process to end, and the program, which is told as well, must still get
+    // its last record. Its end is what ends this one, and shows in what writing returns.
+    for (const int signal : { SIGTERM, SIGINT, SIGHUP, SIGPIPE })
+        std::signal(signal, SIG_IGN);
+
+    Tap tap;
+    if (!tap.watchMachine())
+        return TapExit::Failed;
+    if (!probes && !tap.watchOtherEnds())
+        return TapExit::WrongUse;
+    if (!confine())
+        return TapExit::Failed;
+    const TapExit answer = tap.probe();
+    if (probes || answer == TapExit::NotPermitted)
+        return answer;
+
+    tap.run();
+    return TapExit::Done;
+}
+
+}
+
+int main(int count, char* arguments[])
+{
+    return static_cast<int>(work({ arguments, static_cast<std::size_t>(count) }));
+}
