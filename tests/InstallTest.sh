@@ -10,7 +10,8 @@ trap 'rm -rf "$prefix"' EXIT
 "$cmake" --install "$build" --prefix "$prefix" >/dev/null
 
 id=org.knucklet.Knucklet
-for file in bin/knucklet libexec/knucklet-tap "share/applications/$id.desktop" \
+for file in bin/knucklet libexec/knucklet-tap libexec/knucklet-grant "share/polkit-1/actions/$id.policy" \
+    "share/applications/$id.desktop" \
     "share/icons/hicolor/symbolic/apps/$id-symbolic.svg" "share/icons/hicolor/22x22/apps/$id-symbolic.svg" \
     "share/icons/hicolor/48x48/apps/$id.png" "share/icons/hicolor/256x256/apps/$id.png" \
     share/knucklet/AppIcon-preview.png share/knucklet/onboarding-hero.png share/knucklet/share-bg.png; do
