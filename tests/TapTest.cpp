@@ -1,0 +1,369 @@
+#include "support/VirtualMachine.h"
+
+#include <QTest>
+
+#include <memory>
+
+/// The input helper on a machine with a real kernel and real devices.
+class TapTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void keysAndClicksCount();
+    void aHeldKeyCountsOnce();
+    void modifiersLocksAndMediaKeysNeitherCountNorWakeAnybody();
+    void motionAndTheWheelNeitherCountNorWakeAnybody();
+    void aKeyboardThatIsPluggedInIsCounted();
+    void fifteenKeysAreKeptWhileTheHelperIsStopped();
+    void moreKeysThanTheKernelKeepsAreLostAndTheNextOnesCount();
+    void nothingIsLostWhileTheReaderIsStopped();
+    void aKeyboardThatAnotherProgramTakesCountsOnce();
+    void theRightIsGrantedWithoutLoggingInAgain();
+    void onlyTheUserAtTheMachineIsCounted();
+    void usersAtSeveralSeatsAreNotCounted();
+    void theHelperEndsWithItsReader();
+    void theHelperSendsTheRestAtTheGoodbye();
+    void theHelperRefusesToWriteToAnythingButAPipe();
+    void theHelperIsConfined();
+    void nothingButCountingIsPossible_data();
+    void nothingButCountingIsPossible();
+    void whichKeysWerePressedLeavesNoTrace();
+
+private:
+    QByteArray sh(const QString& command) { return machine->run(command); }
+    /// Keys and clicks so far, such as "3 1".
+    QByteArray counted() { return sh("counted"); }
+    int wakeUps() { return sh("wakeups").toInt(); }
+    int openDevices() { return sh("open_devices").toInt(); }
+
+    std::unique_ptr<VirtualMachine> machine;
+    QByteArray attempts;
+};
+
+void TapTest::initTestCase()
+{
+    machine = std::make_unique<VirtualMachine>();
+    QVERIFY(machine->start());
+    sh("udev; keyboard=$(grep -l 'Virtio Keyboard' /sys/class/input/event*/device/name | cut -d/ -f5)");
+}
+
+void TapTest::init()
+{
+    QCOMPARE(sh(KNUCKLET_GRANT), QByteArray());
+    sh("sit 1000; start_tap " KNUCKLET_TAP);
+    QCOMPARE(counted(), "0 0");
+}
+
+void TapTest::cleanup()
+{
+    sh("{ exec 7>&- 8>&- 9>&-; kill -KILL $(jobs -p); wait; rm -f /run/systemd/seats/seat1; } 2>/dev/null");
+}
+
+void TapTest::keysAndClicksCount()
+{
+    for (const char* key : { "a", "7", "spc", "ret", "f5", "left", "kp_3", "esc" })
+        machine->typeKey(key);
+    for (const char* button : { "left", "middle", "right", "side", "extra" })
+        machine->click(button);
+
+    QTRY_COMPARE(counted(), "8 5");
+}
+
+void TapTest::aHeldKeyCountsOnce()
+{
+    sh("cat /dev/input/$keyboard >/run/raw 7>&- & raw=$!");
+    machine->pressKey("a");
+    QTRY_COMPARE(counted(), "1 0");
+    const int wakeUpsBefore = wakeUps();
+
+    // Each repeat is two events of 24 bytes.
+    const auto repeats = [this] { return sh("wc -c </run/raw").toInt() / 48; };
+    QTRY_VERIFY(repeats() > 60);
+    const int wakeUpsWhileHeld = wakeUps() - wakeUpsBefore;
+    const int repeatsWhileHeld = repeats();
+    machine->releaseKey("a");
+    machine->typeKey("b");
+
+    QTRY_COMPARE(counted(), "2 0");
+    QVERIFY2(2 * wakeUpsWhileHeld < repeatsWhileHeld, QByteArray::number(wakeUpsWhileHeld));
+}
+
+void TapTest::modifiersLocksAndMediaKeysNeitherCountNorWakeAnybody()
+{
+    const int before = wakeUps();
+
+    for (int i = 0; i < 5; ++i) {
+        for (const char* key : { "shift", "shift_r", "ctrl", "ctrl_r", "alt", "alt_r", "meta_l", "meta_r",
+                 "caps_lock", "num_lock", "scroll_lock", "volumeup", "volumedown", "audiomute", "audioplay" })
+            machine->typeKey(key);
+    }
+    machine->typeKey("a");
+
+    QTRY_COMPARE(counted(), "1 0");
+    // The press and the release of the letter.
+    const int wakeUpsInAll = wakeUps() - before;
+    QVERIFY2(wakeUpsInAll <= 2, QByteArray::number(wakeUpsInAll));
+}
+
+void TapTest::motionAndTheWheelNeitherCountNorWakeAnybody()
+{
+    const int before = wakeUps();
+
+    for (int i = 0; i < 500; ++i) {
+        machine->move();
+        if (i % 10 == 0)
+            machine->scroll();
+    }
+    machine->click("left");
+
+    QTRY_COMPARE(counted(), "0 1");
+    const int wakeUpsInAll = wakeUps() - before;
+    QVERIFY2(wakeUpsInAll <= 2, QByteArray::number(wakeUpsInAll));
+}
+
+void TapTest::aKeyboardThatIsPluggedInIsCounted()
+{
+    const int before = openDevices();
+    const int devices = sh("ls /dev/input | grep -c event").toInt();
+
+    machine->plugInKeyboard("second");
+    QTRY_COMPARE(sh("ls /dev/input | grep -c event").toInt(), devices + 1);
+    sh("udev");
+    QTRY_COMPARE(openDevices(), before + 1);
+    machine->typeKey("a");
+    QTRY_COMPARE(counted(), "1 0");
+    machine->unplug("second");
+    QTRY_COMPARE(sh("ls /dev/input | grep -c event").toInt(), devices);
+    machine->typeKey("a");
+
+    QTRY_COMPARE(counted(), "2 0");
+}
+
+void TapTest::fifteenKeysAreKeptWhileTheHelperIsStopped()
+{
+    sh("kill -STOP $tap");
+
+    for (int i = 0; i < 15; ++i)
+        machine->typeKey("a");
+    sh("kill -CONT $tap");
+
+    QTRY_COMPARE(counted(), "15 0");
+}
+
+void TapTest::moreKeysThanTheKernelKeepsAreLostAndTheNextOnesCount()
+{
+    sh("kill -STOP $tap");
+
+    for (int i = 0; i < 16; ++i)
+        machine->typeKey("a");
+    sh("kill -CONT $tap");
+    machine->click("left");
+    QTRY_COMPARE(counted(), "0 1");
+    machine->typeKey("a");
+
+    QTRY_COMPARE(counted(), "1 1");
+}
+
+void TapTest::nothingIsLostWhileTheReaderIsStopped()
+{
+    sh("kill -STOP $reader");
+
+    for (int i = 0; i < 100; ++i)
+        machine->typeKey("a");
+    const QByteArray whileStopped = counted();
+    sh("kill -CONT $reader");
+
+    QTRY_COMPARE(counted(), "100 0");
+    QCOMPARE(whileStopped, "0 0");
+}
+
+void TapTest::aKeyboardThatAnotherProgramTakesCountsOnce()
+{
+    const int before = openDevices();
+    sh("guest-remapper /dev/input/$keyboard >/run/remapper 7>&- & remapper=$!");
+    QTRY_COMPARE(sh("cat /run/remapper"), "ready");
+    sh("udev");
+    QTRY_COMPARE(openDevices(), before + 2);
+
+    for (int i = 0; i < 10; ++i)
+        machine->typeKey("a");
+    QTRY_COMPARE(counted(), "10 0");
+    sh("kill $remapper; wait $remapper");
+    machine->typeKey("a");
+
+    QTRY_COMPARE(counted(), "11 0");
+}
+
+void TapTest::theRightIsGrantedWithoutLoggingInAgain()
+{
+    QCOMPARE(sh(KNUCKLET_GRANT " --revoke"), QByteArray());
+    // A program that ada has started before the grant, which asks for the right whenever it is told to.
+    sh("mkfifo /run/questions 2>/dev/null; chmod 666 /run/questions;"
+       " su ada -c 'while read -r line; do " KNUCKLET_TAP " --probe; echo $?; done"
+       " </run/questions' >/run/answers 7>&- & program=$!; exec 9>/run/questions");
+
+    sh("echo >&9");
+    QTRY_COMPARE(sh("cat /run/answers"), "77");
+    const QString greeting = "su ada -c ': | " KNUCKLET_TAP " | wc -c'";
+    QCOMPARE(sh(greeting), "0");
+    QCOMPARE(sh(KNUCKLET_GRANT), QByteArray());
+    sh("echo >&9");
+    QTRY_COMPARE(sh("cat /run/answers"), "77\n0");
+    QCOMPARE(sh(greeting), "8");
+    QCOMPARE(sh(KNUCKLET_GRANT " --revoke"), QByteArray());
+    sh("echo >&9");
+
+    QTRY_COMPARE(sh("cat /run/answers"), "77\n0\n77");
+    QCOMPARE(sh("stat -c '%a %u %g' " KNUCKLET_TAP), "755 0 0");
+}
+
+void TapTest::onlyTheUserAtTheMachineIsCounted()
+{
+    const int before = openDevices();
+    machine->typeKey("a");
+    QTRY_COMPARE(counted(), "1 0");
+
+    sh("sit 1001");
+    QTRY_COMPARE(openDevices(), 0);
+    machine->typeKey("a");
+    machine->click("left");
+    sh("sit 1000");
+    QTRY_COMPARE(openDevices(), before);
+    machine->typeKey("a");
+
+    QTRY_COMPARE(counted(), "2 0");
+}
+
+void TapTest::usersAtSeveralSeatsAreNotCounted()
+{
+    const int before = openDevices();
+    sh("sit 1001 seat1");
+    QTRY_COMPARE(openDevices(), 0);
+    sh("rm /run/systemd/seats/seat1");
+    QTRY_COMPARE(openDevices(), before);
+    machine->typeKey("a");
+
+    QTRY_COMPARE(counted(), "1 0");
+}
+
+void TapTest::theHelperEndsWithItsReader()
+{
+    sh("kill -KILL $reader; wait $tap; status=$?");
+
+    QCOMPARE(sh("echo $status"), "0");
+}
+
+void TapTest::theHelperSendsTheRestAtTheGoodbye()
+{
+    // Stopped, so that the goodbye and the keys reach it together.
+    sh("kill -STOP $tap");
+    for (int i = 0; i < 5; ++i)
+        machine->typeKey("a");
+    sh("kill -TERM $tap; exec 7>&-; kill -CONT $tap; wait $tap; status=$?; wait $reader");
+
+    QCOMPARE(counted(), "5 0");
+    QCOMPARE(sh("echo $status"), "0");
+}
+
+void TapTest::theHelperRefusesToWriteToAnythingButAPipe()
+{
+    QCOMPARE(sh(": | " KNUCKLET_TAP " >/run/file; echo $?"), "64");
+    QCOMPARE(sh(": | " KNUCKLET_TAP " >/dev/null; echo $?"), "64");
+    QCOMPARE(sh(KNUCKLET_TAP " --other; echo $?"), "64");
+    QCOMPARE(sh("wc -c </run/file"), "0");
+}
+
+void TapTest::theHelperIsConfined()
+{
+    const QByteArray status = sh("cat /proc/$tap/status");
+
+    QVERIFY(status.contains("\nSeccomp:\t2\n"));
+    QVERIFY(status.contains("\nNoNewPrivs:\t1\n"));
+    QVERIFY(status.contains("\nUid:\t1000\t1000\t1000\t1000\n"));
+    QVERIFY(status.contains("\nGid:\t1000\t104\t104\t104\n"));
+    // Its own user can look into it neither as a debugger nor through the files of the kernel.
+    QVERIFY(sh("su ada -c \"cat /proc/$tap/maps\"").contains("denied"));
+    QVERIFY(sh("grep 'core file' /proc/$tap/limits").contains(" 0 "));
+}
+
+void TapTest::nothingButCountingIsPossible_data()
+{
+    QTest::addColumn<QByteArray>("outcome");
+    const auto row
+        = [](const char* attempt, const char* outcome) { QTest::newRow(attempt) << QByteArray(outcome); };
+
+    row("open a device", "error 0");
+    row("open a seat", "error 0");
+    row("list the devices", "error 0");
+    row("open another file", "error 13");
+    row("open another device", "error 13");
+    row("list another folder", "error 13");
+    row("open by a way around", "error 13");
+    row("open a device for writing", "killed by 31");
+    row("make a file", "killed by 31");
+    row("ask which keys are down", "killed by 31");
+    row("take a device for itself", "killed by 31");
+    row("make a socket", "killed by 31");
+    row("connect to the network", "killed by 31");
+    row("start a process", "killed by 31");
+    row("start a program", "killed by 31");
+    row("trace a process", "killed by 31");
+    row("send a signal", "killed by 31");
+    row("become another user", "killed by 31");
+}
+
+void TapTest::nothingButCountingIsPossible()
+{
+    if (attempts.isEmpty())
+        attempts = '\n' + sh("guest-confined") + '\n';
+    const QByteArray begin = QByteArray("\n") + QTest::currentDataTag() + ": ";
+    const auto found = attempts.indexOf(begin);
+    QVERIFY(found >= 0);
+
+    const QByteArray outcome
+        = attempts.mid(found + begin.size(), attempts.indexOf('\n', found + 1) - found - begin.size());
+
+    QTEST(outcome, "outcome");
+}
+
+void TapTest::whichKeysWerePressedLeavesNoTrace()
+{
+    struct Run {
+        QByteArray output;
+        QByteArray systemCalls;
+    };
+    const auto run = [this](const QByteArrayList& keys) {
+        init();
+        sh("start_hands");
+        sh("strace -s 0 -o /run/trace -p $tap 2>/dev/null 7>&- 8>&- & tracer=$!;"
+           " until [ $(awk '/^TracerPid/ { print $2 }' /proc/$tap/status) != 0 ]; do usleep 10000; done");
+        // Each waits until the one before has been read, so that a busy machine does not make two into one.
+        int reads = 0;
+        for (const QByteArray& key : keys) {
+            for (const QByteArray& action : { "wait 150 down " + key, "up " + key }) {
+                sh("echo start " + action + " >&8; until [ $(grep -c ^read /run/trace) = "
+                    + QByteArray::number(++reads) + " ]; do usleep 10000; done");
+            }
+        }
+        sh("kill -INT $tracer; wait $tracer; exec 8>&-; wait $hands; say_goodbye; wait $reader");
+        return Run { sh("od -An -v -tx1 /run/records"), sh("grep -v detached /run/trace") };
+    };
+
+    cleanup();
+    const Run first = run({ "30", "31", "32", "33", "57", "28" });
+    const Run second = run({ "2", "59", "105", "111", "14", "87" });
+
+    QVERIFY(!first.output.isEmpty());
+    QVERIFY(first.systemCalls.contains("write(1, "));
+    QCOMPARE(second.output, first.output);
+    QVERIFY2(second.systemCalls == first.systemCalls,
+        (first.systemCalls + "\n\n" + second.systemCalls).constData());
+}
+
+QTEST_GUILESS_MAIN(TapTest)
+
+#include "TapTest.moc"

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+
+/// A small Linux with a kernel of its own, on an emulated machine with a keyboard and a mouse that this class
+/// plays from outside. It ends with this object, and with the process should that crash.
+class VirtualMachine final {
+public:
+    VirtualMachine();
+    VirtualMachine(const VirtualMachine&) = delete;
+    VirtualMachine& operator=(const VirtualMachine&) = delete;
+    ~VirtualMachine();
+
+    /// Makes what it starts from and returns when the machine is up; false when it does not come up.
+    [[nodiscard]] bool start();
+    /// Runs a command in the machine's shell, as root, and gives back what it says, without the last line's
+    /// end. A failure of the machine itself ends the test program.
+    QByteArray run(const QString& command);
+
+    /// Keys and buttons go by their names in the emulator's protocol, such as "a", "shift", "left", "side".
+    void pressKey(const QString& key) { sendKey(key, true); }
+    void releaseKey(const QString& key) { sendKey(key, false); }
+    void typeKey(const QString& key);
+    void click(const QString& button);
+    void scroll() { click("wheel-up"); }
+    void move();
+
+    void plugInKeyboard(const QString& name);
+    void unplug(const QString& name);
+
+private:
+    void sendKey(const QString& key, bool isDown);
+    void sendButton(const QString& button, bool isDown);
+    void send(const QJsonObject& event);
+    void command(const QString& name, const QJsonObject& arguments = {});
+    QByteArray readUntil(const QByteArray& mark);
+
+    QTemporaryDir sockets;
+    QLocalServer monitorServer;
+    QLocalServer shellServer;
+    QProcess emulator;
+    QLocalSocket* monitor = nullptr;
+    QLocalSocket* shell = nullptr;
+    QByteArray unread;
+};
