@@ -199,10 +199,10 @@ void InstanceTest::fiftyStartsAtOnceLeaveOneInstance_data() { anotherStartOpensT
 void InstanceTest::fiftyStartsAtOnceLeaveOneInstance()
 {
     QFETCH(const QProcessEnvironment, environment);
-    std::vector<std::unique_ptr<QProcess>> starts;
+    std::vector<std::unique_ptr<QProcess>> starts(50);
 
-    for (int i = 0; i < 50; ++i)
-        starts.push_back(launch(*desktop, environment));
+    for (auto& start : starts)
+        start = launch(*desktop, environment);
     const auto running = [&] {
         return std::ranges::count_if(
             starts, [](const auto& start) { return start->state() != QProcess::NotRunning; });
@@ -227,12 +227,12 @@ void InstanceTest::aStartThatGetsNoAnswerEndsAsWell()
 {
     RunningKnucklet first(*desktop, program);
     QVERIFY(first.awaitCounting());
-    kill(static_cast<pid_t>(first.processId()), SIGSTOP);
+    QVERIFY(first.send(SIGSTOP));
 
     const auto second = launch(*desktop);
     QVERIFY(endsWell(*second));
 
-    kill(static_cast<pid_t>(first.processId()), SIGCONT);
+    QVERIFY(first.send(SIGCONT));
     QTRY_VERIFY(isPanelOpen());
     QVERIFY(first.end(SIGTERM));
 }
@@ -305,7 +305,9 @@ void InstanceTest::aNewInstanceContinuesWhatTheOldOneCounted()
         process->write("\n");
         QTRY_COMPARE(report.lines().size(), 3);
         type(*injector, 10);
-        kill(report.lines().last().process, SIGTERM);
+        const auto newProcess = report.lines().last().process;
+        QVERIFY(newProcess > 0);
+        QCOMPARE(kill(newProcess, SIGTERM), 0);
         QTRY_COMPARE(report.lines().size(), 4);
 
         const auto lines = report.lines();

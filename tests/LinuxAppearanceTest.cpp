@@ -45,6 +45,7 @@ public:
     SettingGroups settings;
     int timesRead = 0;
 
+    // NOLINTBEGIN(readability-identifier-naming): the names are those of the interface.
 public slots:
     SettingGroups ReadAll(const QStringList& groups)
     {
@@ -58,7 +59,8 @@ public slots:
     }
 
 signals:
-    void SettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+    void SettingChanged(const QString&, const QString&, const QDBusVariant&);
+    // NOLINTEND(readability-identifier-naming)
 
 private:
     QDBusConnection bus;

@@ -40,6 +40,7 @@ public:
     QString opened;
 
 public slots:
+    // NOLINTNEXTLINE(readability-identifier-naming): the name is that of the interface.
     QDBusObjectPath OpenFile(const QString&, const QDBusUnixFileDescriptor& file, const QVariantMap&)
     {
         opened = QFile::symLinkTarget(QString("/proc/self/fd/%1").arg(file.fileDescriptor()));

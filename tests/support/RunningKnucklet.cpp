@@ -155,11 +155,14 @@ bool RunningKnucklet::choose(const QString& command) const
     return false;
 }
 
-bool RunningKnucklet::end(int signal)
+bool RunningKnucklet::send(int signal) const
 {
-    ::kill(static_cast<pid_t>(processId()), signal);
-    return awaitEnd();
+    // No process has the id 0: a signal to it would go to the test itself.
+    const auto id = static_cast<pid_t>(processId());
+    return id > 0 && ::kill(id, signal) == 0;
 }
+
+bool RunningKnucklet::end(int signal) { return send(signal) && awaitEnd(); }
 
 bool RunningKnucklet::awaitEnd()
 {

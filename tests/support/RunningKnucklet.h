@@ -43,6 +43,8 @@ public:
 
     qint64 processId() const { return process->processId(); }
     bool isRunning() const { return process->state() == QProcess::Running; }
+    /// False when the program has ended before.
+    [[nodiscard]] bool send(int signal) const;
     /// Sends the signal and waits for the process to end; true when it ended by itself with code 0.
     [[nodiscard]] bool end(int signal);
     [[nodiscard]] bool awaitEnd();

@@ -173,7 +173,7 @@ private:
     void enable(EventTapId tap) override;
     std::optional<std::filesystem::path> applicationSupport() const override;
     bool claim() override;
-    void onStartedAgain(std::function<void()> startedAgain) override;
+    void onStartedAgain(std::function<void()> callback) override;
     std::optional<std::filesystem::path> picture(std::string_view name) const override;
     bool preflight() override;
     void request() override;

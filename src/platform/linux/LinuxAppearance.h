@@ -39,7 +39,7 @@ private:
 
     void read();
     void answered(QDBusPendingCallWatcher* call);
-    static void apply(Wishes& wishes, const QString& group, const QString& key, const QVariant& value);
+    static void apply(Wishes& wishes, const QString& group, const QString& key, const QVariant& wrapped);
     void become(const Wishes& wishes);
 
     QDBusConnection bus;
