@@ -15,6 +15,8 @@
 #include <QTest>
 #include <QXmlStreamReader>
 
+#include <sys/prctl.h>
+
 #include <memory>
 
 namespace {
@@ -115,7 +117,7 @@ Description parseDescription(const QString& text, const QString& interface)
 
 }
 
-/// The part of a desktop with which items register.
+/// The part of a desktop with which items register, in a process of the given name: this process takes it.
 class Watcher final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
@@ -126,6 +128,7 @@ public:
     explicit Watcher(const QString& address, const QString& name = "watcher")
         : connection(QDBusConnection::connectToBus(address, name))
     {
+        prctl(PR_SET_NAME, qPrintable(name));
         connection.registerObject("/StatusNotifierWatcher", this,
             QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties);
         connection.interface()->registerService("org.kde.StatusNotifierWatcher",
@@ -190,6 +193,12 @@ private slots:
     void hostsReadTheSameOneByOne();
     void theIconIsFoundByItsName();
     void theIconIsThereInPixelsToo();
+    void aBarThatColorsNoIconsGetsPixels_data();
+    void aBarThatColorsNoIconsGetsPixels();
+    void aBarThatTakesTextInTheIconOnlyGetsItThere_data();
+    void aBarThatTakesTextInTheIconOnlyGetsItThere();
+    void aBarThatTakesTextInTheIconOnlyIsToldOfEachChangeOnce();
+    void theNextBarIsTakenForWhatItIs();
     void anIconThemeThatEveryHostSearchesIsNotNamed();
 
     void aChangeOfTheLabelIsAnnouncedOnce();
@@ -200,6 +209,7 @@ private slots:
     void aClickOpensAtThePlaceThatTheHostNames();
     void aClickWithoutAPlaceOpensWhereTheLastOneDid();
     void aClickWithoutAnyPlaceOpensAtTheTopRight();
+    void aPlaceWithinTheIconIsNone();
     void scrollingAndTheLikeDoNothing();
 
     void theMenuIsLaidOutAsFarAsAskedFor_data();
@@ -415,11 +425,98 @@ void StatusNotifierItemTest::theIconIsThereInPixelsToo()
     for (const IconPixmap& pixmap : pixmaps) {
         QCOMPARE(pixmap.height, pixmap.width);
         QCOMPARE(pixmap.pixels.size(), qsizetype { 4 } * pixmap.width * pixmap.height);
-        // The corner is outside the drawing. A quarter of the way in, on the left edge, is its solid frame.
+        // The corner is outside the badge, the middle of its upper edge is on it.
         QCOMPARE(pixmap.pixels.first(4), QByteArray(4, '\0'));
-        const auto frame = 4 * (pixmap.width * (pixmap.height / 2) + pixmap.width / 11);
-        QCOMPARE(pixmap.pixels.mid(frame, 4), QByteArray("\xff\x80\x80\x80"));
+        const auto upperEdge = 4 * (pixmap.width + pixmap.width / 2);
+        QCOMPARE(pixmap.pixels.mid(upperEdge, 4), QByteArray("\xff\x4a\x4a\x4a"));
+        QVERIFY(pixmap.pixels.contains(QByteArray(4, '\xff')));
     }
+}
+
+void StatusNotifierItemTest::aBarThatColorsNoIconsGetsPixels_data()
+{
+    QTest::addColumn<QString>("process");
+
+    QTest::newRow("LXQt") << "lxqt-panel";
+    QTest::newRow("MATE") << "notification-ar";
+    QTest::newRow("MATE with everything in one process") << "mate-panel";
+    QTest::newRow("waybar") << "waybar";
+}
+
+void StatusNotifierItemTest::aBarThatColorsNoIconsGetsPixels()
+{
+    QFETCH(const QString, process);
+    install();
+    QCOMPARE(property("IconName"), "org.knucklet.Knucklet-symbolic");
+
+    const Watcher watcher(bus->address(), process);
+    QTRY_COMPARE(watcher.registered, QStringList(itemService()));
+
+    QCOMPARE(property("IconName"), "");
+    QCOMPARE(qdbus_cast<QList<IconPixmap>>(property("IconPixmap")).size(), 5);
+}
+
+void StatusNotifierItemTest::aBarThatTakesTextInTheIconOnlyGetsItThere_data()
+{
+    QTest::addColumn<QString>("process");
+
+    QTest::newRow("MATE") << "notification-ar";
+    QTest::newRow("waybar") << "waybar";
+}
+
+void StatusNotifierItemTest::aBarThatTakesTextInTheIconOnlyGetsItThere()
+{
+    QFETCH(const QString, process);
+    const Watcher watcher(bus->address(), process);
+    install();
+    QTRY_COMPARE(watcher.registered, QStringList(itemService()));
+    const auto alone = qdbus_cast<QList<IconPixmap>>(property("IconPixmap"));
+
+    item->setLabel({ "1.2k · 56", "1.2k keys · 56 clicks" });
+    const auto withText = qdbus_cast<QList<IconPixmap>>(property("IconPixmap"));
+
+    for (qsizetype i = 0; i < alone.size(); ++i) {
+        QCOMPARE(alone[i].width, alone[i].height);
+        QCOMPARE(withText[i].height, alone[i].height);
+        QCOMPARE_GE(withText[i].width, 3 * alone[i].width);
+    }
+    for (const char* name : { "XAyatanaLabel", "XAyatanaLabelGuide" }) {
+        const auto reply = call(itemPath, propertiesInterface, "Get", { itemInterface, name });
+        QCOMPARE(reply.errorName(), "org.freedesktop.DBus.Error.UnknownProperty");
+    }
+}
+
+void StatusNotifierItemTest::aBarThatTakesTextInTheIconOnlyIsToldOfEachChangeOnce()
+{
+    const Watcher watcher(bus->address(), "waybar");
+    install();
+    QTRY_COMPARE(watcher.registered, QStringList(itemService()));
+    const SignalLog log(*host);
+
+    for (int i = 0; i < 1000; ++i)
+        item->setLabel({ "1.2k · 56", "1.2k keys · 56 clicks" });
+    QCOMPARE(property("Title"), "Knucklet");
+
+    QCOMPARE(log.names(), QStringList({ "NewIcon", "NewToolTip" }));
+}
+
+void StatusNotifierItemTest::theNextBarIsTakenForWhatItIs()
+{
+    install();
+    item->setLabel({ "1 · 2", "1 keys · 2 clicks" });
+    {
+        const Watcher watcher(bus->address(), "waybar");
+        QTRY_COMPARE(watcher.registered, QStringList(itemService()));
+        QVERIFY(!property("XAyatanaLabel").isValid());
+    }
+
+    const Watcher watcher(bus->address(), "xfce4-panel");
+    QTRY_COMPARE(watcher.registered, QStringList(itemService()));
+
+    QCOMPARE(property("XAyatanaLabel"), "1 · 2");
+    QCOMPARE(property("IconName"), "org.knucklet.Knucklet-symbolic");
+    const auto pixmap = qdbus_cast<QList<IconPixmap>>(property("IconPixmap")).value(0);
+    QCOMPARE(pixmap.width, pixmap.height);
 }
 
 void StatusNotifierItemTest::anIconThemeThatEveryHostSearchesIsNotNamed()
@@ -512,6 +609,19 @@ void StatusNotifierItemTest::aClickWithoutAnyPlaceOpensAtTheTopRight()
     const QPoint corner = QGuiApplication::primaryScreen()->availableGeometry().topRight();
 
     call(itemPath, itemInterface, "Activate", { 0, 0 });
+    QTRY_VERIFY(!places.isEmpty());
+
+    QCOMPARE(places, QList<ScreenPoint>({ { corner.x(), corner.y() } }));
+}
+
+void StatusNotifierItemTest::aPlaceWithinTheIconIsNone()
+{
+    const Watcher watcher(bus->address(), "waybar");
+    install();
+    QTRY_COMPARE(watcher.registered, QStringList(itemService()));
+    const QPoint corner = QGuiApplication::primaryScreen()->availableGeometry().topRight();
+
+    call(itemPath, itemInterface, "Activate", { 11, 12 });
     QTRY_VERIFY(!places.isEmpty());
 
     QCOMPARE(places, QList<ScreenPoint>({ { corner.x(), corner.y() } }));

@@ -6,6 +6,7 @@
 #include "platform/linux/LinuxInstance.h"
 #include "platform/linux/LinuxListenAccess.h"
 #include "platform/linux/LinuxLoginItem.h"
+#include "platform/linux/LinuxMenuBarItem.h"
 #include "platform/linux/LinuxPanelHost.h"
 #include "platform/linux/LinuxPasteboard.h"
 #include "platform/linux/LinuxSavePanel.h"
@@ -13,7 +14,6 @@
 #include "platform/linux/LinuxShareSheet.h"
 #include "platform/linux/LinuxTimers.h"
 #include "platform/linux/LinuxWindowActivation.h"
-#include "platform/linux/StatusNotifierItem.h"
 #include "platform/linux/X11Input.h"
 
 #include <QDBusConnection>
@@ -50,7 +50,7 @@ private:
     LinuxDesktop running { [this] { input.drain(); }, [this] { place.makeWay(); } };
     LinuxListenAccess access;
     LinuxLoginItem autostart;
-    StatusNotifierItem item { QDBusConnection::sessionBus() };
+    LinuxMenuBarItem item { QDBusConnection::sessionBus() };
     LinuxPanelHost panel { input };
     LinuxPasteboard clipboard;
     LinuxSavePanel saveDialog { QDBusConnection::sessionBus() };

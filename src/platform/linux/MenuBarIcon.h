@@ -5,6 +5,7 @@
 #include <QString>
 
 class QDBusArgument;
+class QImage;
 
 /// A picture as menu-bar hosts take it: "(iiay)", four bytes a pixel, in the order alpha, red, green, blue.
 struct IconPixmap {
@@ -23,5 +24,8 @@ QString menuBarIconName();
 /// The folder of icon themes that belongs to this program, when it is none of those that every host searches:
 /// the program runs where it was built, or from a prefix of its own. Otherwise empty.
 QString menuBarIconThemePath();
-/// The icon in several sizes, for hosts that do not find it by its name. They cannot color it.
-QList<IconPixmap> menuBarIconPixmaps();
+/// The icon in several sizes, in white on a badge, for bars that cannot color it. With a text, that stands on
+/// the badge too, and the pixmaps are as wide as it takes.
+QList<QImage> menuBarBadges(const QString& text = {});
+/// The same in the form that goes over the bus.
+QList<IconPixmap> menuBarIconPixmaps(const QString& text = {});

@@ -2,6 +2,7 @@
 
 #include "platform/linux/DbusMenu.h"
 #include "platform/linux/DbusObject.h"
+#include "platform/linux/Quirks.h"
 #include "platform/linux/Session.h"
 
 #include <QCoreApplication>
@@ -9,12 +10,16 @@
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QGuiApplication>
 #include <QScreen>
 
 namespace {
 
 const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString busName = QStringLiteral("org.freedesktop.DBus");
+const QString noOwner = QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner");
 const QString menuPath = QStringLiteral("/MenuBar");
 
 QString itemName()
@@ -84,8 +89,10 @@ ScreenPoint topRight()
 
 }
 
-StatusNotifierItem::StatusNotifierItem(const QDBusConnection& bus)
+StatusNotifierItem::StatusNotifierItem(
+    const QDBusConnection& bus, std::function<void(WatcherState)> watcherSeen)
     : bus(bus)
+    , watcherSeen(std::move(watcherSeen))
 {
 }
 
@@ -103,16 +110,12 @@ void StatusNotifierItem::install(
     object = std::make_unique<DbusObject>(bus, "/StatusNotifierItem", description());
     bus.registerService(itemName());
 
-    watcher.setConnection(bus);
-    // Not only the name's coming: it may pass from one watcher straight to the next.
-    watcher.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
-    watcher.addWatchedService(watcherName);
-    QObject::connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, &watcher,
-        [this](const QString&, const QString&, const QString& owner) {
-            if (!owner.isEmpty())
-                registerWithWatcher();
-        });
-    registerWithWatcher();
+    owner.setConnection(bus);
+    // Not only the name's coming and going: it may pass from one watcher straight to the next.
+    owner.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+    owner.addWatchedService(watcherName);
+    QObject::connect(&owner, &QDBusServiceWatcher::serviceOwnerChanged, &owner, [this] { lookForWatcher(); });
+    lookForWatcher();
 }
 
 void StatusNotifierItem::setLabel(const MenuBarLabel& label)
@@ -120,11 +123,18 @@ void StatusNotifierItem::setLabel(const MenuBarLabel& label)
     const MenuBarLabel previous = std::exchange(current, label);
     if (!object)
         return;
-    if (current.text != previous.text)
-        object->emitSignal("XAyatanaNewLabel", { QString::fromStdString(current.text), QString("") });
+    if (current.text != previous.text) {
+        pixmaps.clear();
+        if (takesTextInTheIconOnly(bar))
+            object->emitSignal("NewIcon");
+        else
+            object->emitSignal("XAyatanaNewLabel", { this->label(), QString("") });
+    }
     if (current.toolTip != previous.toolTip)
         object->emitSignal("NewToolTip");
 }
+
+QString StatusNotifierItem::label() const { return QString::fromStdString(current.text); }
 
 DbusInterface StatusNotifierItem::description()
 {
@@ -151,12 +161,12 @@ DbusInterface StatusNotifierItem::description()
         { "Title", "s", [] { return QString("Knucklet"); } },
         { "Status", "s", [] { return QString("Active"); } },
         { "WindowId", "i", [] { return 0; } },
-        { "IconName", "s", menuBarIconName },
+        { "IconName", "s", [this] { return drawsNamedIconsUncolored(bar) ? "" : menuBarIconName(); } },
         { "IconThemePath", "s", menuBarIconThemePath },
         { "IconPixmap", "a(iiay)",
             [this] {
                 if (pixmaps.isEmpty())
-                    pixmaps = menuBarIconPixmaps();
+                    pixmaps = menuBarIconPixmaps(takesTextInTheIconOnly(bar) ? label() : QString());
                 return QVariant::fromValue(pixmaps);
             } },
         // In the title, because some hosts show nothing else.
@@ -166,8 +176,10 @@ DbusInterface StatusNotifierItem::description()
             } },
         { "ItemIsMenu", "b", [] { return false; } },
         { "Menu", "o", [] { return QVariant::fromValue(QDBusObjectPath(menuPath)); } },
-        { "XAyatanaLabel", "s", [this] { return QString::fromStdString(current.text); } },
-        { "XAyatanaLabelGuide", "s", [] { return QString(""); } },
+        { "XAyatanaLabel", "s",
+            [this] { return takesTextInTheIconOnly(bar) ? QVariant() : QVariant(label()); } },
+        { "XAyatanaLabelGuide", "s",
+            [this] { return takesTextInTheIconOnly(bar) ? QVariant() : QVariant(""); } },
     };
     description.emits = {
         { "NewTitle", {} },
@@ -179,14 +191,34 @@ DbusInterface StatusNotifierItem::description()
     return description;
 }
 
-/// A refusal, or no watcher to answer, needs no answer of ours: the next watcher is heard of.
-void StatusNotifierItem::registerWithWatcher()
+/// A new question takes the place of the last, so that the newest watcher is the one that counts.
+void StatusNotifierItem::lookForWatcher()
 {
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        busName, "/org/freedesktop/DBus", busName, "GetConnectionUnixProcessID");
+    call.setArguments({ watcherName });
+    question = std::make_unique<QDBusPendingCallWatcher>(bus.asyncCall(call));
+    QObject::connect(question.get(), &QDBusPendingCallWatcher::finished, question.get(), [this] {
+        const QDBusPendingReply<uint> processId = *question;
+        if (processId.isError() && processId.error().name() == noOwner)
+            watcherSeen(WatcherState::Absent);
+        else
+            watcherAppeared(processId);
+    });
+}
+
+/// A refusal to register needs no answer of ours: the next watcher is heard of.
+void StatusNotifierItem::watcherAppeared(uint processId)
+{
+    bar = processName(processId);
+    pixmaps.clear();
+
     QDBusMessage call = QDBusMessage::createMethodCall(
         watcherName, "/StatusNotifierWatcher", watcherName, "RegisterStatusNotifierItem");
     call.setAutoStartService(false);
     call.setArguments({ itemName() });
     bus.send(call);
+    watcherSeen(WatcherState::Present);
 }
 
 /// Later, so that the host has its answer first. The place is taken at once: the pointer may move on.
@@ -204,7 +236,8 @@ ScreenPoint StatusNotifierItem::panelPlace(QPoint reported)
         const QPoint pointer = QCursor::pos();
         return { pointer.x(), pointer.y() };
     }
-    if (const auto place = logicalPoint(reported))
+    const auto place = countsPlacesFromTheIcon(bar) ? std::nullopt : logicalPoint(reported);
+    if (place)
         lastPlace = place;
     return lastPlace.value_or(topRight());
 }

@@ -12,14 +12,21 @@
 
 class DbusMenu;
 class DbusObject;
+class QDBusPendingCallWatcher;
 struct DbusInterface;
+
+/// Whether there is the part of a desktop with which items register. Bars that understand such items bring
+/// one along.
+enum class WatcherState { Present, Absent };
 
 /// The menu-bar item as an org.kde.StatusNotifierItem of the session bus, which every desktop with a tray
 /// understands. It registers with each watcher that appears, at once and without asking whether a host is
 /// there: the bar often starts later than the program, and restarts. Without a bus it does nothing.
 class StatusNotifierItem final : public MenuBarItem {
 public:
-    explicit StatusNotifierItem(const QDBusConnection& bus);
+    /// `watcherSeen` hears of the watcher that is there or not at first, and of each change.
+    explicit StatusNotifierItem(
+        const QDBusConnection& bus, std::function<void(WatcherState)> watcherSeen = [](WatcherState) {});
     StatusNotifierItem(const StatusNotifierItem&) = delete;
     StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
     ~StatusNotifierItem() override;
@@ -29,12 +36,18 @@ public:
 
 private:
     DbusInterface description();
-    void registerWithWatcher();
+    QString label() const;
+    void lookForWatcher();
+    void watcherAppeared(uint processId);
     void activate(QPoint reported);
     ScreenPoint panelPlace(QPoint reported);
 
     QDBusConnection bus;
-    QDBusServiceWatcher watcher;
+    std::function<void(WatcherState)> watcherSeen;
+    QDBusServiceWatcher owner;
+    std::unique_ptr<QDBusPendingCallWatcher> question;
+    /// The process of the bar that was there last.
+    QString bar;
     MenuBarLabel current;
     QList<IconPixmap> pixmaps;
     std::function<void(ScreenPoint)> activated;

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+// What single bars do differently from all others. A bar is named by the process that owns the watcher with
+// which items register; a bar without a name has no quirks.
+
+/// The name that the kernel keeps of a process, at most 15 characters; empty when it cannot be read.
+QString processName(uint processId);
+
+/// Shows counts only where they are painted into the icon. Such a bar is told of no label at all.
+bool takesTextInTheIconOnly(const QString& bar);
+/// Draws a named icon in the near-black of its file, whatever the color of the bar.
+bool drawsNamedIconsUncolored(const QString& bar);
+/// Says where within the icon a click was, not where on the screen.
+bool countsPlacesFromTheIcon(const QString& bar);
