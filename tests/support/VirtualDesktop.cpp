@@ -10,15 +10,18 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
-#include <QSettings>
 #include <QTimer>
 
+#include <grp.h>
 #include <poll.h>
+#include <pwd.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstring>
+#include <functional>
+#include <tuple>
 
 namespace {
 
@@ -38,39 +41,6 @@ const char* const busConfiguration = R"(<busconfig>
 </busconfig>
 )";
 
-// A complete configuration: without one the panel asks the user which to begin with. The clock stands far
-// from the tray, so that nothing but icons ever shows near the right end.
-const char* const panelConfiguration = R"(<?xml version="1.0" encoding="UTF-8"?>
-<channel name="xfce4-panel" version="1.0">
-  <property name="configver" type="int" value="2"/>
-  <property name="panels" type="array">
-    <value type="int" value="1"/>
-    <property name="panel-1" type="empty">
-      <property name="position" type="string" value="p=6;x=0;y=0"/>
-      <property name="position-locked" type="bool" value="true"/>
-      <property name="length" type="uint" value="100"/>
-      <property name="size" type="uint" value="28"/>
-      <property name="plugin-ids" type="array">
-        <value type="int" value="1"/>
-        <value type="int" value="2"/>
-        <value type="int" value="3"/>
-      </property>
-    </property>
-  </property>
-  <property name="plugins" type="empty">
-    <property name="plugin-1" type="string" value="clock">
-      <property name="digital-layout" type="uint" value="3"/>
-      <property name="digital-time-font" type="string" value="Sans 9"/>
-    </property>
-    <property name="plugin-2" type="string" value="separator">
-      <property name="expand" type="bool" value="true"/>
-      <property name="style" type="uint" value="0"/>
-    </property>
-    <property name="plugin-3" type="string" value="systray"/>
-  </property>
-</channel>
-)";
-
 bool writeFile(const QString& path, const QByteArray& content)
 {
     QFile file(path);
@@ -78,10 +48,16 @@ bool writeFile(const QString& path, const QByteArray& content)
         && file.write(content) == content.size();
 }
 
+/// The user for programs that refuse to be root's; nothing when this process is not root's.
+const passwd* otherUser() { return geteuid() == 0 ? getpwnam("nobody") : nullptr; }
+
 // A part dies with the process that started it, also when that has no time to say so.
-void tieToThisProcess(QProcess& process)
+void tieToThisProcess(QProcess& process, const passwd* user = nullptr)
 {
-    process.setChildProcessModifier([parent = getpid()] {
+    process.setChildProcessModifier([parent = getpid(), user] {
+        // Whoever changes the user loses the tie, which therefore comes after it.
+        if (user && (setgroups(0, nullptr) || setgid(user->pw_gid) || setuid(user->pw_uid)))
+            _exit(1);
         prctl(PR_SET_PDEATHSIG, SIGTERM);
         if (getppid() != parent)
             _exit(1);
@@ -102,6 +78,44 @@ bool hasProperty(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t p
     return reply && reply->type != XCB_ATOM_NONE;
 }
 
+/// Asks at first and after each event.
+bool awaitEvents(xcb_connection_t* connection, const std::function<bool()>& isDone)
+{
+    const QDeadlineTimer deadline(patience);
+    while (!isDone()) {
+        pollfd descriptor { xcb_get_file_descriptor(connection), POLLIN, 0 };
+        XcbReply<xcb_generic_event_t> event(xcb_poll_for_event(connection));
+        while (!event) {
+            if (xcb_connection_has_error(connection)
+                || poll(&descriptor, 1, static_cast<int>(deadline.remainingTime())) <= 0)
+                return false;
+            event.reset(xcb_poll_for_event(connection));
+        }
+    }
+    return true;
+}
+
+bool hasOwner(xcb_connection_t* connection, xcb_atom_t selection)
+{
+    const auto cookie = xcb_get_selection_owner(connection, selection);
+    const XcbReply<xcb_get_selection_owner_reply_t> reply(
+        xcb_get_selection_owner_reply(connection, cookie, nullptr));
+    return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
+/// Waits for the message with which a tray for windows of other programs says that it is there.
+bool awaitTray(const QByteArray& display)
+{
+    const XcbConnection connection(xcb_connect(display.constData(), nullptr));
+    if (xcb_connection_has_error(connection.get()))
+        return false;
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+    const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    xcb_change_window_attributes(connection.get(), root, XCB_CW_EVENT_MASK, &events);
+    const xcb_atom_t tray = atom(connection.get(), "_NET_SYSTEM_TRAY_S0");
+    return awaitEvents(connection.get(), [&] { return hasOwner(connection.get(), tray); });
+}
+
 bool awaitRootProperty(const QByteArray& display, const char* name)
 {
     const XcbConnection connection(xcb_connect(display.constData(), nullptr));
@@ -112,18 +126,7 @@ bool awaitRootProperty(const QByteArray& display, const char* name)
     xcb_change_window_attributes(connection.get(), root, XCB_CW_EVENT_MASK, &events);
     const xcb_atom_t property = atom(connection.get(), name);
 
-    const QDeadlineTimer deadline(patience);
-    while (!hasProperty(connection.get(), root, property)) {
-        pollfd descriptor { xcb_get_file_descriptor(connection.get()), POLLIN, 0 };
-        XcbReply<xcb_generic_event_t> event(xcb_poll_for_event(connection.get()));
-        while (!event) {
-            if (xcb_connection_has_error(connection.get())
-                || poll(&descriptor, 1, static_cast<int>(deadline.remainingTime())) <= 0)
-                return false;
-            event.reset(xcb_poll_for_event(connection.get()));
-        }
-    }
-    return true;
+    return awaitEvents(connection.get(), [&] { return hasProperty(connection.get(), root, property); });
 }
 
 bool awaitBusName(const QString& address, const QString& name)
@@ -142,6 +145,12 @@ bool awaitBusName(const QString& address, const QString& name)
 }
 
 }
+
+struct VirtualDesktop::PartOptions {
+    /// "NAME=value", besides the environment of the desktop.
+    QStringList environment {};
+    const passwd* user = nullptr;
+};
 
 VirtualDesktop::VirtualDesktop(const DesktopParts& parts)
     : parts(parts)
@@ -167,11 +176,15 @@ bool VirtualDesktop::start()
 {
     if (!makeFolders() || !startServer() || !startBus())
         return false;
+    for (const BarFile& file : barSetup(parts.bar).files)
+        writeFile(folder() + "/home/" + file.path, file.content);
+    if (parts.bar == Bar::Waybar && !startCompositor())
+        return false;
     if ((parts.windowManager || parts.panel) && !startSettings())
         return false;
     if (parts.windowManager && !startWindowManager())
         return false;
-    return !parts.panel || startPanel();
+    return !parts.panel || startBar();
 }
 
 QProcessEnvironment VirtualDesktop::environment() const
@@ -200,6 +213,7 @@ QProcessEnvironment VirtualDesktop::environment() const
     inner.insert("DBUS_SESSION_BUS_ADDRESS", address);
     // The machine's own bus stays out of reach as well.
     inner.insert("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + folder() + "/runtime/none");
+    inner.insert(session);
     return inner;
 }
 
@@ -224,6 +238,27 @@ bool VirtualDesktop::run(const QString& program, const QStringList& arguments) c
     const auto process = launch(program, arguments);
     return process->waitForFinished(patience) && process->exitStatus() == QProcess::NormalExit
         && process->exitCode() == 0;
+}
+
+bool VirtualDesktop::startBar()
+{
+    firstOfBar = processes.size();
+    for (const BarProcess& process : barSetup(parts.bar).processes) {
+        if (!startPart(process.program, process.arguments, { .environment = process.environment }))
+            return fail();
+        if (process.busName.isEmpty() ? !awaitTray(displayName) : !awaitBusName(address, process.busName))
+            return fail();
+    }
+    return true;
+}
+
+void VirtualDesktop::killBar()
+{
+    while (processes.size() > firstOfBar) {
+        processes.back()->kill();
+        processes.back()->waitForFinished();
+        processes.pop_back();
+    }
 }
 
 void VirtualDesktop::killServer() { killPart(0); }
@@ -272,11 +307,7 @@ bool VirtualDesktop::startBus()
 // The settings of the window manager and of the panel.
 bool VirtualDesktop::startSettings()
 {
-    writeFile(
-        folder() + "/home/.config/xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml", panelConfiguration);
-    const QSettings service("/usr/share/dbus-1/services/org.xfce.Xfconf.service", QSettings::IniFormat);
-    return (startPart(service.value("D-BUS Service/Exec").toString(), {})
-               && awaitBusName(address, "org.xfce.Xfconf"))
+    return (startPart(programOfService("org.xfce.Xfconf"), {}) && awaitBusName(address, "org.xfce.Xfconf"))
         || fail();
 }
 
@@ -287,20 +318,47 @@ bool VirtualDesktop::startWindowManager()
         || fail();
 }
 
-bool VirtualDesktop::startPanel()
+// sway in a window as large as the screen: input and pictures go through the X server as everywhere else.
+// Programs see its Wayland and its XWayland only.
+bool VirtualDesktop::startCompositor()
 {
-    return (startPart("xfce4-panel", { "--disable-wm-check" })
-               && awaitBusName(address, "org.kde.StatusNotifierWatcher"))
-        || fail();
+    const QString runtime = folder() + "/sway";
+    const passwd* user = otherUser();
+    QDir(folder()).mkdir("sway");
+    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    if (user) {
+        std::ignore = chown(qPrintable(runtime), user->pw_uid, user->pw_gid);
+        QFile::setPermissions(folder(), QFile::permissions(folder()) | QFile::ExeOther);
+    }
+    const QStringList variables { "XDG_RUNTIME_DIR=" + runtime, "WLR_BACKENDS=x11", "WLR_RENDERER=pixman" };
+    if (!startPart("sway", { "--config", folder() + "/home/.config/sway/config" },
+            { .environment = variables, .user = user }))
+        return fail();
+    const QByteArray wayland = awaitFirstLine();
+    const QByteArray display = awaitFirstLine();
+    session.insert("WAYLAND_DISPLAY", runtime + '/' + QString::fromUtf8(wayland));
+    session.insert("DISPLAY", QString::fromUtf8(display));
+    session.insert("XDG_SESSION_TYPE", "wayland");
+    session.insert("XDG_CURRENT_DESKTOP", "sway");
+    return !display.isEmpty() || fail();
 }
 
 bool VirtualDesktop::startPart(const QString& program, const QStringList& arguments)
 {
+    return startPart(program, arguments, {});
+}
+
+bool VirtualDesktop::startPart(
+    const QString& program, const QStringList& arguments, const PartOptions& options)
+{
     QProcess& part = *processes.emplace_back(std::make_unique<QProcess>());
-    part.setProcessEnvironment(environment());
+    auto variables = environment();
+    for (const QString& variable : options.environment)
+        variables.insert(variable.section('=', 0, 0), variable.section('=', 1));
+    part.setProcessEnvironment(variables);
     part.setWorkingDirectory(folder());
     part.setStandardErrorFile(folder() + '/' + QFileInfo(program).fileName() + ".log");
-    tieToThisProcess(part);
+    tieToThisProcess(part, options.user);
     part.start(program, arguments);
     return part.waitForStarted(patience);
 }

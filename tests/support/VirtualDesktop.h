@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Bars.h"
+
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QSize>
@@ -14,8 +16,10 @@ struct DesktopParts {
     QSize size { 1280, 800 };
     /// xfwm4, without compositing.
     bool windowManager = false;
-    /// xfce4-panel: one bar along the top with a clock and a tray for status-notifier items.
+    /// One bar along the top, which is ready when the desktop is.
     bool panel = false;
+    /// Which one that is, or will be when it is started later.
+    Bar bar = Bar::Xfce;
 };
 
 struct LaunchOptions {
@@ -56,6 +60,10 @@ public:
     /// Runs a program to its end and says whether it succeeded.
     [[nodiscard]] bool run(const QString& program, const QStringList& arguments = {}) const;
 
+    /// Starts the bar, and returns when it is ready for use.
+    [[nodiscard]] bool startBar();
+    /// Ends the bar at once and without notice.
+    void killBar();
     /// Ends the X server at once and without notice, as a crash of it would.
     void killServer();
     /// The same for the session bus.
@@ -65,13 +73,16 @@ public:
     void thawServer();
 
 private:
+    struct PartOptions;
+
     bool makeFolders();
     bool startServer();
     bool startBus();
     bool startSettings();
     bool startWindowManager();
-    bool startPanel();
+    bool startCompositor();
     bool startPart(const QString& program, const QStringList& arguments);
+    bool startPart(const QString& program, const QStringList& arguments, const PartOptions& options);
     QByteArray awaitFirstLine();
     void killPart(std::size_t place);
     bool fail();
@@ -81,5 +92,9 @@ private:
     QByteArray displayName;
     QString address;
     QString failureText;
+    /// How the programs of a Wayland session find it.
+    QProcessEnvironment session;
+    /// In the order of starting; those of the bar come last.
     std::vector<std::unique_ptr<QProcess>> processes;
+    std::size_t firstOfBar = 0;
 };

@@ -1,0 +1,323 @@
+#include "support/Bars.h"
+
+#include "support/Injector.h"
+#include "support/RunningKnucklet.h"
+#include "support/Screenshot.h"
+#include "support/VirtualDesktop.h"
+
+#include <QColor>
+#include <QDate>
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+const QString program = QStringLiteral(KNUCKLET_PROGRAM);
+
+/// Keysyms of <X11/keysymdef.h>.
+constexpr xcb_keysym_t keysymEscape = 0xff1b;
+
+// How long a bar may take on a busy machine to show what it has been told.
+constexpr int patience = 20000;
+
+/// Every bar covers at least this much of the screen, in pixels from the top,
+constexpr int edge = 26;
+/// and none comes further than this.
+constexpr int outside = 44;
+
+/// The relative luminance of WCAG 2.
+double luminance(QRgb color)
+{
+    const auto linear = [](int part) {
+        const double value = part / 255.0;
+        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(qRed(color)) + 0.7152 * linear(qGreen(color)) + 0.0722 * linear(qBlue(color));
+}
+
+/// How far the lightest and the darkest color of a picture stand apart, as WCAG 2 counts.
+double contrast(const QImage& picture)
+{
+    double darkest = 1;
+    double lightest = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const double value = luminance(picture.pixel(x, y));
+            darkest = std::min(darkest, value);
+            lightest = std::max(lightest, value);
+        }
+    }
+    return (lightest + 0.05) / (darkest + 0.05);
+}
+
+/// What stands on the right half of a bar, which has nothing in its middle.
+QRect iconIn(const QImage& bar)
+{
+    QImage empty = bar;
+    for (int y = 0; y < bar.height(); ++y) {
+        for (int x = bar.width() / 2; x < bar.width(); ++x)
+            empty.setPixel(x, y, bar.pixel(bar.width() / 2, y));
+    }
+    return difference(empty, bar);
+}
+
+enum class Counts { Hidden, Shown };
+
+void writeSettings(const VirtualDesktop& desktop, Counts counts)
+{
+    writeSettingsFile(desktop,
+        counts == Counts::Shown ? "[General]\nhasCompletedOnboarding=true\nshowCountsInMenuBar=true\n"
+                                : "[General]\nhasCompletedOnboarding=true\n");
+}
+
+void writeToday(const VirtualDesktop& desktop, const QByteArray& keys, const QByteArray& clicks)
+{
+    const auto today = QDate::currentDate().toString(Qt::ISODate).toUtf8();
+    writeStatsFile(desktop, "{\"" + today + "\":{\"keys\":" + keys + ",\"clicks\":" + clicks + "}}");
+}
+
+}
+
+/// The program in each of the bars that people have, as its user sees it: by pixels, pointer and keyboard
+/// alone. Needs the environment variable BARS, the bars to try by their names.
+class BarsTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cleanup();
+
+    void theIconIsReadable_data() { bars(); }
+    void theIconIsReadable();
+    void theCountsStandBesideTheIconWhereTheBarHasRoom_data() { bars(); }
+    void theCountsStandBesideTheIconWhereTheBarHasRoom();
+    void hoveringShowsAToolTip_data() { bars(); }
+    void hoveringShowsAToolTip();
+    void aClickOpensThePanelAndEscapeClosesIt_data() { bars(); }
+    void aClickOpensThePanelAndEscapeClosesIt();
+    void theIconOpensAndClosesThePanel_data() { bars(); }
+    void theIconOpensAndClosesThePanel();
+    void theMenuEndsTheProgram_data() { bars(); }
+    void theMenuEndsTheProgram();
+    void aBarThatStartsLateShowsTheIcon_data() { bars(); }
+    void aBarThatStartsLateShowsTheIcon();
+    void aBarThatIsKilledShowsTheIconAgain_data() { bars(); }
+    void aBarThatIsKilledShowsTheIconAgain();
+
+private:
+    static void bars();
+    void startDesktop(bool withBar = true);
+    QImage atEdge() const
+    {
+        return screenshot(desktop->display(), QRect(0, 0, desktop->size().width(), edge));
+    }
+    QImage belowBar() const
+    {
+        const QSize size = desktop->size();
+        return screenshot(desktop->display(), QRect(0, outside, size.width(), size.height() - outside));
+    }
+    void openPanel();
+    void clickIcon();
+    QRect icon() const { return iconIn(atEdge()); }
+    bool hasIcon() const { return icon().width() >= 14 && icon().width() <= 34; }
+    void moveTo(QPoint place);
+    void startProgram() { knucklet = std::make_unique<RunningKnucklet>(*desktop, program); }
+
+    std::unique_ptr<VirtualDesktop> desktop;
+    std::unique_ptr<Injector> injector;
+    std::unique_ptr<RunningKnucklet> knucklet;
+    QElapsedTimer sinceClick;
+};
+
+void BarsTest::bars()
+{
+    QTest::addColumn<Bar>("bar");
+    /// Whether it shows text beside the icon.
+    QTest::addColumn<bool>("hasRoom");
+
+    const QByteArrayList wanted = qgetenv("BARS").split(' ');
+    const auto add = [&](const char* name, Bar bar, bool hasRoom) {
+        if (wanted.contains(name))
+            QTest::newRow(name) << bar << hasRoom;
+    };
+    add("xfce4-panel", Bar::Xfce, false);
+    add("xfce4-panel-dark", Bar::DarkXfce, false);
+    add("trayer", Bar::Trayer, false);
+    add("lxqt-panel", Bar::Lxqt, false);
+    add("mate-panel", Bar::Mate, true);
+    add("plasmashell", Bar::Plasma, false);
+    add("waybar", Bar::Waybar, true);
+}
+
+void BarsTest::startDesktop(bool withBar)
+{
+    QFETCH(const Bar, bar);
+    desktop = std::make_unique<VirtualDesktop>(
+        DesktopParts { .windowManager = bar != Bar::Waybar, .panel = withBar, .bar = bar });
+    QVERIFY2(desktop->start(), qPrintable(desktop->failure()));
+    injector = std::make_unique<Injector>(desktop->display());
+    moveTo({ 600, 400 });
+    writeSettings(*desktop, Counts::Hidden);
+}
+
+void BarsTest::cleanup()
+{
+    if (QTest::currentTestFailed())
+        screenshot(desktop->display())
+            .save(QString("%1-%2.png").arg(QTest::currentTestFunction(), QTest::currentDataTag()));
+    sinceClick.invalidate();
+    knucklet.reset();
+    injector.reset();
+    desktop.reset();
+}
+
+void BarsTest::moveTo(QPoint place)
+{
+    injector->moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
+    injector->sync();
+}
+
+void BarsTest::theIconIsReadable()
+{
+    startDesktop();
+
+    startProgram();
+
+    QTRY_VERIFY_WITH_TIMEOUT(hasIcon(), patience);
+    QCOMPARE_GE(contrast(atEdge().copy(icon())), 4.5);
+}
+
+void BarsTest::theCountsStandBesideTheIconWhereTheBarHasRoom()
+{
+    QFETCH(const bool, hasRoom);
+    startDesktop();
+    writeSettings(*desktop, Counts::Shown);
+    writeToday(*desktop, "1249", "56");
+
+    startProgram();
+
+    QTRY_VERIFY_WITH_TIMEOUT(hasRoom ? icon().width() > 60 : hasIcon(), patience);
+    if (hasRoom) {
+        QCOMPARE_GE(contrast(atEdge().copy(icon())), 4.5);
+        const auto before = atEdge();
+        openPanel();
+        injector->click();
+        injector->sync();
+        QTRY_VERIFY_WITH_TIMEOUT(!difference(before, atEdge()).isNull(), patience);
+    }
+}
+
+void BarsTest::clickIcon()
+{
+    // The panel keeps off the bar as soon as the bar has asked for it. In a Wayland session only the
+    // compositor knows.
+    QFETCH(const Bar, bar);
+    QTRY_VERIFY_WITH_TIMEOUT(bar == Bar::Waybar || isUpperEdgeTaken(desktop->display()), patience);
+    // So soon after the last click, some bars would take both for a double click.
+    QTRY_VERIFY(!sinceClick.isValid() || sinceClick.hasExpired(500));
+    moveTo(icon().center());
+    injector->click();
+    injector->sync();
+    sinceClick.start();
+}
+
+/// Leaves the pointer on the panel.
+void BarsTest::openPanel()
+{
+    const auto before = belowBar();
+    clickIcon();
+    QTRY_VERIFY_WITH_TIMEOUT(difference(before, belowBar()).height() > 200, patience);
+    moveTo(difference(before, belowBar()).center() + QPoint(0, outside));
+}
+
+void BarsTest::hoveringShowsAToolTip()
+{
+    startDesktop();
+    startProgram();
+    QTRY_VERIFY_WITH_TIMEOUT(hasIcon(), patience);
+    const auto before = belowBar();
+
+    moveTo(icon().center());
+
+    QTRY_VERIFY_WITH_TIMEOUT(difference(before, belowBar()).width() > 80, patience);
+}
+
+void BarsTest::aClickOpensThePanelAndEscapeClosesIt()
+{
+    startDesktop();
+    startProgram();
+    QTRY_VERIFY_WITH_TIMEOUT(hasIcon(), patience);
+    const auto before = belowBar();
+
+    openPanel();
+    injector->typeKey(injector->keyCode(keysymEscape));
+    injector->sync();
+
+    QTRY_VERIFY_WITH_TIMEOUT(difference(before, belowBar()).isNull(), patience);
+}
+
+void BarsTest::theIconOpensAndClosesThePanel()
+{
+    startDesktop();
+    startProgram();
+    QTRY_VERIFY_WITH_TIMEOUT(hasIcon(), patience);
+    const auto before = belowBar();
+
+    // A click that both closed the panel and opened it again would leave it to the next one to close it.
+    for (int round = 0; round < 2; ++round) {
+        clickIcon();
+        QTRY_VERIFY_WITH_TIMEOUT(difference(before, belowBar()).height() > 200, patience);
+        clickIcon();
+        QTRY_VERIFY_WITH_TIMEOUT(difference(before, belowBar()).height() < 100, patience);
+    }
+}
+
+void BarsTest::theMenuEndsTheProgram()
+{
+    startDesktop();
+    startProgram();
+    QTRY_VERIFY_WITH_TIMEOUT(hasIcon(), patience);
+    const auto before = screenshot(desktop->display());
+    const auto menu = [&] { return difference(before, screenshot(desktop->display())); };
+
+    moveTo(icon().center());
+    injector->click(3);
+    injector->sync();
+    QTRY_VERIFY_WITH_TIMEOUT(menu().height() > 40 && menu().width() < 300, patience);
+    // The last entry is the one that quits.
+    moveTo({ menu().center().x(), menu().bottom() - 14 });
+    injector->click();
+    injector->sync();
+
+    QVERIFY(knucklet->awaitEnd());
+    QTRY_VERIFY_WITH_TIMEOUT(!hasIcon(), patience);
+}
+
+void BarsTest::aBarThatStartsLateShowsTheIcon()
+{
+    startDesktop(false);
+    startProgram();
+    QTRY_VERIFY(knucklet->isRunning());
+
+    QVERIFY2(desktop->startBar(), qPrintable(desktop->failure()));
+
+    QTRY_VERIFY_WITH_TIMEOUT(hasIcon(), patience);
+}
+
+void BarsTest::aBarThatIsKilledShowsTheIconAgain()
+{
+    startDesktop();
+    startProgram();
+    QTRY_VERIFY_WITH_TIMEOUT(hasIcon(), patience);
+
+    desktop->killBar();
+    QTRY_VERIFY_WITH_TIMEOUT(!hasIcon(), patience);
+    QVERIFY2(desktop->startBar(), qPrintable(desktop->failure()));
+
+    QTRY_VERIFY_WITH_TIMEOUT(hasIcon(), patience);
+}
+
+QTEST_GUILESS_MAIN(BarsTest)
+#include "BarsTest.moc"

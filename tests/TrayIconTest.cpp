@@ -1,0 +1,108 @@
+#include "support/RunningKnucklet.h"
+#include "support/Screenshot.h"
+#include "support/VirtualDesktop.h"
+
+#include <QTest>
+
+namespace {
+
+const QString program = QStringLiteral(KNUCKLET_PROGRAM);
+
+// How long a bar may take on a busy machine to show what it has been told.
+constexpr int patience = 20000;
+
+}
+
+/// The icon where there is a tray for windows along the bottom of the screen, and a bar for items along its
+/// top only now and then.
+class TrayIconTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void theTrayShowsTheIconWhileThereIsNoBarForItems();
+    void theTrayShowsTheIconWhenTheBarForItemsIsGone();
+    void theTrayShowsTheIconWithoutABus();
+
+private:
+    void startTray();
+    QRect trayArea() const { return { 0, desktop->size().height() - 28, desktop->size().width(), 28 }; }
+    /// Whether something stands at the right end of the tray; what is on its left is empty.
+    bool isInTray() const
+    {
+        const auto picture = screenshot(desktop->display(), trayArea());
+        const QRect end(picture.width() - 28, 0, 28, 28);
+        return picture.copy(end) != picture.copy(end.translated(-600, 0));
+    }
+    bool isInBar(const RunningKnucklet& knucklet) const { return knucklet.icon().width() == 20; }
+
+    std::unique_ptr<VirtualDesktop> desktop;
+    std::unique_ptr<QProcess> tray;
+};
+
+void TrayIconTest::init()
+{
+    desktop = std::make_unique<VirtualDesktop>(DesktopParts { .windowManager = true });
+    QVERIFY2(desktop->start(), qPrintable(desktop->failure()));
+    writeSettingsFile(*desktop, "[General]\nhasCompletedOnboarding=true\n");
+}
+
+void TrayIconTest::cleanup()
+{
+    if (tray) {
+        tray->kill();
+        tray->waitForFinished();
+    }
+    tray.reset();
+    desktop.reset();
+}
+
+void TrayIconTest::startTray()
+{
+    tray = desktop->launch("trayer",
+        { "--edge", "bottom", "--align", "right", "--widthtype", "percent", "--width", "100", "--height",
+            "28" });
+    // The screen is black where there is nothing.
+    QTRY_VERIFY_WITH_TIMEOUT(qGray(screenshot(desktop->display(), trayArea()).pixel(0, 14)) > 0, patience);
+}
+
+void TrayIconTest::theTrayShowsTheIconWhileThereIsNoBarForItems()
+{
+    startTray();
+    const RunningKnucklet knucklet(*desktop, program);
+    QTRY_VERIFY_WITH_TIMEOUT(isInTray(), patience);
+
+    QVERIFY2(desktop->startBar(), qPrintable(desktop->failure()));
+
+    QTRY_VERIFY_WITH_TIMEOUT(isInBar(knucklet), patience);
+    QTRY_VERIFY_WITH_TIMEOUT(!isInTray(), patience);
+}
+
+void TrayIconTest::theTrayShowsTheIconWhenTheBarForItemsIsGone()
+{
+    QVERIFY2(desktop->startBar(), qPrintable(desktop->failure()));
+    const RunningKnucklet knucklet(*desktop, program);
+    QTRY_VERIFY_WITH_TIMEOUT(isInBar(knucklet), patience);
+
+    desktop->killBar();
+    // Not before: of two trays the bar's is the one that counts.
+    startTray();
+
+    QTRY_VERIFY_WITH_TIMEOUT(isInTray(), patience);
+}
+
+void TrayIconTest::theTrayShowsTheIconWithoutABus()
+{
+    startTray();
+    QProcessEnvironment nowhere;
+    nowhere.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + desktop->folder() + "/none");
+
+    const RunningKnucklet knucklet(*desktop, program, nowhere);
+
+    QTRY_VERIFY_WITH_TIMEOUT(isInTray(), patience);
+}
+
+QTEST_GUILESS_MAIN(TrayIconTest)
+#include "TrayIconTest.moc"

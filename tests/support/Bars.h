@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+/// The bars that a virtual desktop can have. Each stands along the top, ends in a tray with nothing else in
+/// it, and is set up completely, so that none asks anything at its first start.
+enum class Bar { Xfce, DarkXfce, Lxqt, Mate, Plasma, Trayer, Waybar };
+
+/// A file in the home folder of the desktop's user.
+struct BarFile {
+    QString path;
+    QByteArray content;
+};
+
+/// One process of a bar.
+struct BarProcess {
+    QString program;
+    QStringList arguments;
+    /// The name on the session bus that it has when it is ready; none when a window of the X server tells it.
+    QString busName;
+    /// "NAME=value", besides what every program of the desktop has.
+    QStringList environment {};
+};
+
+/// What it takes to run a bar, in the order of starting.
+struct BarSetup {
+    QList<BarFile> files;
+    QList<BarProcess> processes;
+};
+
+BarSetup barSetup(Bar bar);
+
+/// Whether a bar has asked for the upper edge of the screen, so that windows keep off. Some do so only after
+/// they have shown their icons.
+bool isUpperEdgeTaken(const QByteArray& display);
+
+/// The program that a bus would start for this name; empty when none is installed.
+QString programOfService(const QString& busName);
