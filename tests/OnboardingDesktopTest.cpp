@@ -128,6 +128,7 @@ void OnboardingDesktopTest::drag(QPoint from, QPoint way) const
     const auto wanted = before.translated(way);
     QTRY_COMPARE_LE_WITH_TIMEOUT(
         (windows->place(window).topLeft() - wanted.topLeft()).manhattanLength(), 1, patience);
+    QTRY_VERIFY_WITH_TIMEOUT(!windows->isKeyboardGrabbed(), patience);
 }
 
 void OnboardingDesktopTest::theFirstStartOpensTheAssistantInTheMiddle()
@@ -239,6 +240,9 @@ void OnboardingDesktopTest::showingItAgainBeginsAfreshWhereTheWindowStands()
     QVERIFY(knucklet.choose(command));
     QTRY_COMPARE_WITH_TIMEOUT(page(), std::optional(0), patience);
     const auto whileOpen = windows->place(window);
+    // The keyboard is still the assistant's.
+    type(keysymReturn);
+    QTRY_COMPARE_WITH_TIMEOUT(page(), std::optional(1), patience);
     click(whileOpen.topRight() + closeButton);
     QTRY_VERIFY_WITH_TIMEOUT(!windows->isShown(window), patience);
     QVERIFY(knucklet.choose(command));

@@ -11,6 +11,7 @@
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWindow>
 
 #include <vector>
 
@@ -53,6 +54,7 @@ private slots:
     void theTitleIsForTheSystemOnly();
     void theWindowIsCenteredOnlyTheFirstTime();
     void eachPresentingReplacesTheContent();
+    void presentingAgainLeavesTheWindowOnTheScreen();
     void eachPresentingBringsTheWindowToTheFront();
     void anIconifiedWindowIsRestored();
     void theCloseButtonStandsInTheCornerWhereReadingEnds_data();
@@ -121,6 +123,19 @@ void UtilityWindowTest::eachPresentingReplacesTheContent()
 
     QVERIFY(showsText(window, "two"));
     QVERIFY(!showsText(window, "one"));
+}
+
+void UtilityWindowTest::presentingAgainLeavesTheWindowOnTheScreen()
+{
+    UtilityWindow window("Title", activation);
+    window.present([] { return page("one"); });
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    const QSignalSpy changes(window.windowHandle(), &QWindow::visibleChanged);
+
+    window.present([] { return page("two"); });
+
+    QCOMPARE(changes.count(), 0);
+    QVERIFY(window.isActiveWindow());
 }
 
 void UtilityWindowTest::eachPresentingBringsTheWindowToTheFront()

@@ -88,10 +88,11 @@ void UtilityWindow::present(std::function<View()> body)
 {
     discardContent();
     content = new Host(std::move(body));
-    layout()->addWidget(content);
-    // At once: the window would otherwise be drawn without content in between, and shrink to nothing.
-    content->show();
+    // Before the window knows of it, which would otherwise shrink to nothing for a moment. A window without a
+    // size is taken off the screen and loses the keyboard.
     content->renderNow();
+    layout()->addWidget(content);
+    content->show();
     layout()->activate();
     closeButton->raise();
     if (!std::exchange(isPlaced, true))

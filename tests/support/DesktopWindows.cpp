@@ -48,6 +48,17 @@ bool DesktopWindows::isShown(xcb_window_t window) const
     return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
 }
 
+bool DesktopWindows::isKeyboardGrabbed() const
+{
+    const auto cookie = xcb_grab_keyboard(
+        connection.get(), 0, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    const XcbReply<xcb_grab_keyboard_reply_t> reply(
+        xcb_grab_keyboard_reply(connection.get(), cookie, nullptr));
+    xcb_ungrab_keyboard(connection.get(), XCB_CURRENT_TIME);
+    xcb_flush(connection.get());
+    return reply && reply->status == XCB_GRAB_STATUS_ALREADY_GRABBED;
+}
+
 QRect DesktopWindows::place(xcb_window_t window) const
 {
     const auto sizeCookie = xcb_get_geometry(connection.get(), window);

@@ -21,6 +21,8 @@ public:
     /// The window that has the keyboard, as the manager says.
     xcb_window_t active() const;
     bool isShown(xcb_window_t window) const;
+    /// Whether somebody, such as the manager while it moves a window, keeps the keys from all windows.
+    bool isKeyboardGrabbed() const;
     /// Where the window stands on the screen, in pixels, without a frame.
     QRect place(xcb_window_t window) const;
     /// Of all windows at a place of the screen, the one that is seen there.
