@@ -275,9 +275,27 @@ void Host::apply(const View& view, QWidget& widget) const
 
 void Host::discard(QWidget* widget)
 {
+    passFocusOn(*widget);
     widget->hide();
     widget->setParent(nullptr);
     widget->deleteLater();
+}
+
+// Qt does this only while the window has the keyboard.
+void Host::passFocusOn(const QWidget& leaving)
+{
+    auto* const focus = leaving.window()->focusWidget();
+    if (!focus || (focus != &leaving && !leaving.isAncestorOf(focus)))
+        return;
+    const auto takes = [&](const QWidget& widget) {
+        return &widget != &leaving && !leaving.isAncestorOf(&widget) && widget.isEnabled()
+            && widget.isVisibleTo(leaving.window()) && (widget.focusPolicy() & Qt::TabFocus);
+    };
+    auto* next = focus->nextInFocusChain();
+    while (next != focus && !takes(*next))
+        next = next->nextInFocusChain();
+    if (next != focus)
+        next->setFocus();
 }
 
 // Qt's own order is that of creation; a button that came later would be last.

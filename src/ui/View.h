@@ -122,6 +122,7 @@ private:
     void reconcileChildren(Stack& stack, const std::vector<View>& children);
     void apply(const View& view, QWidget& widget) const;
     static void discard(QWidget* widget);
+    static void passFocusOn(const QWidget& leaving);
     void chainTabOrder();
 
     std::function<View()> body;
