@@ -38,6 +38,19 @@ QRect placeOf(const Host& host, const QWidget* widget)
     return widget->rect().translated(widget->mapTo(&host, QPoint()));
 }
 
+/// The box of all that is drawn on a plain ground.
+QRect inkOf(const QImage& picture)
+{
+    QRect ink;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (picture.pixel(x, y) != picture.pixel(0, 0))
+                ink |= QRect(x, y, 1, 1);
+        }
+    }
+    return ink;
+}
+
 /// Counts the events of some types that reach a widget or anything inside it.
 class EventCounter final : public QObject {
 public:
@@ -100,6 +113,10 @@ private slots:
     void thoseThatFillTheWidthShareItEqually();
     void aLabelWithoutRoomIsTruncated();
     void aParagraphIsNeverTruncated();
+    void aParagraphDoesNotEndInASingleWord_data();
+    void aParagraphDoesNotEndInASingleWord();
+    void aParagraphKeepsLongWordsWhole_data();
+    void aParagraphKeepsLongWordsWhole();
     void theTabKeyGoesDownTheScreenAlsoToLateComers();
     void theFocusRingShowsOnlyToThoseWhoUseTheKeyboard();
     void aStackWithATextIsReadAsOneElement();
@@ -623,6 +640,61 @@ void HostTest::aParagraphIsNeverTruncated()
     QCOMPARE(shown->height(), needed.height());
 }
 
+void HostTest::aParagraphDoesNotEndInASingleWord_data()
+{
+    QTest::addColumn<Qt::LayoutDirection>("direction");
+
+    QTest::newRow("left to right") << Qt::LeftToRight;
+    QTest::newRow("right to left") << Qt::RightToLeft;
+}
+
+void HostTest::aParagraphDoesNotEndInASingleWord()
+{
+    QFETCH(const Qt::LayoutDirection, direction);
+    const QString first = "a text whose second to last word goes with the";
+    const QString text = first + " last";
+    const QFontMetrics metrics(font(13));
+    // All but the last word fits into the first line, and only just.
+    const int width = metrics.horizontalAdvance(first) + 2;
+    Host host([&] { return column({ paragraph(text) }).width(width); });
+    host.setLayoutDirection(direction);
+
+    host.show();
+
+    const auto* shown = labelWith(host, text);
+    QCOMPARE(shown->height(), 2 * metrics.height());
+    const auto line = QRect(0, metrics.height(), width, metrics.height());
+    const auto ink = inkOf(const_cast<QLabel*>(shown)->grab(line).toImage());
+    QVERIFY(std::abs(ink.width() - metrics.horizontalAdvance("the last")) <= 3);
+    QVERIFY((direction == Qt::LeftToRight ? ink.left() : width - 1 - ink.right()) <= 2);
+}
+
+void HostTest::aParagraphKeepsLongWordsWhole_data()
+{
+    QTest::addColumn<Qt::Alignment>("alignment");
+
+    QTest::newRow("aligned") << Qt::Alignment(Qt::AlignLeft);
+    QTest::newRow("centered") << Qt::Alignment(Qt::AlignHCenter);
+}
+
+void HostTest::aParagraphKeepsLongWordsWhole()
+{
+    QFETCH(const Qt::Alignment, alignment);
+    const QString first = "unwahrscheinlicherweise";
+    const QFontMetrics metrics(font(13));
+    const int width = metrics.horizontalAdvance(first) + 2;
+    QString text = first;
+    Host host([&] { return column({ paragraph(text, alignment) }).width(width); });
+    host.show();
+    const auto alone = host.grab().toImage();
+
+    text += " selbstverständlich";
+    host.renderNow();
+
+    QCOMPARE(host.height(), 2 * metrics.height());
+    QCOMPARE(inkOf(host.grab().toImage().copy(alone.rect())).width(), inkOf(alone).width());
+}
+
 void HostTest::theTabKeyGoesDownTheScreenAlsoToLateComers()
 {
     bool hasMiddle = false;
@@ -663,7 +735,7 @@ void HostTest::theFocusRingShowsOnlyToThoseWhoUseTheKeyboard()
     const auto withFocus = host.grab().toImage();
 
     const auto control = placeOf(host, buttonWith(host, "last"));
-    const QPoint beside(control.left() - 2, control.center().y());
+    const QPoint beside(control.left() - 3, control.center().y());
     QVERIFY(withFocus.pixelColor(beside) != withoutFocus.pixelColor(beside));
     const auto other = placeOf(host, buttonWith(host, "first"));
     QCOMPARE(withFocus.copy(other), withoutFocus.copy(other));

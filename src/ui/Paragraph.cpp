@@ -4,7 +4,9 @@
 #include <QStyle>
 #include <QTextLayout>
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <utility>
 
 namespace {
@@ -28,6 +30,23 @@ Marked withoutMarks(const QString& markdown)
         marked.text += parts[i];
     }
     return marked;
+}
+
+bool endsInOneWord(const QTextLayout& layout)
+{
+    const auto last = layout.lineAt(layout.lineCount() - 1);
+    const auto text = QStringView(layout.text()).mid(last.textStart(), last.textLength()).trimmed();
+    return std::ranges::none_of(text, [](QChar character) { return character.isSpace(); });
+}
+
+/// Whether a word is too long for its line.
+bool overflows(const QTextLayout& layout)
+{
+    for (int i = 0; i < layout.lineCount(); ++i) {
+        if (const auto line = layout.lineAt(i); line.naturalTextWidth() > line.width())
+            return true;
+    }
+    return false;
 }
 
 class Paragraph final : public QLabel {
@@ -63,39 +82,62 @@ protected:
     void paintEvent(QPaintEvent*) override
     {
         QTextLayout layout;
-        const int width = lineWidth(layout);
+        const double unused = rect().width() - lineWidth(layout);
+        const auto visual = QStyle::visualAlignment(layoutDirection(), alignment());
+        const double left = isCentered() ? unused / 2 : visual.testFlag(Qt::AlignRight) ? unused : 0;
         QPainter painter(this);
         painter.setPen(palette().color(QPalette::WindowText));
-        layout.draw(&painter, QPointF((rect().width() - width) / 2.0, 0));
+        layout.draw(&painter, QPointF(left, 0));
     }
 
 private:
-    /// Lays out what is painted and returns how wide its lines may be.
+    bool isCentered() const { return alignment().testFlag(Qt::AlignHCenter); }
+
+    /// Lays out what is painted and returns how wide its lines may be. Nowhere is the last one a single word,
+    /// if that costs no further line.
     int lineWidth(QTextLayout& layout) const
     {
-        int width = rect().width();
-        layOut(layout, width);
-        if (!alignment().testFlag(Qt::AlignHCenter))
-            return width;
-        // As narrow as the same number of lines allows: the last line is then not a single word.
+        const int whole = rect().width();
+        layOut(layout, whole);
         const int lines = layout.lineCount();
-        int tooNarrow = 0;
-        while (width - tooNarrow > 1) {
-            const int middle = (width + tooNarrow) / 2;
-            layOut(layout, middle);
-            (layout.lineCount() > lines ? tooNarrow : width) = middle;
+        const auto isTooNarrow
+            = [lines](const QTextLayout& narrow) { return narrow.lineCount() > lines || overflows(narrow); };
+        int width = whole;
+        if (isCentered()) {
+            // As narrow as they can be, and so about equally long.
+            width = greatestWidth(layout, isTooNarrow) + 1;
+        } else if (endsInOneWord(layout)) {
+            width = greatestWidth(layout,
+                [&](const QTextLayout& narrow) { return isTooNarrow(narrow) || !endsInOneWord(narrow); });
         }
-        layOut(layout, width);
+        layOut(layout, width, QTextOption::WordWrap);
+        if (isTooNarrow(layout))
+            layOut(layout, width = whole);
         return width;
     }
 
+    /// The greatest width at which the lines are as wanted, when they are at every lesser one. Words stay
+    /// whole.
+    int greatestWidth(QTextLayout& layout, const std::function<bool(const QTextLayout&)>& isWanted) const
+    {
+        int wanted = 0;
+        int tooWide = rect().width();
+        while (tooWide - wanted > 1) {
+            const int middle = (wanted + tooWide) / 2;
+            layOut(layout, middle, QTextOption::WordWrap);
+            (isWanted(layout) ? wanted : tooWide) = middle;
+        }
+        return wanted;
+    }
+
     /// Returns the height of all lines.
-    double layOut(QTextLayout& layout, int width) const
+    double layOut(QTextLayout& layout, int width,
+        QTextOption::WrapMode mode = QTextOption::WrapAtWordBoundaryOrAnywhere) const
     {
         // Written as the text itself reads, in whatever direction the window does.
         QTextOption option(QStyle::visualAlignment(layoutDirection(), alignment()) | Qt::AlignAbsolute);
         option.setTextDirection(text().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
-        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        option.setWrapMode(mode);
         layout.setTextOption(option);
         layout.setFont(font());
         layout.setText(QString(text()).replace('\n', QChar::LineSeparator));
