@@ -328,10 +328,11 @@ protected:
 private:
     void paintBox(QPainter& painter, const QRectF& box) const
     {
-        const auto accent = palette().color(QPalette::Highlight);
+        const auto mark = palette().color(QPalette::HighlightedText);
+        const auto fill = fillUnderText(palette().color(QPalette::Highlight), mark);
         if (isChecked()) {
-            painter.fillPath(continuousRect(box, cornerRadius), isDown() ? accent.darker(115) : accent);
-            QPen pen(palette().color(QPalette::HighlightedText), 1.8);
+            painter.fillPath(continuousRect(box, cornerRadius), isDown() ? fill.darker(120) : fill);
+            QPen pen(mark, 1.8);
             pen.setCapStyle(Qt::RoundCap);
             pen.setJoinStyle(Qt::RoundJoin);
             painter.setPen(pen);

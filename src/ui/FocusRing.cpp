@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr int thickness = 3;
+constexpr int thickness = 2;
 // Between the control and its ring, so that the ring does not touch the control's text.
-constexpr int gap = 1;
+constexpr int gap = 2;
 
 }
 
@@ -38,11 +38,9 @@ void FocusRing::follow()
 
 void FocusRing::paintEvent(QPaintEvent*)
 {
-    auto color = palette().color(QPalette::Highlight);
-    color.setAlphaF(0.6F);
     constexpr double half = thickness / 2.0;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(color, thickness));
+    painter.setPen(QPen(palette().color(QPalette::Highlight), thickness));
     painter.drawPath(continuousRect(QRectF(rect()).adjusted(half, half, -half, -half), 5 + gap + half));
 }
