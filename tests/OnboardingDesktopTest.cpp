@@ -25,7 +25,7 @@ constexpr xcb_keysym_t keysymEnter = 0xff8d;
 
 constexpr QSize assistantSize(540, 560);
 /// The middle of the close button, from the window's top right corner.
-constexpr QPoint closeButton(-25, 25);
+constexpr QPoint closeButton(-21, 21);
 
 }
 

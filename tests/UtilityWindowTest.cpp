@@ -180,8 +180,8 @@ void UtilityWindowTest::theCloseButtonStandsInTheCornerWhereReadingEnds()
 
     const auto button = buttonWith(window, "Close")->geometry();
     const int end = direction == Qt::LeftToRight ? window.width() - 1 - button.right() : button.left();
-    QCOMPARE(end, 14);
-    QCOMPARE(button.top(), 14);
+    QCOMPARE(end, 10);
+    QCOMPARE(button.top(), 10);
 }
 
 void UtilityWindowTest::theCloseButtonAndItsShortcutClose_data()

@@ -190,7 +190,7 @@ void UtilityWindow::center()
 
 void UtilityWindow::placeCloseButton()
 {
-    constexpr int margin = 14;
+    constexpr int margin = 10;
     const auto corner = rect().adjusted(margin, margin, -margin, -margin);
     closeButton->setGeometry(
         QStyle::alignedRect(layoutDirection(), Qt::AlignTop | Qt::AlignRight, closeButton->size(), corner));
