@@ -8,16 +8,20 @@
 #include "ui/Transition.h"
 
 #include <QAbstractButton>
+#include <QAbstractEventDispatcher>
 #include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
+#include <QSet>
 #include <QTest>
 
 #include <algorithm>
 #include <chrono>
 #include <functional>
+#include <utility>
 #include <vector>
 
 using namespace std::chrono_literals;
@@ -130,6 +134,28 @@ const Transition* transition(const QWidget& window)
     return nullptr;
 }
 
+/// Counts the events that the application handles.
+class Doings final : public QObject {
+public:
+    Doings() { QCoreApplication::instance()->installEventFilter(this); }
+
+    bool eventFilter(QObject*, QEvent*) override
+    {
+        ++count;
+        return false;
+    }
+
+    /// Since the last call.
+    int soFar()
+    {
+        QCoreApplication::processEvents();
+        return std::exchange(count, 0);
+    }
+
+private:
+    int count = 0;
+};
+
 QColor pixel(QWidget& window, QPoint place)
 {
     const auto picture = window.grab().toImage();
@@ -156,11 +182,15 @@ private slots:
     void finishingClosesTheWindowAndIsRemembered();
     void afterFinishingTheSameWindowIsShownAgain();
     void closingIsNotFinishing();
+    void theWindowGoesWithItsController();
     void eachShowingBringsTheWindowToTheFront();
 
     // The pages' flow.
     void theButtonsLeadFromPageToPage();
     void returnLeadsFromPageToPage();
+    void returnAndEnterGoOnWhereverTheFocusIs_data();
+    void returnAndEnterGoOnWhereverTheFocusIs();
+    void aControlThatGoesLeavesTheFocusToTheNext();
     void twoPressesAtOnceAreTwoSteps();
     void continueWorksWithoutThePermission();
     void theDotsStandInTheMiddleOnEveryPage_data();
@@ -175,7 +205,10 @@ private slots:
     void theDonePageTellsWhereTheProgramLives();
     void longerTextsAreNeverCutOff_data();
     void longerTextsAreNeverCutOff();
+    void aScreenReaderHearsEverything_data();
     void aScreenReaderHearsEverything();
+    void anAssistantThatIsOpenAndIdleDoesNothing_data();
+    void anAssistantThatIsOpenAndIdleDoesNothing();
 
     // The pictures.
     void aMissingPictureIsReplacedByItsSymbol_data();
@@ -344,6 +377,16 @@ void OnboardingTest::closingIsNotFinishing()
     QCOMPARE(assistant.platform.setting("hasCompletedOnboarding"), std::nullopt);
 }
 
+void OnboardingTest::theWindowGoesWithItsController()
+{
+    ShownAssistant assistant;
+    const QPointer<QWidget> window = &assistant.show();
+
+    assistant.state.reset();
+
+    QVERIFY(!window);
+}
+
 void OnboardingTest::eachShowingBringsTheWindowToTheFront()
 {
     ShownAssistant assistant;
@@ -384,6 +427,74 @@ void OnboardingTest::returnLeadsFromPageToPage()
 
     QVERIFY(!window.isVisible());
     QVERIFY(assistant.state->hasCompletedOnboarding);
+}
+
+void OnboardingTest::returnAndEnterGoOnWhereverTheFocusIs_data()
+{
+    QTest::addColumn<int>("page");
+    QTest::addColumn<QString>("focus");
+    QTest::addColumn<Qt::Key>("key");
+
+    const QStringList controls[pageCount] {
+        { "Close", "Get Started" },
+        { "Close", "Back", "Continue" },
+        { "Close", settingsButton, "Back", "Continue" },
+        { "Close", "Show live counts next to the menu bar icon", "Launch Knucklet at login", "Back",
+            "Finish" },
+    };
+    for (int page = 0; page < pageCount; ++page) {
+        for (const auto& control : controls[page]) {
+            QTest::addRow("Return on page %d, %s", page, qPrintable(control))
+                << page << control << Qt::Key_Return;
+            QTest::addRow("Enter on page %d, %s", page, qPrintable(control))
+                << page << control << Qt::Key_Enter;
+        }
+    }
+}
+
+void OnboardingTest::returnAndEnterGoOnWhereverTheFocusIs()
+{
+    QFETCH(const int, page);
+    QFETCH(const QString, focus);
+    QFETCH(const Qt::Key, key);
+    ShownAssistant assistant;
+    auto& window = assistant.show(page);
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    buttonWith(window, focus)->setFocus();
+    assistant.platform.calls.clear();
+
+    QTest::keyClick(window.focusWidget(), key);
+    QCoreApplication::processEvents();
+
+    const bool isLast = page == pageCount - 1;
+    QCOMPARE(window.isVisible(), !isLast);
+    QCOMPARE(bool { assistant.state->hasCompletedOnboarding }, isLast);
+    if (!isLast)
+        QCOMPARE(shownPage(window), page + 1);
+    QCOMPARE(callsOf(assistant.platform).filter("request access"), QStringList());
+    QVERIFY(!assistant.state->showCountsInMenuBar);
+    QVERIFY(!assistant.state->launchAtLogin);
+}
+
+void OnboardingTest::aControlThatGoesLeavesTheFocusToTheNext()
+{
+    ShownAssistant assistant;
+    auto& window = assistant.show(1);
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    buttonWith(window, "Back")->setFocus();
+
+    QTest::keyClick(window.focusWidget(), Qt::Key_Space);
+    QTRY_COMPARE(shownPage(window), 0);
+    const auto* afterBack = window.focusWidget();
+    const auto* goOn = buttonWith(window, "Get Started");
+    assistant.show(2);
+    buttonWith(window, settingsButton)->setFocus();
+    assistant.platform.grantAccess();
+    assistant.platform.advance(2s);
+    QTRY_VERIFY(!buttonWith(window, settingsButton));
+
+    QCOMPARE(afterBack, goOn);
+    QCOMPARE(window.focusWidget(), buttonWith(window, "Back"));
 }
 
 void OnboardingTest::twoPressesAtOnceAreTwoSteps()
@@ -620,8 +731,25 @@ void OnboardingTest::longerTextsAreNeverCutOff()
     }
 }
 
+void OnboardingTest::aScreenReaderHearsEverything_data()
+{
+    QTest::addColumn<int>("page");
+    QTest::addColumn<QString>("primary");
+    QTest::addColumn<QStringList>("controls");
+
+    QTest::newRow("welcome") << 0 << "Get Started" << QStringList();
+    QTest::newRow("privacy") << 1 << "Continue" << QStringList { "Back" };
+    QTest::newRow("permission") << 2 << "Continue" << QStringList { settingsButton, "Back" };
+    QTest::newRow("done") << 3 << "Finish"
+                          << QStringList { "Show live counts next to the menu bar icon",
+                                 "Launch Knucklet at login", "Back" };
+}
+
 void OnboardingTest::aScreenReaderHearsEverything()
 {
+    QFETCH(const int, page);
+    QFETCH(const QString, primary);
+    QFETCH(const QStringList, controls);
     ShownAssistant assistant;
     QStringList heard;
     const std::function<void(QAccessibleInterface*)> walk = [&](QAccessibleInterface* element) {
@@ -632,15 +760,63 @@ void OnboardingTest::aScreenReaderHearsEverything()
             walk(element->child(i));
     };
 
-    auto& window = assistant.show(3);
+    auto& window = assistant.show(page);
     walk(QAccessible::queryAccessibleInterface(&window));
 
-    for (const auto* expected : { "Knucklet Setup", "You're counting!", "Page 4 of 4", "Back", "Finish",
-             "Close", "Show live counts next to the menu bar icon", "Launch Knucklet at login" })
-        QVERIFY2(heard.contains(expected), expected);
-    const auto* finish = QAccessible::queryAccessibleInterface(buttonWith(window, "Finish"));
-    QVERIFY(finish->state().defaultButton);
-    QCOMPARE(finish->role(), QAccessible::PushButton);
+    const auto said = texts(window) + controls
+        + QStringList { "Knucklet Setup", "Close", QString("Page %1 of 4").arg(page + 1), primary };
+    QCOMPARE(QSet(heard.begin(), heard.end()), QSet(said.begin(), said.end()));
+    // Nothing is said twice, and nothing without a name can be reached.
+    QCOMPARE(heard.size(), said.size());
+    for (const auto* button : window.findChildren<QAbstractButton*>())
+        QVERIFY(!button->text().isEmpty() || !button->accessibleName().isEmpty());
+    const auto* goOn = QAccessible::queryAccessibleInterface(buttonWith(window, primary));
+    QVERIFY(goOn->state().defaultButton);
+    QCOMPARE(goOn->role(), QAccessible::PushButton);
+    for (const auto* box : window.findChildren<QCheckBox*>())
+        QCOMPARE(QAccessible::queryAccessibleInterface(const_cast<QCheckBox*>(box))->role(),
+            QAccessible::CheckBox);
+}
+
+void OnboardingTest::anAssistantThatIsOpenAndIdleDoesNothing_data()
+{
+    QTest::addColumn<int>("page");
+    QTest::addColumn<bool>("isGranted");
+
+    for (int page = 0; page < pageCount; ++page) {
+        QTest::addRow("page %d", page) << page << false;
+        QTest::addRow("page %d, counting", page) << page << true;
+    }
+}
+
+void OnboardingTest::anAssistantThatIsOpenAndIdleDoesNothing()
+{
+    QFETCH(const int, page);
+    QFETCH(const bool, isGranted);
+    ShownAssistant assistant;
+    if (isGranted)
+        assistant.platform.grantAccess();
+    assistant.start();
+    const auto timers = assistant.platform.runningTimers();
+    auto& window = assistant.show(page);
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    Doings doings;
+    QTRY_COMPARE(doings.soFar(), 0);
+    assistant.platform.calls.clear();
+
+    assistant.platform.advance(60s);
+    const int doingsOfAMinute = doings.soFar();
+
+    // The poll asks for the permission, and that is all.
+    QCOMPARE(assistant.platform.runningTimers(), timers);
+    auto calls = callsOf(assistant.platform);
+    calls.removeAll("read clock");
+    QCOMPARE(calls, QStringList(isGranted ? 0 : 30, "preflight"));
+    QCOMPARE(doingsOfAMinute, 0);
+    const auto* dispatcher = QAbstractEventDispatcher::instance();
+    for (auto* object : window.findChildren<QObject*>())
+        QVERIFY(dispatcher->registeredTimers(object).isEmpty());
+    QVERIFY(dispatcher->registeredTimers(&window).isEmpty());
 }
 
 void OnboardingTest::aMissingPictureIsReplacedByItsSymbol_data()
