@@ -1,7 +1,6 @@
 #include "support/Injector.h"
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
-#include "support/Screenshot.h"
 #include "support/VirtualDesktop.h"
 
 #include <QDBusConnection>
@@ -20,10 +19,6 @@ const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 constexpr xcb_keysym_t keysymA = 0x61;
 constexpr xcb_keysym_t keysymShift = 0xffe1;
 constexpr xcb_keysym_t keysymCapsLock = 0xffe5;
-constexpr xcb_keysym_t keysymEscape = 0xff1b;
-
-/// The bar and the line below it, in pixels.
-constexpr int barHeight = 29;
 
 /// Types and clicks at a place as fast as the server takes it: `blocks` times twenty keys and five clicks,
 /// among motion, wheel, modifiers and one key that is held for a while.
@@ -87,9 +82,6 @@ private slots:
     void theLabelIsThereOnlyWhenItIsWanted();
     void theToolTipFollowsTheCounts();
     void nothingIsSentWhileTheVisibleTextIsUnchanged();
-    void aClickOnTheIconOpensThePanelBesideItAndASecondClosesIt();
-    void thePanelFollowsEveryPress();
-    void escapeClosesThePanel();
     void everyPressOfABurstIsInTheFile();
     void everyPressOfABurstAcrossMidnightIsInTheFile();
     void everyOrderlyEndSaves_data();
@@ -103,10 +95,6 @@ private slots:
 
 private:
     void clickIcon(const RunningKnucklet& knucklet);
-    QImage workArea() const
-    {
-        return screenshot(desktop->display(), QRect(0, barHeight, 1280, 800 - barHeight));
-    }
 
     std::unique_ptr<VirtualDesktop> desktop;
     std::unique_ptr<Injector> injector;
@@ -214,53 +202,6 @@ void DesktopTest::clickIcon(const RunningKnucklet& knucklet)
     injector->moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
     injector->click();
     injector->sync();
-}
-
-void DesktopTest::aClickOnTheIconOpensThePanelBesideItAndASecondClosesIt()
-{
-    RunningKnucklet knucklet(*desktop, program);
-    QVERIFY(knucklet.awaitItem());
-    const auto before = workArea();
-
-    clickIcon(knucklet);
-    QTRY_VERIFY(difference(before, workArea()).width() == 300);
-    const auto panel = difference(before, workArea());
-    clickIcon(knucklet);
-
-    QTRY_VERIFY(difference(before, workArea()).isNull());
-    // In the corner below the icon: on the bar's edge and at the right end of the screen.
-    QCOMPARE(panel.top(), 0);
-    QCOMPARE(panel.right(), 1279);
-}
-
-void DesktopTest::thePanelFollowsEveryPress()
-{
-    RunningKnucklet knucklet(*desktop, program);
-    QVERIFY(knucklet.awaitItem());
-    const auto before = workArea();
-    clickIcon(knucklet);
-    QTRY_VERIFY(difference(before, workArea()).width() == 300);
-
-    for (int i = 0; i < 3; ++i) {
-        const auto opened = workArea();
-        injector->typeKey(injector->keyCode(keysymA));
-        injector->sync();
-        QTRY_VERIFY(!difference(opened, workArea()).isNull());
-    }
-}
-
-void DesktopTest::escapeClosesThePanel()
-{
-    RunningKnucklet knucklet(*desktop, program);
-    QVERIFY(knucklet.awaitItem());
-    const auto before = workArea();
-    clickIcon(knucklet);
-    QTRY_VERIFY(difference(before, workArea()).width() == 300);
-
-    injector->typeKey(injector->keyCode(keysymEscape));
-    injector->sync();
-
-    QTRY_VERIFY(difference(before, workArea()).isNull());
 }
 
 void DesktopTest::everyPressOfABurstIsInTheFile()

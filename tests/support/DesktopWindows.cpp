@@ -72,6 +72,25 @@ QRect DesktopWindows::place(xcb_window_t window) const
     return { place->dst_x, place->dst_y, size->width, size->height };
 }
 
+QStringList DesktopWindows::states(xcb_window_t window) const
+{
+    QStringList names;
+    for (const auto state : property(window, "_NET_WM_STATE")) {
+        const XcbReply<xcb_get_atom_name_reply_t> reply(
+            xcb_get_atom_name_reply(connection.get(), xcb_get_atom_name(connection.get(), state), nullptr));
+        if (reply)
+            names << QString::fromLatin1(
+                xcb_get_atom_name_name(reply.get()), xcb_get_atom_name_name_length(reply.get()));
+    }
+    return names;
+}
+
+xcb_window_t DesktopWindows::manager() const
+{
+    const auto window = property(root, "_NET_SUPPORTING_WM_CHECK");
+    return window.empty() ? xcb_window_t { XCB_WINDOW_NONE } : window.front();
+}
+
 xcb_window_t DesktopWindows::top(QPoint place) const
 {
     // From the root downwards: managers put windows into frames of their own.
@@ -125,6 +144,10 @@ xcb_window_t DesktopWindows::openOther(const QRect& place) const
         static_cast<std::uint16_t>(place.width()), static_cast<std::uint16_t>(place.height()), 0,
         XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK,
         values.data());
+    // WM_NORMAL_HINTS of ICCCM: place and size are the user's choice, not to be improved on.
+    constexpr std::array<std::uint32_t, 18> hints { 1U | 1U << 1 };
+    xcb_change_property(connection.get(), XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NORMAL_HINTS,
+        XCB_ATOM_WM_SIZE_HINTS, 32, static_cast<std::uint32_t>(hints.size()), hints.data());
     xcb_map_window(connection.get(), window);
     tellManager(window, "_NET_ACTIVE_WINDOW", { pagerSource });
     return window;
@@ -133,8 +156,15 @@ xcb_window_t DesktopWindows::openOther(const QRect& place) const
 int DesktopWindows::receivedPresses() const
 {
     int presses = 0;
-    while (const XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) })
-        presses += (event->response_type & 0x7f) == XCB_KEY_PRESS;
+    while (const XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) }) {
+        if ((event->response_type & 0x7f) != XCB_KEY_PRESS)
+            continue;
+        ++presses;
+        const auto& press = reinterpret_cast<const xcb_key_press_event_t&>(*event);
+        xcb_change_property(connection.get(), XCB_PROP_MODE_REPLACE, press.event, atom("_NET_WM_USER_TIME"),
+            XCB_ATOM_CARDINAL, 32, 1, &press.time);
+    }
+    xcb_flush(connection.get());
     return presses;
 }
 

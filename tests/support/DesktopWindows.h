@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QRect>
 #include <QString>
+#include <QStringList>
 
 #include <array>
 #include <cstdint>
@@ -25,6 +26,10 @@ public:
     bool isKeyboardGrabbed() const;
     /// Where the window stands on the screen, in pixels, without a frame.
     QRect place(xcb_window_t window) const;
+    /// The names in the window's _NET_WM_STATE.
+    QStringList states(xcb_window_t window) const;
+    /// The window by which the manager says that it is there; each manager has another one.
+    xcb_window_t manager() const;
     /// Of all windows at a place of the screen, the one that is seen there.
     xcb_window_t top(QPoint place) const;
 
@@ -37,7 +42,7 @@ public:
     /// Opens a window of another program and gives it the keyboard.
     xcb_window_t openOther(const QRect& place) const;
     /// How many presses, repeats among them, the windows of the other program have received since the last
-    /// call.
+    /// call. The manager learns, as from any program, when its user last typed.
     int receivedPresses() const;
 
 private:

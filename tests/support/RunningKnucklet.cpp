@@ -99,8 +99,13 @@ bool RunningKnucklet::awaitCounting()
 
 QRect RunningKnucklet::icon() const
 {
-    // The tray ends the bar, and a bar without icons has one color there.
-    const QRect tray(desktop.size().width() - 22, 2, 22, 24);
+    // The tray ends the bar.
+    return icon({ desktop.size().width() - 22, 2, 22, 24 });
+}
+
+QRect RunningKnucklet::icon(const QRect& tray) const
+{
+    // A bar without icons has one color there.
     const auto picture = screenshot(desktop.display(), tray);
     QImage empty(picture.size(), picture.format());
     empty.fill(picture.pixelColor(0, 0));

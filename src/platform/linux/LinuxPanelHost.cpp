@@ -46,6 +46,8 @@ void LinuxPanelHost::prepare(NativeWindow panel) { keepAboveAndOutOfLists(panel)
 
 void LinuxPanelHost::watchPressesOutside(std::function<void()> pressed)
 {
+    // Presses from before the panel was there, such as that on the icon, are none outside it.
+    input.drain();
     pressedOutside = std::move(pressed);
     input.watchButtons([this](X11Input::ButtonMove move) {
         if (move == X11Input::ButtonMove::Pressed)
@@ -68,14 +70,17 @@ void LinuxPanelHost::stopWatching()
 
 bool LinuxPanelHost::isClickSpent() const
 {
+    // The bus may be faster than the server: the click's own press must have been heard of.
+    input.drain();
     return isPressHeld || (sinceRelease.isValid() && !sinceRelease.hasExpired(clickDelay));
 }
 
 void LinuxPanelHost::buttonPressed()
 {
+    // What a bar reports from now on is a click of this press.
+    isPressHeld = false;
+    sinceRelease.invalidate();
     if (!pressedOutside) {
-        // Another press before the release of the one that closed the panel: that release was missed.
-        isPressHeld = false;
         input.watchButtons({});
         return;
     }
@@ -88,9 +93,8 @@ void LinuxPanelHost::buttonPressed()
 
 void LinuxPanelHost::buttonReleased()
 {
-    if (!std::exchange(isPressHeld, false))
-        return;
-    sinceRelease.start();
-    if (!pressedOutside)
-        input.watchButtons({});
+    // The watch goes on: only another press tells apart a click that the bar is slow to report from a new
+    // one.
+    if (std::exchange(isPressHeld, false))
+        sinceRelease.start();
 }
