@@ -48,7 +48,7 @@ private slots:
 
     void theKeyboardIsThePanelsAtOnce();
     void theKeyboardReachesEveryControlInOrder();
-    void spaceActs();
+    void spaceAndReturnAct();
 
     void noTaskBarListsIt();
 
@@ -321,7 +321,7 @@ void PanelTest::theKeyboardReachesEveryControlInOrder()
     QTRY_COMPARE(reader.window("Knucklet")->focused()->name, "Quit Knucklet");
 }
 
-void PanelTest::spaceActs()
+void PanelTest::spaceAndReturnAct()
 {
     QVERIFY(user->run(program));
     QVERIFY(user->open());
@@ -331,6 +331,10 @@ void PanelTest::spaceActs()
     QTRY_VERIFY(settingsFile(user->desktop).contains("showCountsInMenuBar=true"));
     user->type(XK_space);
     QTRY_VERIFY(settingsFile(user->desktop).contains("showCountsInMenuBar=false"));
+
+    user->type(XK_Tab, 3);
+    user->type(XK_Return);
+    QVERIFY(user->knucklet->awaitEnd());
 }
 
 void PanelTest::noTaskBarListsIt()

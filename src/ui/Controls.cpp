@@ -162,7 +162,8 @@ public:
     {
         setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
         setAttribute(Qt::WA_Hover);
-        setAutoDefault(false);
+        // Return presses it, as Space does.
+        setAutoDefault(true);
         connect(this, &QPushButton::clicked, this, [this] { action(); });
     }
 
@@ -244,7 +245,8 @@ public:
     {
         setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
         setAttribute(Qt::WA_Hover);
-        setAutoDefault(false);
+        // Return presses it, as Space does.
+        setAutoDefault(true);
         connect(this, &QPushButton::clicked, this, [this] { action(); });
     }
 
