@@ -2,6 +2,7 @@
 #include "support/SavedCounts.h"
 #include "support/ScreenReader.h"
 #include "support/Screenshot.h"
+#include "support/SettingsPortal.h"
 
 #include <QFile>
 #include <QTest>
@@ -51,6 +52,7 @@ private slots:
     void spaceAndReturnAct();
 
     void noTaskBarListsIt();
+    void theLookFollowsTheDesktop();
 
 private:
     std::unique_ptr<PanelOnDesktop> user;
@@ -350,6 +352,21 @@ void PanelTest::noTaskBarListsIt()
         user->type(XK_Escape);
         QTRY_VERIFY(!user->isOpen());
     }
+}
+
+void PanelTest::theLookFollowsTheDesktop()
+{
+    const auto background = [this] { return user->picture().pixelColor(7, 7).lightness(); };
+    SettingsPortal portal(user->desktop, SettingsPortal::Look::Dark);
+    QVERIFY(user->run(program));
+    QVERIFY(user->open());
+    QTRY_COMPARE_LT(background(), 60);
+
+    portal.setLook(SettingsPortal::Look::Light);
+    QTRY_COMPARE_GT(background(), 200);
+
+    portal.setLook(SettingsPortal::Look::Dark);
+    QTRY_COMPARE_LT(background(), 60);
 }
 
 QTEST_GUILESS_MAIN(PanelTest)

@@ -38,6 +38,9 @@ LinuxAppearance::LinuxAppearance(const QDBusConnection& bus)
     if (!bus.isConnected())
         return;
     qDBusRegisterMetaType<SettingGroups>();
+    // QtDBus knows the type, but it looks up the arguments of a slot by their names, and connects to nothing
+    // when it finds none.
+    qRegisterMetaType<QDBusVariant>();
     this->bus.connect(portalService, portalPath, settingsInterface, "SettingChanged", this,
         SLOT(settingChanged(QString, QString, QDBusVariant)));
     // At login the portal may come after this program.
