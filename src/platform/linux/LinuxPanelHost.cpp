@@ -5,6 +5,7 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QtMath>
 
 #include <utility>
 
@@ -27,18 +28,23 @@ ScreenArea LinuxPanelHost::workArea(ScreenPoint place) const
     if (!screen)
         screen = QGuiApplication::primaryScreen();
     const QRect points = screen->geometry();
-    // The toolkit knows the bars only where there is one screen. Screens keep their origin when they are
-    // scaled; only their extent shrinks.
+    // Screens keep their origin when they are scaled; only their extent shrinks.
     const qreal scale = screen->devicePixelRatio();
     const QRect pixels(points.topLeft(), (QSizeF(points.size()) * scale).toSize());
     const QRect free = withoutBars(pixels);
-    const auto toPoints
-        = [scale](int pixel, int origin) { return origin + qRound((pixel - origin) / scale); };
-    const int left = toPoints(free.left(), points.left());
-    const int top = toPoints(free.top(), points.top());
-    const int right = toPoints(free.left() + free.width(), points.left());
-    const int bottom = toPoints(free.top() + free.height(), points.top());
-    const QRect area = QRect(left, top, right - left, bottom - top).intersected(screen->availableGeometry());
+    // Points that fall between two pixels go to the pixel after, and none under a bar.
+    const auto pointAfter
+        = [scale](int pixel, int origin) { return origin + qCeil((pixel - origin - 0.5) / scale); };
+    const auto pointBefore
+        = [scale](int pixel, int origin) { return origin + qFloor((pixel - origin) / scale); };
+    const int left = pointAfter(free.left(), points.left());
+    const int top = pointAfter(free.top(), points.top());
+    const int right = pointBefore(free.left() + free.width(), points.left());
+    const int bottom = pointBefore(free.top() + free.height(), points.top());
+    QRect area(left, top, right - left, bottom - top);
+    // Bars that only the toolkit knows. Among several screens it takes those of one from all.
+    if (QGuiApplication::screens().size() == 1)
+        area &= screen->availableGeometry();
     return { area.x(), area.y(), area.width(), area.height() };
 }
 
