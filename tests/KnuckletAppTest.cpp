@@ -8,7 +8,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <algorithm>
 #include <chrono>
 #include <ctime>
 
@@ -39,6 +38,16 @@ struct FakeApp {
     FakePlatform platform;
 };
 
+/// The panel, while it is open.
+QWidget* openPanel()
+{
+    for (auto* window : QApplication::topLevelWidgets()) {
+        if (window->windowTitle() == "Knucklet" && window->isVisible())
+            return window;
+    }
+    return nullptr;
+}
+
 /// The button or check box with that text in whatever window is open.
 QAbstractButton* button(const QString& text)
 {
@@ -49,12 +58,6 @@ QAbstractButton* button(const QString& text)
         }
     }
     return nullptr;
-}
-
-bool isPanelOpen()
-{
-    return std::ranges::any_of(
-        QApplication::topLevelWidgets(), [](const QWidget* window) { return window->isVisible(); });
 }
 
 }
@@ -75,6 +78,7 @@ private slots:
     void theAssistantsCheckBoxPutsTheCountsIntoTheMenuBarAtOnce();
     void theMenuQuits();
     void anotherStartOpensThePanelAndLeavesItOpen();
+    void thePanelStandsOnABarAtTheBottomWhateverItsHeight();
     void aWindowOpensBesideItsPlaceWithinTheWorkArea_data();
     void aWindowOpensBesideItsPlaceWithinTheWorkArea();
 };
@@ -208,13 +212,34 @@ void KnuckletAppTest::anotherStartOpensThePanelAndLeavesItOpen()
 {
     FakeApp fake;
     const KnuckletApp app(fake.platform);
-    QVERIFY(!isPanelOpen());
+    QVERIFY(!openPanel());
 
     fake.platform.startAgain();
-    QVERIFY(isPanelOpen());
+    QVERIFY(openPanel());
     fake.platform.startAgain();
 
-    QVERIFY(isPanelOpen());
+    QVERIFY(openPanel());
+}
+
+void KnuckletAppTest::thePanelStandsOnABarAtTheBottomWhateverItsHeight()
+{
+    FakeApp fake;
+    fake.platform.withdrawAccess();
+    const KnuckletApp app(fake.platform);
+    fake.platform.clickMenuBarItem({ 400, 799 });
+    const auto* panel = openPanel();
+    QVERIFY(panel);
+    const int heightWithoutAccess = panel->height();
+    QCOMPARE(panel->geometry().bottom(), 599);
+
+    // The banner gives way to a smaller one.
+    fake.platform.grantAccess();
+    fake.platform.refuseTap();
+    fake.platform.advance(2s);
+
+    QTRY_COMPARE_LT(panel->height(), heightWithoutAccess);
+    QCOMPARE(panel->geometry().bottom(), 599);
+    QCOMPARE(panel->geometry().left(), 250);
 }
 
 void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea_data()
