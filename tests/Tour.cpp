@@ -57,19 +57,21 @@ public:
         if (!QTest::qWaitFor([&] { return knucklet.toolTip().contains("1.2k keys · 56 clicks"); }, patience))
             return fail("the counts do not follow: " + knucklet.toolTip());
 
-        const auto before = screen();
+        const DesktopWindows windows(desktop.display());
+        const auto panel = [&windows] { return windows.find("Knucklet"); };
         click(injector, 1, knucklet.icon().center());
-        if (!QTest::qWaitFor([&] { return !difference(before, screen()).isNull(); }, patience))
+        if (!QTest::qWaitFor(
+                [&] { return panel() != XCB_WINDOW_NONE && windows.isShown(panel()); }, patience))
             return fail("the panel does not open");
-        const auto panel = difference(before, screen());
         type(injector, 66);
         if (!QTest::qWaitFor([&] { return knucklet.toolTip().contains("1.3k keys · 57 clicks"); }, patience))
             return fail("the counts do not follow: " + knucklet.toolTip());
 
         const QRect bar(desktop.size().width() - 400, 0, 400, barHeight);
-        return save("menu-bar", screenshot(desktop.display(), bar)) && save("desktop", screen())
-            && save("panel", screenshot(desktop.display(), panel.translated(0, barHeight)))
-            && openDayCard(injector, panel.translated(0, barHeight))
+        const auto place = windows.place(panel());
+        return save("menu-bar", screenshot(desktop.display(), bar))
+            && save("desktop", screenshot(desktop.display(), QRect({}, desktop.size())))
+            && save("panel", screenshot(desktop.display(), place)) && openDayCard(injector, windows, place)
             && (knucklet.end(SIGTERM) || fail("the program does not end"));
     }
 
@@ -89,9 +91,8 @@ private:
         return QTest::qWaitFor([&] { return assistantPicture(desktop).isNull(); }, patience)
             || fail("the assistant does not close");
     }
-    bool openDayCard(Injector& injector, const QRect& panel)
+    bool openDayCard(Injector& injector, const DesktopWindows& windows, const QRect& panel) const
     {
-        const DesktopWindows windows(desktop.display());
         // The share button is the last thing in the panel's first line.
         click(injector, 1, panel.topRight() + QPoint(-22, 24));
         const auto card = [&] { return windows.find("Day Card"); };
@@ -107,11 +108,6 @@ private:
         if (!QTest::qWaitFor(isComplete, patience))
             return fail("the day card stays incomplete");
         return save("day-card", picture());
-    }
-    QImage screen() const
-    {
-        return screenshot(desktop.display(),
-            QRect(QPoint(0, barHeight), desktop.size()).intersected(QRect({}, desktop.size())));
     }
     static void type(Injector& injector, int keys)
     {

@@ -195,6 +195,7 @@ private slots:
     void fastInputIsCountedExactly();
     void pressesOfABurstAreTakenTogether();
     void aBurstHoldsNothingBackFromWhoeverWatchesButtons();
+    void whoeverWatchesButtonsIsNotToldOfThePressesBefore();
     void motionWakesNobody();
     void keysWakeNobodyWhileOnlyTheMonitorRuns();
     void aClickWakesNobodyAfterTheMonitorIsRemoved();
@@ -609,6 +610,23 @@ void X11InputTest::aBurstHoldsNothingBackFromWhoeverWatchesButtons()
     QTRY_COMPARE(moves, 2);
 
     QCOMPARE_GT(wakeUps.count, 0);
+}
+
+void X11InputTest::whoeverWatchesButtonsIsNotToldOfThePressesBefore()
+{
+    X11Input input;
+    Reports reports;
+    startTap(input, reports);
+    injector->click();
+    injector->sync();
+    int moves = 0;
+
+    input.watchButtons([&moves](X11Input::ButtonMove) { ++moves; });
+    injector->click();
+    injector->sync();
+
+    QTRY_COMPARE(reports.clicks(), 2);
+    QTRY_COMPARE(moves, 2);
 }
 
 void X11InputTest::motionWakesNobody()

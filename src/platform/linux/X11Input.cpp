@@ -84,10 +84,14 @@ X11Input::~X11Input() = default;
 
 void X11Input::watchButtons(std::function<void(ButtonMove)> moved)
 {
+    if (moved && !buttonMoved) {
+        // Not of the presses before, such as the one that opened the panel, but at once of every one from now
+        // on.
+        drain();
+        if (notifier)
+            endBurst();
+    }
     buttonMoved = std::move(moved);
-    // Whoever waits for a button to move is told at once.
-    if (buttonMoved && notifier)
-        endBurst();
     select();
 }
 
@@ -103,10 +107,13 @@ void X11Input::drain()
         awaitServer(deadline);
     } while (!received.empty() && !deadline.hasExpired());
 
+    if (received.empty())
+        return;
     // Presses that still wait for the keyboard are held against the one that was known last.
     question.reset();
     keyboardHasChanged = false;
     handleReceived();
+    keyboardHasChanged = true;
 }
 
 /// A round trip: what the server sent before its answer has been dispatched by then.
@@ -224,7 +231,8 @@ void X11Input::announced()
     const bool isBurst = sincePress.isValid() && !sincePress.hasExpired(burstGap.count());
     sincePress.start();
     dispatch();
-    if (isBurst && !buttonMoved) {
+    // Presses that wait for an answer of the server wait for nothing else.
+    if (isBurst && !buttonMoved && !question) {
         notifier->setEnabled(false);
         burst->start();
     }
@@ -232,7 +240,7 @@ void X11Input::announced()
 
 void X11Input::fetchBurst()
 {
-    if (!dispatch())
+    if (!dispatch() || question)
         endBurst();
 }
 
