@@ -39,8 +39,7 @@ public:
 
     milliseconds aheadOfUtc(Moment moment) const
     {
-        ucal_setMillis(
-            calendar.getAlias(), static_cast<UDate>(moment.time_since_epoch().count()), &status);
+        ucal_setMillis(calendar.getAlias(), static_cast<UDate>(moment.time_since_epoch().count()), &status);
         return milliseconds(ucal_get(calendar.getAlias(), UCAL_ZONE_OFFSET, &status)
             + ucal_get(calendar.getAlias(), UCAL_DST_OFFSET, &status));
     }
@@ -144,7 +143,8 @@ std::string Walk::run()
     for (const auto edge : edges) {
         if (!wrong.empty())
             break;
-        const std::array<std::int64_t, 4> distances { -1, 0, any(-10'000, 10'000), any(-7'200'000, 7'200'000) };
+        const std::array<std::int64_t, 4> distances { -1, 0, any(-10'000, 10'000),
+            any(-7'200'000, 7'200'000) };
         goTo(edge + milliseconds(distances[static_cast<std::size_t>(any(0, 3))]));
         wrong = takeSteps(5);
     }
@@ -233,7 +233,9 @@ std::string Walk::fault() const
         return "other counts on the screen on " + model.today;
     if (state->store.allTime() != counted)
         return "another sum on " + model.today;
-    return state->store.count(model.today) == model.counted(model.today) ? "" : "other counts kept for " + model.today;
+    return state->store.count(model.today) == model.counted(model.today)
+        ? ""
+        : "other counts kept for " + model.today;
 }
 
 std::string Walk::faultAtTheEnd()
