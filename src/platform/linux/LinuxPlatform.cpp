@@ -1,4 +1,5 @@
 #include "platform/Platform.h"
+#include "platform/linux/InputSource.h"
 #include "platform/linux/LinuxAppearance.h"
 #include "platform/linux/LinuxClock.h"
 #include "platform/linux/LinuxDesktop.h"
@@ -14,6 +15,8 @@
 #include "platform/linux/LinuxShareSheet.h"
 #include "platform/linux/LinuxTimers.h"
 #include "platform/linux/LinuxWindowActivation.h"
+#include "platform/linux/Session.h"
+#include "platform/linux/SessionLock.h"
 #include "platform/linux/X11Input.h"
 
 #include <QDBusConnection>
@@ -32,7 +35,7 @@ public:
     ListenAccess& listenAccess() override { return access; }
     LoginItem& loginItem() override { return autostart; }
     MenuBarItem& menuBarItem() override { return item; }
-    MouseMonitor& mouseMonitor() override { return input.mouseMonitor(); }
+    MouseMonitor& mouseMonitor() override { return x11.mouseMonitor(); }
     PanelHost& panelHost() override { return panel; }
     Pasteboard& pasteboard() override { return clipboard; }
     SavePanel& savePanel() override { return saveDialog; }
@@ -42,7 +45,9 @@ public:
     WindowActivation& windowActivation() override { return windows; }
 
 private:
-    X11Input input;
+    SessionLock lock { QDBusConnection::systemBus() };
+    X11Input x11;
+    InputSource input { x11, libexecProgram("knucklet-tap"), [this] { return lock.isLocked(); } };
     LinuxAppearance portalSettings { QDBusConnection::sessionBus() };
     LinuxClock wallClock;
     LinuxFolders userFolders;
@@ -51,7 +56,7 @@ private:
     LinuxListenAccess access;
     LinuxLoginItem autostart;
     LinuxMenuBarItem item { QDBusConnection::sessionBus() };
-    LinuxPanelHost panel { input };
+    LinuxPanelHost panel { x11 };
     LinuxPasteboard clipboard;
     LinuxSavePanel saveDialog { QDBusConnection::sessionBus() };
     LinuxSettings settingsFile;
