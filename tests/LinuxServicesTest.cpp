@@ -1,6 +1,5 @@
 #include "platform/linux/LinuxClock.h"
 #include "platform/linux/LinuxFolders.h"
-#include "platform/linux/LinuxListenAccess.h"
 #include "platform/linux/LinuxLoginItem.h"
 #include "platform/linux/LinuxSettings.h"
 #include "platform/linux/LinuxTimers.h"
@@ -90,9 +89,6 @@ private slots:
     void theEntryStartsAnExecutableOfAnyName_data();
     void theEntryStartsAnExecutableOfAnyName();
     void theEntryQuotesWhatDesktopsReplace();
-
-    void onlyAWaylandSessionHidesItsInput_data();
-    void onlyAWaylandSessionHidesItsInput();
 
 private:
     QString settingsFile() const { return folder->filePath("Knucklet/Knucklet.conf"); }
@@ -572,33 +568,6 @@ void LinuxServicesTest::theEntryQuotesWhatDesktopsReplace()
     const QByteArray entry = QByteArray::fromStdString(autostartEntry("/opt/100% %f/knucklet"));
 
     QVERIFY2(entry.contains("\nExec=\"/opt/100%% %%f/knucklet\"\n"), entry.constData());
-}
-
-void LinuxServicesTest::onlyAWaylandSessionHidesItsInput_data()
-{
-    QTest::addColumn<QString>("sessionType");
-    QTest::addColumn<QString>("waylandDisplay");
-    QTest::addColumn<bool>("isGranted");
-
-    QTest::newRow("an X session") << "x11" << QString() << true;
-    QTest::newRow("an X server started by hand") << QString() << QString() << true;
-    QTest::newRow("a session that names its type") << "wayland" << QString() << false;
-    QTest::newRow("a session that names its display") << QString() << "wayland-0" << false;
-    QTest::newRow("an empty display is none") << "tty"
-                                              << "" << true;
-}
-
-void LinuxServicesTest::onlyAWaylandSessionHidesItsInput()
-{
-    QFETCH(QString, sessionType);
-    QFETCH(QString, waylandDisplay);
-    QFETCH(bool, isGranted);
-    LinuxListenAccess access;
-
-    setEnvironment("XDG_SESSION_TYPE", sessionType);
-    setEnvironment("WAYLAND_DISPLAY", waylandDisplay);
-
-    QCOMPARE(access.preflight(), isGranted);
 }
 
 QTEST_GUILESS_MAIN(LinuxServicesTest)

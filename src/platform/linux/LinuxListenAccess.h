@@ -2,10 +2,40 @@
 
 #include "platform/ListenAccess.h"
 
+#include <QProcess>
+#include <QString>
+
+#include <sys/stat.h>
+
+#include <optional>
+
 /// An X server shows its input to every client, so that nothing needs granting there. A Wayland session shows
-/// it to nobody, and has nobody to ask.
+/// it to nobody; there the right is that of knucklet-tap to read the input devices, which knucklet-grant
+/// gives to it once and for all.
 class LinuxListenAccess final : public ListenAccess {
 public:
+    LinuxListenAccess(const QString& tapProgram, const QString& grantProgram);
+
     bool preflight() override;
-    void request() override { }
+    void request() override;
+
+private:
+    /// What is known of the helper's file, on which its right depends.
+    struct State {
+        ino_t file = 0;
+        mode_t mode = 0;
+        gid_t group = 0;
+        std::int64_t changed = 0;
+
+        bool operator==(const State&) const = default;
+    };
+
+    std::optional<State> helperState() const;
+    std::optional<bool> askHelper() const;
+
+    QString tapProgram;
+    QString grantProgram;
+    QProcess grant;
+    std::optional<State> askedFor;
+    bool isGranted = false;
 };

@@ -45,15 +45,16 @@ public:
     WindowActivation& windowActivation() override { return windows; }
 
 private:
+    QString tapProgram = libexecProgram("knucklet-tap");
     SessionLock lock { QDBusConnection::systemBus() };
     X11Input x11;
-    InputSource input { x11, libexecProgram("knucklet-tap"), [this] { return lock.isLocked(); } };
+    InputSource input { x11, tapProgram, [this] { return lock.isLocked(); } };
     LinuxAppearance portalSettings { QDBusConnection::sessionBus() };
     LinuxClock wallClock;
     LinuxFolders userFolders;
     LinuxInstance place { QDBusConnection::sessionBus(), userFolders };
     LinuxDesktop running { [this] { input.drain(); }, [this] { place.makeWay(); } };
-    LinuxListenAccess access;
+    LinuxListenAccess access { tapProgram, libexecProgram("knucklet-grant") };
     LinuxLoginItem autostart;
     LinuxMenuBarItem item { QDBusConnection::sessionBus() };
     LinuxPanelHost panel { x11 };
