@@ -24,6 +24,7 @@ private slots:
     void withoutTheRightOnlyTheXServersClicksCount();
     void theRightIsNoticedWhileTheProgramRuns();
     void whatTheHelperStillHoldsIsSavedAtTheEnd();
+    void programsThatItStartsChooseForThemselves();
 
 private:
     /// The program in a folder with this helper, which may count once its file has the set-group-ID bit.
@@ -102,6 +103,17 @@ void WaylandSessionTest::whatTheHelperStillHoldsIsSavedAtTheEnd()
     QVERIFY(knucklet.end(SIGTERM));
 
     QCOMPARE(savedCounts(*desktop), (Counts { .keys = 7, .clicks = 1 }));
+}
+
+void WaylandSessionTest::programsThatItStartsChooseForThemselves()
+{
+    const QString program
+        = programWith("echo \"${QT_QPA_PLATFORM-none}\" >" + folder->filePath("chosen").toUtf8() + "\ncat\n");
+    QCOMPARE(chmod(QFile::encodeName(helper()).constData(), 02700), 0);
+
+    RunningKnucklet knucklet(*desktop, program, session);
+
+    QTRY_COMPARE(readLines(*folder, "chosen"), QList<QByteArray>({ "none" }));
 }
 
 QTEST_GUILESS_MAIN(WaylandSessionTest)

@@ -24,8 +24,27 @@
 
 namespace {
 
+constexpr const char* toolkitPlatform = "QT_QPA_PLATFORM";
+constexpr const char* xServerFirst = "xcb;wayland";
+
+/// A Wayland session places windows as it likes; its X server, where it has one, lets the panel stand beside
+/// its icon.
+void preferXServer()
+{
+    if (isWaylandSession() && qEnvironmentVariableIsSet("DISPLAY")
+        && !qEnvironmentVariableIsSet(toolkitPlatform))
+        qputenv(toolkitPlatform, xServerFirst);
+}
+
 class LinuxPlatform final : public Platform {
 public:
+    LinuxPlatform()
+    {
+        // The choice is made by now, and not one for the programs that this one starts.
+        if (qgetenv(toolkitPlatform) == xServerFirst)
+            qunsetenv(toolkitPlatform);
+    }
+
     Appearance& appearance() override { return portalSettings; }
     Clock& clock() override { return wallClock; }
     Desktop& desktop() override { return running; }
@@ -76,6 +95,7 @@ void prepareApplication()
 {
     if (qgetenv("XDG_CURRENT_DESKTOP") != "KDE")
         QGuiApplication::setDesktopSettingsAware(false);
+    preferXServer();
 }
 
 std::unique_ptr<Platform> makePlatform() { return std::make_unique<LinuxPlatform>(); }
