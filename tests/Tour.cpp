@@ -1,6 +1,7 @@
 // knucklet-tour PROGRAM FOLDER: uses the program on a virtual desktop, with real input, and leaves pictures
 // of it.
 
+#include "platform/linux/Xcb.h"
 #include "support/AssistantOnScreen.h"
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
@@ -9,15 +10,25 @@
 #include "support/VirtualDesktop.h"
 
 #include <QCoreApplication>
+#include <QDate>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTest>
 
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
+#include <tuple>
 
 namespace {
 
 constexpr int patience = 20000;
+/// What has not changed for so long stays as it is, in milliseconds: no animation here takes longer.
+constexpr int stillness = 600;
+/// A night blue in which light and dark windows stand out.
+constexpr std::uint32_t backdrop = 0x2f4058;
 /// The bar and the line below it, in pixels.
 constexpr int barHeight = 29;
 /// Of <X11/keysymdef.h>.
@@ -27,6 +38,30 @@ bool fail(const QString& what)
 {
     std::fprintf(stderr, "The tour stopped: %s\n", qPrintable(what));
     return false;
+}
+
+/// The stats file of somebody who has had the program for a few days.
+QByteArray weekBefore(QDate today)
+{
+    constexpr struct {
+        int keys;
+        int clicks;
+    } days[] { { 8240, 1730 }, { 9612, 2105 }, { 3117, 640 }, { 1406, 388 }, { 7395, 1912 }, { 5020, 1174 } };
+    QJsonObject table;
+    for (const auto& day : days) {
+        today = today.addDays(-1);
+        table[today.toString(Qt::ISODate)] = QJsonObject { { "keys", day.keys }, { "clicks", day.clicks } };
+    }
+    return QJsonDocument(table).toJson(QJsonDocument::Compact);
+}
+
+void fillBackdrop(const QByteArray& display)
+{
+    const XcbConnection connection(xcb_connect(display.constData(), nullptr));
+    const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+    xcb_change_window_attributes(connection.get(), root, XCB_CW_BACK_PIXEL, &backdrop);
+    xcb_clear_area(connection.get(), 0, root, 0, 0, 0, 0);
+    xcb_flush(connection.get());
 }
 
 /// Shows what the program looks like while somebody uses it.
@@ -44,10 +79,12 @@ public:
             return fail("no folder for the pictures");
         if (!desktop.start())
             return fail(desktop.failure());
+        writeStatsFile(desktop, weekBefore(QDate::currentDate()));
 
         RunningKnucklet knucklet(desktop, program);
         if (!knucklet.awaitItem() || !QTest::qWaitFor([&] { return !knucklet.icon().isNull(); }, patience))
             return fail("the icon does not appear");
+        fillBackdrop(desktop.display());
 
         Injector injector(desktop.display());
         if (!goThroughTheAssistant(injector))
@@ -69,9 +106,11 @@ public:
 
         const QRect bar(desktop.size().width() - 400, 0, 400, barHeight);
         const auto place = windows.place(panel());
-        return save("menu-bar", screenshot(desktop.display(), bar))
-            && save("desktop", screenshot(desktop.display(), QRect({}, desktop.size())))
-            && save("panel", screenshot(desktop.display(), place)) && openDayCard(injector, windows, place)
+        // Off the icon, whose tooltip would cover the panel.
+        moveTo(injector, place.bottomLeft() + QPoint(60, 60));
+        return save("panel", stillPicture(place)) && save("menu-bar", stillPicture(bar))
+            && save("desktop", stillPicture(QRect({}, desktop.size())))
+            && openDayCard(injector, windows, place)
             && (knucklet.end(SIGTERM) || fail("the program does not end"));
     }
 
@@ -83,7 +122,8 @@ private:
         for (int page = 0; page < 4; ++page) {
             if (!QTest::qWaitFor([&] { return assistantPage(desktop) == page; }, patience))
                 return fail("the assistant does not show its next page");
-            if (!save(pages[page], assistantPicture(desktop)))
+            const DesktopWindows windows(desktop.display());
+            if (!save(pages[page], stillPicture(windows.place(windows.find(assistantTitle)))))
                 return false;
             injector.typeKey(injector.keyCode(keysymReturn));
             injector.sync();
@@ -99,15 +139,26 @@ private:
         if (!QTest::qWaitFor([&] { return card() != XCB_WINDOW_NONE && windows.isShown(card()); }, patience))
             return fail("the day card does not open");
         // Its last button comes a moment later, where the window was empty.
-        const auto place = windows.place(card());
-        const auto picture = [&] { return screenshot(desktop.display(), place); };
-        const auto isComplete = [&] {
-            const auto row = picture().copy(0, place.height() - 25, place.width(), 1);
-            return qGray(row.pixel(place.width() * 5 / 6, 0)) == 255;
-        };
-        if (!QTest::qWaitFor(isComplete, patience))
-            return fail("the day card stays incomplete");
-        return save("day-card", picture());
+        // Its last button comes a moment later.
+        return save("day-card", stillPicture(windows.place(card())));
+    }
+    /// The picture that an area of the screen comes to rest at; the last one when it never does.
+    QImage stillPicture(const QRect& area) const
+    {
+        QImage picture = screenshot(desktop.display(), area);
+        QElapsedTimer sinceChange;
+        sinceChange.start();
+        std::ignore = QTest::qWaitFor(
+            [&] {
+                const auto next = screenshot(desktop.display(), area);
+                if (next != picture) {
+                    picture = next;
+                    sinceChange.restart();
+                }
+                return sinceChange.hasExpired(stillness);
+            },
+            patience);
+        return picture;
     }
     static void type(Injector& injector, int keys)
     {
@@ -115,9 +166,14 @@ private:
             injector.typeKey(injector.keyCode('a'));
         injector.sync();
     }
-    static void click(Injector& injector, int clicks, QPoint place)
+    static void moveTo(Injector& injector, QPoint place)
     {
         injector.moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
+        injector.sync();
+    }
+    static void click(Injector& injector, int clicks, QPoint place)
+    {
+        moveTo(injector, place);
         for (int i = 0; i < clicks; ++i)
             injector.click();
         injector.sync();
