@@ -12,6 +12,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
+#include <QTimer>
 
 #include <sys/inotify.h>
 
@@ -114,6 +115,7 @@ private slots:
     void fiftyStartsAtOnceLeaveOneInstance_data();
     void fiftyStartsAtOnceLeaveOneInstance();
     void aStartThatGetsNoAnswerEndsAsWell();
+    void aStartWhileTheLastInstanceEndsCounts();
     void afterAKillTheNextStartCounts_data();
     void afterAKillTheNextStartCounts();
     void desktopsActivateTheApplication();
@@ -235,6 +237,22 @@ void InstanceTest::aStartThatGetsNoAnswerEndsAsWell()
     QVERIFY(first.send(SIGCONT));
     QTRY_VERIFY(isPanelOpen());
     QVERIFY(first.end(SIGTERM));
+}
+
+// For the last moments of its life a process has the name and no longer the object that is asked for.
+void InstanceTest::aStartWhileTheLastInstanceEndsCounts()
+{
+    auto ending = QDBusConnection::connectToBus(desktop->busAddress(), "ending");
+    QVERIFY(ending.registerService(serviceName));
+    QTimer::singleShot(500, this, [&] { ending.unregisterService(serviceName); });
+
+    RunningKnucklet knucklet(*desktop, program);
+
+    QVERIFY(knucklet.awaitCounting());
+    type(*injector, 7);
+    QVERIFY(knucklet.end(SIGTERM));
+    QCOMPARE(savedCounts(*desktop), (Counts { 7, 0 }));
+    QDBusConnection::disconnectFromBus("ending");
 }
 
 void InstanceTest::afterAKillTheNextStartCounts_data() { anotherStartOpensThePanelAndEnds_data(); }

@@ -170,4 +170,6 @@ void LinuxDesktop::willTerminate()
     drainInput();
     for (const auto& observer : observers)
         observer();
+    // Who is started from here on must not leave because of an instance that is as good as gone.
+    makeWay();
 }

@@ -15,7 +15,7 @@ class QSocketNotifier;
 class LinuxDesktop final : public Desktop {
 public:
     /// `drainInput` counts what the system has delivered so far; it is called once, before the observers.
-    /// `makeWay` is called before another instance is started.
+    /// `makeWay` is called before another instance is started, and after the observers.
     LinuxDesktop(std::function<void()> drainInput, std::function<void()> makeWay);
     LinuxDesktop(const LinuxDesktop&) = delete;
     LinuxDesktop& operator=(const LinuxDesktop&) = delete;

@@ -8,6 +8,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
+#include <QDeadlineTimer>
 #include <QSocketNotifier>
 
 #include <fcntl.h>
@@ -15,6 +16,7 @@
 
 #include <array>
 #include <filesystem>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -27,8 +29,10 @@ const QString applicationInterface = QStringLiteral("org.freedesktop.Application
 
 /// How long an instance that is being started may take to answer.
 constexpr std::chrono::milliseconds activationPatience = 2s;
-/// How long the last save of an instance that makes way may take.
-constexpr std::chrono::milliseconds filesPatience = 10s;
+/// How long an instance that ends may take, its last save included.
+constexpr std::chrono::milliseconds endPatience = 10s;
+/// How long the bus may take to free the name. It does so by itself when the process is gone.
+constexpr std::chrono::milliseconds releasePatience = 1s;
 
 /// Nothing when something else lies in its place, or when there is no runtime folder.
 FileDescriptor openPipe()
@@ -71,8 +75,13 @@ void LinuxInstance::onStartedAgain(std::function<void()> startedAgain)
 
 void LinuxInstance::makeWay()
 {
-    if (application)
-        bus.unregisterService(serviceName);
+    if (application) {
+        // Not by Qt's own function, which waits for a bus that hangs much longer.
+        auto call = QDBusMessage::createMethodCall(
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "ReleaseName");
+        call << serviceName;
+        bus.call(call, QDBus::Block, static_cast<int>(releasePatience.count()));
+    }
     pipeNotifier.reset();
     pipe = {};
 }
@@ -94,20 +103,21 @@ LinuxInstance::Place LinuxInstance::takeName()
             .properties = {},
             .emits = {},
         });
-    // An instance that has the name but does not answer may be ending: then the name is free again.
-    for (int attempt = 0; attempt < 3; ++attempt) {
+    const QDeadlineTimer deadline(endPatience);
+    for (;;) {
         const auto reply = bus.interface()->registerService(serviceName);
         if (!reply.isValid())
             return Place::Unknown;
         if (reply.value() == QDBusConnectionInterface::ServiceRegistered)
             return Place::Taken;
-        if (activateOther())
-            break;
+        if (activateOther() || deadline.hasExpired())
+            return Place::HeldByAnother;
+        // Who has the name and does not answer, or refuses at once, is ending: soon the name is free.
+        std::this_thread::sleep_for(10ms);
     }
-    return Place::HeldByAnother;
 }
 
-/// False when there was no answer.
+/// False when there was no answer, or a refusal.
 bool LinuxInstance::activateOther()
 {
     auto call
@@ -153,7 +163,7 @@ bool LinuxInstance::lockFiles()
     dataLock = FileDescriptor(open(
         (folder / "lock").c_str(), O_RDWR | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, S_IRUSR | S_IWUSR));
     // Where no lock can be made nothing can be saved either, and the program runs for its counters.
-    return lockFile(dataLock, filesPatience) != LockResult::HeldByAnother;
+    return lockFile(dataLock, endPatience) != LockResult::HeldByAnother;
 }
 
 // Later, so that who has started the program has its answer first.
