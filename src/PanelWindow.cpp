@@ -8,9 +8,11 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QPainterPath>
 #include <QScreen>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -85,8 +87,14 @@ void PanelWindow::keyPressEvent(QKeyEvent* event)
 void PanelWindow::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.setPen(QPen(palette().color(QPalette::Mid), 1));
-    painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
+    // Whole pixels, and as many of them on each side.
+    const double ratio = devicePixelRatioF();
+    const double thickness = std::floor(ratio) / ratio;
+    const QRectF inside = QRectF(rect()).adjusted(thickness, thickness, -thickness, -thickness);
+    QPainterPath line;
+    line.addRect(rect());
+    line.addRect(inside);
+    painter.fillPath(line, palette().color(QPalette::Mid));
 }
 
 void PanelWindow::resizeEvent(QResizeEvent* event)

@@ -33,6 +33,15 @@ int blur(const QImage& picture, QPoint from, int length)
     return step > 30 ? between : length;
 }
 
+/// How many pixels from the edge inward have the color of the edge.
+int lineThickness(const QImage& picture, QPoint edge, QPoint inward)
+{
+    int thickness = 1;
+    while (picture.pixel(edge + thickness * inward) == picture.pixel(edge))
+        ++thickness;
+    return thickness;
+}
+
 }
 
 /// Where the panel of the real program opens, in which size and how sharp: beside its icon wherever the bar
@@ -156,8 +165,16 @@ void PanelPlaceTest::itIsSharpAtEveryScale()
     QCOMPARE_LE(area.top() - barHeight, 1);
     QCOMPARE_LE(screen().right() - area.right(), 1);
 
-    // The upright edge at the left of a symbol, the keyboard.
+    // The line around it has whole pixels, and the same number on each side.
     const auto picture = user->picture();
+    const auto middle = picture.rect().center();
+    const int thickness = static_cast<int>(scale);
+    QCOMPARE(lineThickness(picture, { 0, middle.y() }, { 1, 0 }), thickness);
+    QCOMPARE(lineThickness(picture, { picture.width() - 1, middle.y() }, { -1, 0 }), thickness);
+    QCOMPARE(lineThickness(picture, { middle.x(), 0 }, { 0, 1 }), thickness);
+    QCOMPARE(lineThickness(picture, { middle.x(), picture.height() - 1 }, { 0, -1 }), thickness);
+
+    // The upright edge at the left of a symbol, the keyboard.
     const auto place = (QPointF(19, 66) * scale).toPoint();
     QCOMPARE_LE(blur(picture, place, qRound(8 * scale)), 1);
     QVERIFY(
