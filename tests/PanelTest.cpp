@@ -38,7 +38,7 @@ private slots:
     void theCheckBoxesTakeEffectAtOnce();
     void itsButtonsOpenTheirWindows_data();
     void itsButtonsOpenTheirWindows();
-    void quittingByTheButtonSaves();
+    void quittingByTheButtonWhileTypingSaves();
 
     void aPressOutsideClosesIt_data();
     void aPressOutsideClosesIt();
@@ -163,17 +163,22 @@ void PanelTest::itsButtonsOpenTheirWindows()
     }
 }
 
-void PanelTest::quittingByTheButtonSaves()
+void PanelTest::quittingByTheButtonWhileTypingSaves()
 {
     ScreenReader reader(user->desktop);
     QVERIFY(reader.start());
     QVERIFY(user->run(program));
     QVERIFY(user->open());
-    user->type(XK_a, 20);
-
     const auto window = reader.window("Knucklet");
     QVERIFY(window && window->find("Quit Knucklet"));
-    user->click(window->find("Quit Knucklet")->area.center());
+
+    // The panel is brought up to date with each key, while the button is held down.
+    user->moveTo(window->find("Quit Knucklet")->area.center());
+    user->injector->pressButton(1);
+    user->type(XK_a, 20);
+    QTRY_VERIFY(reader.window("Knucklet")->find("Keys: 20"));
+    user->injector->releaseButton(1);
+    user->injector->sync();
 
     QVERIFY(user->knucklet->awaitEnd());
     // Two clicks: on the icon and on the button.
