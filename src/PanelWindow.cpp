@@ -51,13 +51,14 @@ void PanelWindow::openBeside(ScreenPoint newPlace)
     moveIntoPlace();
     const NativeWindow window { winId() };
     panelHost.prepare(window);
+    // Before it is shown, so that even a press on the heels of that on the icon closes it.
+    panelHost.watchPressesOutside([this] { hide(); });
     show();
     raise();
     activateWindow();
     // Not on a control: the keyboard reaches the first one with Tab, and nothing looks chosen before.
     setFocus(Qt::PopupFocusReason);
     activation.activate(window);
-    panelHost.watchPressesOutside([this] { hide(); });
 }
 
 bool PanelWindow::event(QEvent* event)
