@@ -24,7 +24,11 @@ double segmentHeight(std::int64_t count, std::int64_t scale, double chartHeight)
 
 DayBar dayBar(const DayCount& count, std::int64_t scale, double chartHeight)
 {
-    return { segmentHeight(count.keys, scale, chartHeight), segmentHeight(count.clicks, scale, chartHeight) };
+    return {
+        .keysHeight = segmentHeight(count.keys, scale, chartHeight),
+        .clicksHeight = segmentHeight(count.clicks, scale, chartHeight),
+        .isEmpty = total(count) == 0,
+    };
 }
 
 void paintDayBar(QPainter& painter, const QRectF& box, const DayBar& bar, const ThemeColor& stub)
@@ -36,7 +40,7 @@ void paintDayBar(QPainter& painter, const QRectF& box, const DayBar& bar, const 
                 resolved(color, primary));
         }
     };
-    if (bar.isEmpty()) {
+    if (bar.isEmpty) {
         fill(box.bottom(), 3, stub);
         return;
     }

@@ -13,8 +13,9 @@ class QRectF;
 struct DayBar {
     double keysHeight = 0;
     double clicksHeight = 0;
+    /// The total is 0.
+    bool isEmpty = true;
 
-    bool isEmpty() const { return keysHeight == 0 && clicksHeight == 0; }
     bool operator==(const DayBar&) const = default;
 };
 

@@ -109,6 +109,7 @@ private slots:
     void theChartHasAColumnForEachDay();
     void aBarIsAsHighAsItsShareOfThePeak();
     void aWeekWithoutActivityHasStubsOnly();
+    void aDayWhoseTotalIsZeroIsAStub();
     void aCountIsNeverTooSmallToBeSeen();
     void theGapStaysAlsoBelowABarWithoutClicks();
     void aBarMayReachOutOfItsAreaAtTheTop();
@@ -496,6 +497,19 @@ void ShareCardViewTest::aWeekWithoutActivityHasStubsOnly()
         QCOMPARE(stub.box.height(), 3.0);
         QCOMPARE(stub.brush.color().rgba64(), white(0.12F).rgba64());
     }
+}
+
+// A file may say anything.
+void ShareCardViewTest::aDayWhoseTotalIsZeroIsAStub()
+{
+    FakeCard card(statsOf({ { "2026-11-14", 5, -5 }, { "2026-11-15", 7, 0 } }));
+
+    const auto drawing = drawn(card.view());
+
+    const auto found = bars(*drawing);
+    QCOMPARE(found.size(), std::size_t { 7 });
+    QCOMPARE(found[5].box.height(), 3.0);
+    QCOMPARE(found[5].brush.color().rgba64(), white(0.12F).rgba64());
 }
 
 void ShareCardViewTest::aCountIsNeverTooSmallToBeSeen()
