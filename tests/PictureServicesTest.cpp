@@ -89,6 +89,7 @@ private slots:
     void aCancelledPortalDialogIsSilent();
     void anAnswerWithoutALocalFileIsSilent();
     void withoutAPortalTheToolkitAsks();
+    void thePlaceThatTheUserChoosesInTheToolkitsDialogIsHandedOn_data();
     void thePlaceThatTheUserChoosesInTheToolkitsDialogIsHandedOn();
     void aCancelledToolkitDialogIsSilent();
     void aPlaceGetsTheSuffixOfAPngFile_data();
@@ -240,19 +241,34 @@ void PictureServicesTest::withoutAPortalTheToolkitAsks()
     QVERIFY(!chosen);
 }
 
+void PictureServicesTest::thePlaceThatTheUserChoosesInTheToolkitsDialogIsHandedOn_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("name");
+
+    QTest::newRow("with the suffix") << "wörk.png"
+                                     << "wörk.png";
+    QTest::newRow("without a suffix") << "wörk"
+                                      << "wörk.png";
+    QTest::newRow("with another suffix") << "wörk.jpg"
+                                         << "wörk.jpg.png";
+}
+
 void PictureServicesTest::thePlaceThatTheUserChoosesInTheToolkitsDialogIsHandedOn()
 {
+    QFETCH(const QString, typed);
+    QFETCH(const QString, name);
     portal.reset();
     LinuxSavePanel panel(connection());
     panel.begin("card.png", [this](const auto& file) { chosen = file; });
     QTRY_VERIFY(openWindow<QFileDialog>());
 
-    auto* name = openWindow<QFileDialog>()->findChild<QLineEdit*>();
-    name->setText(folder->filePath("wörk"));
-    QTest::keyClick(name, Qt::Key_Return);
+    auto* field = openWindow<QFileDialog>()->findChild<QLineEdit*>();
+    field->setText(folder->filePath(typed));
+    QTest::keyClick(field, Qt::Key_Return);
 
     QTRY_VERIFY(chosen);
-    QCOMPARE(chosen->string(), folder->filePath("wörk.png").toStdString());
+    QCOMPARE(chosen->string(), folder->filePath(name).toStdString());
     QTRY_VERIFY(!openWindow<QFileDialog>());
 }
 

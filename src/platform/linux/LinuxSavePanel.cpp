@@ -97,8 +97,10 @@ void openToolkitDialog(const QString& title, const QString& kind, const QString&
     dialog->setDefaultSuffix("png");
     dialog->setDirectory(QStandardPaths::writableLocation(QStandardPaths::PicturesLocation));
     dialog->selectFile(name);
-    QObject::connect(dialog, &QFileDialog::fileSelected, dialog,
-        [chosen = std::move(chosen)](const QString& file) { chosen(QFile::encodeName(file).toStdString()); });
+    QObject::connect(
+        dialog, &QFileDialog::fileSelected, dialog, [chosen = std::move(chosen)](const QString& file) {
+            chosen(withPngSuffix(QFile::encodeName(file).toStdString()));
+        });
     dialog->show();
 }
 
