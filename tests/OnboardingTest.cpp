@@ -200,6 +200,7 @@ private slots:
     // What the pages say, and how they are laid out.
     void theWelcomePageGreets();
     void thePrivacyPageSaysWhatIsRecorded();
+    void theRowsAreShownAsTheyAreInEveryLanguage();
     void rowsWrapAndTheirIconsStayAtTheTop();
     void thePermissionPageExplains();
     void theDonePageTellsWhereTheProgramLives();
@@ -623,6 +624,19 @@ void OnboardingTest::thePrivacyPageSaysWhatIsRecorded()
     }
     QCOMPARE(gap(placeOf(window, expected[0]), placeOf(window, expected[1])), 22);
     QCOMPARE(gap(placeOf(window, expected[2]), placeOf(window, expected[3])), 22);
+}
+
+void OnboardingTest::theRowsAreShownAsTheyAreInEveryLanguage()
+{
+    PseudoTranslator translator;
+    ShownAssistant assistant;
+    const auto english = texts(assistant.show(1));
+
+    QCoreApplication::installTranslator(&translator);
+    const auto translated = texts(assistant.show(1));
+
+    QVERIFY(translated.first() != english.first());
+    QCOMPARE(translated.mid(1), english.mid(1));
 }
 
 void OnboardingTest::rowsWrapAndTheirIconsStayAtTheTop()
