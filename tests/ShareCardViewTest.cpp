@@ -92,6 +92,8 @@ private slots:
     void everyTextIsCentered();
     void theContentStandsAtItsDistances();
     void withoutABestDayNothingTakesTheBadgesPlace();
+    void datesReadAsTheUsersLocaleHasThem_data();
+    void datesReadAsTheUsersLocaleHasThem();
     void aLongDateWrapsAndMovesWhatIsBelow();
     void anEmptyWeekKeepsTheChartsRoom();
 
@@ -244,6 +246,44 @@ void ShareCardViewTest::withoutABestDayNothingTakesTheBadgesPlace()
     const double chartTop = bars(*drawing).front().box.bottom() - 64;
     QVERIFY(isNear(top(date), 44 + lineHeight(font(15, QFont::Medium)) + 6));
     QVERIFY(isNear(top(keys) - bottom(date), chartTop - bottom(clicksLabel)));
+}
+
+void ShareCardViewTest::datesReadAsTheUsersLocaleHasThem_data()
+{
+    QTest::addColumn<std::string>("locale");
+    QTest::addColumn<QString>("date");
+    QTest::addColumn<QString>("letters");
+
+    QTest::newRow("en_US") << std::string("en_US") << "Sunday, November 15"
+                           << "M T W T F S S";
+    QTest::newRow("de_DE") << std::string("de_DE") << "Sonntag, 15. November"
+                           << "M D M D F S S";
+    QTest::newRow("ja_JP") << std::string("ja_JP") << QStringLiteral("11月15日日曜日")
+                           << QStringLiteral("月 火 水 木 金 土 日");
+    // Drawn piece by piece from left to right.
+    QTest::newRow("ar_EG") << std::string("ar_EG") << QStringLiteral(" نوفمبر١٥الأحد، ")
+                           << QStringLiteral("ن ث ر خ ج س ح");
+}
+
+void ShareCardViewTest::datesReadAsTheUsersLocaleHasThem()
+{
+    QFETCH(const std::string, locale);
+    QFETCH(const QString, date);
+    QFETCH(const QString, letters);
+    FakeCard card(ordinaryWeek(), locale);
+
+    const auto drawing = drawn(card.view());
+
+    QString shownDate;
+    QStringList shownLetters;
+    for (const auto& text : drawing->texts) {
+        if (text.font.pixelSize() == 28)
+            shownDate += text.text;
+        if (text.font.pixelSize() == 10)
+            shownLetters << text.text;
+    }
+    QCOMPARE(shownDate, date);
+    QCOMPARE(shownLetters.join(u' '), letters);
 }
 
 void ShareCardViewTest::aLongDateWrapsAndMovesWhatIsBelow()
