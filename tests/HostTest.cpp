@@ -118,6 +118,8 @@ private slots:
     void aParagraphKeepsLongWordsWhole_data();
     void aParagraphKeepsLongWordsWhole();
     void theTabKeyGoesDownTheScreenAlsoToLateComers();
+    void returnPressesTheFocusedButton_data();
+    void returnPressesTheFocusedButton();
     void theFocusRingShowsOnlyToThoseWhoUseTheKeyboard();
     void aStackWithATextIsReadAsOneElement();
 };
@@ -720,6 +722,30 @@ void HostTest::theTabKeyGoesDownTheScreenAlsoToLateComers()
 
     QCOMPARE(order, (QStringList { "first", "middle", "last" }));
     QCOMPARE(static_cast<QPushButton*>(host.focusWidget())->text(), "first");
+}
+
+void HostTest::returnPressesTheFocusedButton_data()
+{
+    QTest::addColumn<Qt::Key>("key");
+
+    QTest::newRow("Return") << Qt::Key_Return;
+    QTest::newRow("Enter") << Qt::Key_Enter;
+    QTest::newRow("Space") << Qt::Key_Space;
+}
+
+void HostTest::returnPressesTheFocusedButton()
+{
+    QFETCH(const Qt::Key, key);
+    int pressed = 0;
+    Host host([&] { return column({ button("first", doNothing), button("last", [&] { ++pressed; }) }); });
+    host.show();
+    host.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&host));
+    buttonWith(host, "last")->setFocus();
+
+    QTest::keyClick(host.focusWidget(), key);
+
+    QCOMPARE(pressed, 1);
 }
 
 void HostTest::theFocusRingShowsOnlyToThoseWhoUseTheKeyboard()

@@ -66,7 +66,8 @@ private slots:
     void returnAndEnterPressTheDefaultButtonWhateverHasTheFocus_data();
     void returnAndEnterPressTheDefaultButtonWhateverHasTheFocus();
     void aHeldReturnPressesOnce();
-    void returnWithoutADefaultButtonDoesNothing();
+    void withoutADefaultButtonReturnPressesTheFocusedOne();
+    void returnTicksNoBox();
     void theDefaultButtonHasTheFocusFirst();
 
 private:
@@ -281,17 +282,32 @@ void UtilityWindowTest::aHeldReturnPressesOnce()
     QCOMPARE(pressed, 1);
 }
 
-void UtilityWindowTest::returnWithoutADefaultButtonDoesNothing()
+void UtilityWindowTest::withoutADefaultButtonReturnPressesTheFocusedOne()
 {
     int pressed = 0;
     UtilityWindow window("Title", activation);
-    window.present([&] { return column({ button("other", [&] { ++pressed; }) }); });
+    window.present([&] {
+        return column({ button("first", [&] { ++pressed; }), button("other", [&] { pressed += 100; }) });
+    });
     QVERIFY(QTest::qWaitForWindowActive(&window));
-    buttonWith(window, "other")->setFocus();
+    buttonWith(window, "first")->setFocus();
 
-    QTest::keyClick(&window, Qt::Key_Return);
+    QTest::keyClick(window.focusWidget(), Qt::Key_Return);
 
-    QCOMPARE(pressed, 0);
+    QCOMPARE(pressed, 1);
+}
+
+void UtilityWindowTest::returnTicksNoBox()
+{
+    int ticked = 0;
+    UtilityWindow window("Title", activation);
+    window.present([&] { return column({ toggle("box", false, [&](bool) { ++ticked; }) }); });
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    buttonWith(window, "box")->setFocus();
+
+    QTest::keyClick(window.focusWidget(), Qt::Key_Return);
+
+    QCOMPARE(ticked, 0);
 }
 
 void UtilityWindowTest::theDefaultButtonHasTheFocusFirst()

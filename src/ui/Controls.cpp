@@ -6,6 +6,7 @@
 
 #include <QCheckBox>
 #include <QFontMetricsF>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QStyle>
@@ -156,14 +157,28 @@ private:
     Symbol symbol;
 };
 
-class Button final : public QPushButton {
+/// Pressed with Return as with Space. With Qt's own means for this, a button takes the place of the default
+/// one when it gets the focus.
+class PushButton : public QPushButton {
+protected:
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
+            QPushButton::keyPressEvent(event);
+            return;
+        }
+        if (!event->isAutoRepeat())
+            click();
+    }
+};
+
+class Button final : public PushButton {
 public:
     Button()
     {
         setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
         setAttribute(Qt::WA_Hover);
-        // Return presses it, as Space does.
-        setAutoDefault(true);
+        setAutoDefault(false);
         connect(this, &QPushButton::clicked, this, [this] { action(); });
     }
 
@@ -239,14 +254,13 @@ private:
     std::function<void()> action;
 };
 
-class SymbolButton final : public QPushButton {
+class SymbolButton final : public PushButton {
 public:
     SymbolButton()
     {
         setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
         setAttribute(Qt::WA_Hover);
-        // Return presses it, as Space does.
-        setAutoDefault(true);
+        setAutoDefault(false);
         connect(this, &QPushButton::clicked, this, [this] { action(); });
     }
 

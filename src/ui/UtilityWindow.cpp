@@ -80,7 +80,7 @@ UtilityWindow::UtilityWindow(const QString& title, WindowActivation& activation)
         auto* shortcut = new QShortcut(key, this);
         // A key that is held must not press one default button after the other.
         shortcut->setAutoRepeat(false);
-        QObject::connect(shortcut, &QShortcut::activated, this, &UtilityWindow::pressDefaultButton);
+        QObject::connect(shortcut, &QShortcut::activated, this, &UtilityWindow::pressButton);
     }
 }
 
@@ -196,9 +196,13 @@ void UtilityWindow::placeCloseButton()
         QStyle::alignedRect(layoutDirection(), Qt::AlignTop | Qt::AlignRight, closeButton->size(), corner));
 }
 
-void UtilityWindow::pressDefaultButton()
+void UtilityWindow::pressButton()
 {
-    if (auto* button = defaultButton())
+    QAbstractButton* button = defaultButton();
+    if (!button)
+        button = qobject_cast<QAbstractButton*>(focusWidget());
+    // A box is no button, although Qt says so.
+    if (button && !button->isCheckable())
         button->click();
 }
 

@@ -39,7 +39,8 @@ private:
     void bringToFront();
     void center();
     void placeCloseButton();
-    void pressDefaultButton();
+    /// The default button, or where there is none the one that has the focus.
+    void pressButton();
     QPushButton* defaultButton() const;
 
     WindowActivation& activation;
