@@ -29,6 +29,8 @@ private slots:
     void theHelperSendsTheRestAtTheGoodbye();
     void theHelperRefusesToWriteToAnythingButAPipe();
     void theHelperIsConfined();
+    void theCallersEnvironmentChangesNothing();
+    void aNamespaceOfOnesOwnGivesNoRight();
     void nothingButCountingIsPossible_data();
     void nothingButCountingIsPossible();
     void whichKeysWerePressedLeavesNoTrace();
@@ -288,6 +290,36 @@ void TapTest::theHelperIsConfined()
     // Its own user can look into it neither as a debugger nor through the files of the kernel.
     QVERIFY(sh("su ada -c \"cat /proc/$tap/maps\"").contains("denied"));
     QVERIFY(sh("grep 'core file' /proc/$tap/limits").contains(" 0 "));
+}
+
+void TapTest::theCallersEnvironmentChangesNothing()
+{
+    // For a program with a right of its own the loader neither loads what the caller names nor tells him what
+    // it does. For another one it does both.
+    const auto say = [this](const QString& program) {
+        return sh(
+            "su ada -c 'LD_DEBUG=libs LD_PRELOAD=/no/such/library " + program + " --probe; echo $?' 2>&1");
+    };
+
+    const QByteArray granted = say(KNUCKLET_TAP);
+    sh("cp " KNUCKLET_TAP " /run/copy; chmod 755 /run/copy");
+    const QByteArray copied = say("/run/copy");
+
+    QCOMPARE(granted, "0");
+    QVERIFY2(copied.contains("/no/such/library"), copied.constData());
+}
+
+void TapTest::aNamespaceOfOnesOwnGivesNoRight()
+{
+    // There the caller could say who sits at the machine, but the group that may read its devices is not
+    // known.
+    const QByteArray outside = sh("su ada -c '" KNUCKLET_TAP " --probe; echo $?'");
+    const QByteArray inside
+        = sh("su ada -c 'unshare -r -m sh -c \"mount -t tmpfs none /run/systemd/seats && echo mounted;"
+             " " KNUCKLET_TAP " --probe; echo \\$?\"' 2>&1");
+
+    QCOMPARE(outside, "0");
+    QCOMPARE(inside, "mounted\n77");
 }
 
 void TapTest::nothingButCountingIsPossible_data()
