@@ -2,14 +2,16 @@
 
 #include "platform/PanelHost.h"
 #include "platform/WindowActivation.h"
+#include "ui/ScrollBar.h"
 
-#include <QBoxLayout>
+#include <QApplication>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -29,6 +31,8 @@ QRect screenWith(QPoint place)
 // A tool window and not a popup: popups cannot be read by screen readers and get no keyboard on XWayland.
 PanelWindow::PanelWindow(QWidget* content, PanelHost& panelHost, WindowActivation& activation)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint)
+    , content(content)
+    , scrollBar(new ScrollBar(this))
     , panelHost(panelHost)
     , activation(activation)
 {
@@ -36,10 +40,14 @@ PanelWindow::PanelWindow(QWidget* content, PanelHost& panelHost, WindowActivatio
     // A tool window counts for nothing when Qt looks for the last window; closing it must not end the
     // program.
     setAttribute(Qt::WA_QuitOnClose, false);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins({});
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    layout->addWidget(content);
+    content->setParent(this);
+    content->installEventFilter(this);
+    scrollBar->raise();
+    connect(scrollBar, &ScrollBar::valueChanged, this, [content](int value) { content->move(0, -value); });
+    connect(qApp, &QApplication::focusChanged, this, [this](const QWidget*, const QWidget* control) {
+        if (control && this->content->isAncestorOf(control))
+            scrollTo(*control);
+    });
 }
 
 void PanelWindow::openBeside(ScreenPoint newPlace)
@@ -47,8 +55,8 @@ void PanelWindow::openBeside(ScreenPoint newPlace)
     place = newPlace;
     // Laid out before it is shown, so that it never jumps.
     ensurePolished();
-    adjustSize();
-    moveIntoPlace();
+    scrollBar->setValue(0);
+    fitIntoPlace();
     const NativeWindow window { winId() };
     panelHost.prepare(window);
     // Before it is shown, so that even a press on the heels of that on the icon closes it.
@@ -67,6 +75,13 @@ bool PanelWindow::event(QEvent* event)
     if (event->type() == QEvent::WindowDeactivate && isVisible())
         hide();
     return QWidget::event(event);
+}
+
+bool PanelWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == content && event->type() == QEvent::Resize && isVisible())
+        fitIntoPlace();
+    return QWidget::eventFilter(watched, event);
 }
 
 void PanelWindow::hideEvent(QHideEvent* event)
@@ -98,19 +113,39 @@ void PanelWindow::paintEvent(QPaintEvent*)
     painter.fillPath(line, palette().color(QPalette::Mid));
 }
 
-void PanelWindow::resizeEvent(QResizeEvent* event)
+void PanelWindow::wheelEvent(QWheelEvent* event)
 {
-    QWidget::resizeEvent(event);
-    // Where the bar is at the bottom, the panel grows upward.
-    if (isVisible())
-        moveIntoPlace();
+    // A notch of a wheel is 120.
+    scrollBar->setValue(scrollBar->value() - event->angleDelta().y() / 2);
 }
 
-void PanelWindow::moveIntoPlace()
+// Where the bar is at the bottom, the panel grows upward.
+void PanelWindow::fitIntoPlace()
 {
     const auto area = panelHost.workArea(place);
+    const int height = std::min(content->height(), area.height);
+    setFixedSize(content->width(), height);
+
+    // In the content's padding.
+    const int breadth = scrollBar->sizeHint().width();
+    const int end = layoutDirection() == Qt::RightToLeft ? 1 : content->width() - breadth - 1;
+    scrollBar->setGeometry(end, 1, breadth, height - 2);
+    scrollBar->setPageStep(height);
+    scrollBar->setRange(0, content->height() - height);
+    scrollBar->setVisible(content->height() > height);
+
     const QPoint point(place.x, place.y);
     move(placeBeside(point, size(), screenWith(point), { area.x, area.y, area.width, area.height }));
+}
+
+void PanelWindow::scrollTo(const QWidget& control)
+{
+    // With what is around it: rings, and the padding at both ends.
+    constexpr int surroundings = 14;
+    const int top = control.mapTo(content, QPoint()).y();
+    const int first = top + control.height() + surroundings - height();
+    const int last = top - surroundings;
+    scrollBar->setValue(std::min(std::max(scrollBar->value(), first), last));
 }
 
 QPoint placeBeside(QPoint place, QSize size, const QRect& screen, const QRect& workArea)

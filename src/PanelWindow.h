@@ -7,15 +7,17 @@
 #include <optional>
 
 class PanelHost;
+class ScrollBar;
 class WindowActivation;
 
 /// The panel that opens beside the menu-bar item. It takes the size of its content, also while that grows or
-/// shrinks, and closes on Escape, on a press outside, and when another window becomes active.
+/// shrinks, and closes on Escape, on a press outside, and when another window becomes active. On a screen too
+/// low for it, the content scrolls.
 class PanelWindow final : public QWidget {
     Q_OBJECT
 
 public:
-    /// The content becomes a child; the services must outlive the panel.
+    /// The content, which has a size of its own, becomes a child; the services must outlive the panel.
     PanelWindow(QWidget* content, PanelHost& panelHost, WindowActivation& activation);
 
     /// Opens as close to the place as its screen allows, wholly within the work area.
@@ -23,14 +25,18 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
-    void moveIntoPlace();
+    void fitIntoPlace();
+    void scrollTo(const QWidget& control);
 
+    QWidget* content;
+    ScrollBar* scrollBar;
     PanelHost& panelHost;
     WindowActivation& activation;
     ScreenPoint place;

@@ -4,9 +4,11 @@
 #include "platform/fake/FakePlatform.h"
 
 #include <QAbstractButton>
+#include <QAbstractSlider>
 #include <QApplication>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWheelEvent>
 
 #include <chrono>
 #include <ctime>
@@ -79,6 +81,7 @@ private slots:
     void theMenuQuits();
     void anotherStartOpensThePanelAndLeavesItOpen();
     void thePanelStandsOnABarAtTheBottomWhateverItsHeight();
+    void onALowScreenThePanelScrolls();
     void aWindowOpensBesideItsPlaceWithinTheWorkArea_data();
     void aWindowOpensBesideItsPlaceWithinTheWorkArea();
 };
@@ -240,6 +243,60 @@ void KnuckletAppTest::thePanelStandsOnABarAtTheBottomWhateverItsHeight()
     QTRY_COMPARE_LT(panel->height(), heightWithoutAccess);
     QCOMPARE(panel->geometry().bottom(), 599);
     QCOMPARE(panel->geometry().left(), 250);
+}
+
+void KnuckletAppTest::onALowScreenThePanelScrolls()
+{
+    FakeApp fake;
+    fake.platform.withdrawAccess();
+    fake.platform.setWorkArea({ .x = 0, .y = 28, .width = 800, .height = 250 });
+    const KnuckletApp app(fake.platform);
+    const auto inside = [](const QWidget* widget) {
+        const auto* panel = openPanel();
+        return panel->rect().contains(QRect(widget->mapTo(panel, QPoint()), widget->size()));
+    };
+
+    fake.platform.clickMenuBarItem({ 400, 14 });
+    auto* panel = openPanel();
+    QVERIFY(panel);
+    QCOMPARE(panel->geometry(), QRect(250, 28, 300, 250));
+    QVERIFY(!inside(button("Quit Knucklet")));
+
+    auto* scrollBar = panel->findChild<QAbstractSlider*>();
+    QVERIFY(scrollBar->isVisible());
+
+    // By the wheel.
+    const QPoint middle(150, 125);
+    QWheelEvent down(middle, panel->mapToGlobal(middle), {}, QPoint(0, -120 * 10), {}, {}, {}, false);
+    QCoreApplication::sendEvent(panel, &down);
+    QVERIFY(inside(button("Quit Knucklet")));
+    QVERIFY(!inside(button("Grant access…")));
+
+    // By its bar.
+    QTest::mouseClick(scrollBar, Qt::LeftButton, {}, { 6, 2 });
+    QVERIFY(!inside(button("Quit Knucklet")));
+    QTest::mousePress(scrollBar, Qt::LeftButton, {}, { 6, 20 });
+    QTest::mouseMove(scrollBar, { 6, 240 });
+    QVERIFY(inside(button("Quit Knucklet")));
+
+    // By the keyboard, to where the focus is.
+    QVERIFY(QTest::qWaitForWindowActive(panel));
+    button("Quit Knucklet")->setFocus();
+    QVERIFY(inside(button("Quit Knucklet")));
+    button("Grant access…")->setFocus();
+    QVERIFY(inside(button("Grant access…")));
+
+    // Each opening begins at the top.
+    panel->hide();
+    fake.platform.clickMenuBarItem({ 400, 14 });
+    QVERIFY(!inside(button("Quit Knucklet")));
+    // And nothing scrolls any more when there is room.
+    fake.platform.setWorkArea({ .x = 0, .y = 28, .width = 800, .height = 400 });
+    fake.platform.grantAccess();
+    fake.platform.advance(2s);
+    QTRY_VERIFY(inside(button("Quit Knucklet")));
+    QCOMPARE_LT(panel->height(), 400);
+    QVERIFY(!scrollBar->isVisible());
 }
 
 void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea_data()

@@ -57,6 +57,7 @@ private slots:
     void itStandsBesideTheBarAtAnyEdge();
     void itIsSharpAtEveryScale_data();
     void itIsSharpAtEveryScale();
+    void itScrollsWhereTheScreenIsTooLow();
     void itOpensOnTheMonitorOfTheIcon_data();
     void itOpensOnTheMonitorOfTheIcon();
     void aBarOnAnotherMonitorTakesNoRoom_data() { itOpensOnTheMonitorOfTheIcon_data(); }
@@ -180,6 +181,29 @@ void PanelPlaceTest::itIsSharpAtEveryScale()
     QVERIFY(
         blur(picture.scaled(picture.size() * 2, {}, Qt::SmoothTransformation), place * 2, qRound(16 * scale))
         > 1);
+}
+
+void PanelPlaceTest::itScrollsWhereTheScreenIsTooLow()
+{
+    QProcessEnvironment scaled;
+    scaled.insert("QT_SCALE_FACTOR", "2.5");
+    QVERIFY(user->run(program, scaled));
+    QVERIFY(user->open());
+    QVERIFY(screen().adjusted(0, barHeight, 0, 0).contains(user->area()));
+    // Below the title, where a tile has its color.
+    const QPoint place = user->area().topLeft() + QPoint(100, 200);
+    const auto color = [&] { return user->picture().pixel(100, 200); };
+    const auto before = color();
+
+    user->moveTo(place);
+    for (int notch = 0; notch < 5; ++notch)
+        user->injector->scrollDown();
+    user->injector->sync();
+
+    QTRY_VERIFY(color() != before);
+    // The last button stands where the panel ends.
+    user->click(user->area().bottomRight() - QPoint(100, 60));
+    QVERIFY(user->knucklet->awaitEnd());
 }
 
 void PanelPlaceTest::itOpensOnTheMonitorOfTheIcon_data()

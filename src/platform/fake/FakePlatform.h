@@ -82,6 +82,8 @@ public:
     /// The user starts the program although it runs.
     void startAgain();
     void setAppearance(ColorScheme scheme, Motion motion);
+    /// Bars leave this much of the screen.
+    void setWorkArea(ScreenArea area) { freeArea = area; }
     void storeSetting(const std::string& key, bool value) { settingValues[key] = value; }
     void removeApplicationSupport() { supportFolder.reset(); }
     /// The program comes with the pictures that lie in this folder; before, it comes with none.
@@ -184,7 +186,7 @@ private:
     void setLabel(const MenuBarLabel& newLabel) override;
     std::optional<MouseMonitorId> add(std::uint64_t eventMask, std::function<void()> handler) override;
     void remove(MouseMonitorId) override;
-    ScreenArea workArea(ScreenPoint) const override { return { 0, 28, 800, 572 }; }
+    ScreenArea workArea(ScreenPoint) const override { return freeArea; }
     void prepare(NativeWindow) override { calls.emplace_back("prepare panel"); }
     void watchPressesOutside(std::function<void()> pressed) override;
     void stopWatching() override;
@@ -233,6 +235,7 @@ private:
     std::function<void()> newInstanceAnswered;
     std::function<void()> pressedOutside;
     bool pressHeld = false;
+    ScreenArea freeArea { .x = 0, .y = 28, .width = 800, .height = 572 };
     std::function<void()> startedAgain;
     std::function<void(ScreenPoint)> menuBarItemActivated;
     std::vector<MenuBarCommand> menuBarCommands;
