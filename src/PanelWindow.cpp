@@ -3,18 +3,17 @@
 #include "platform/PanelHost.h"
 #include "platform/WindowActivation.h"
 #include "ui/ScrollBar.h"
+#include "ui/Shapes.h"
 
 #include <QApplication>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QPainterPath>
 #include <QScreen>
 #include <QWheelEvent>
 
 #include <algorithm>
-#include <cmath>
 
 namespace {
 
@@ -103,14 +102,7 @@ void PanelWindow::keyPressEvent(QKeyEvent* event)
 void PanelWindow::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    // Whole pixels, and as many of them on each side.
-    const double ratio = devicePixelRatioF();
-    const double thickness = std::floor(ratio) / ratio;
-    const QRectF inside = QRectF(rect()).adjusted(thickness, thickness, -thickness, -thickness);
-    QPainterPath line;
-    line.addRect(rect());
-    line.addRect(inside);
-    painter.fillPath(line, palette().color(QPalette::Mid));
+    drawOutline(painter, rect(), palette().color(QPalette::Mid));
 }
 
 void PanelWindow::wheelEvent(QWheelEvent* event)

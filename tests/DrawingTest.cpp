@@ -50,6 +50,8 @@ private slots:
     void aContinuousCornerBeginsEarlierThanACircle();
     void withoutARadiusCornersAreSharp();
     void aThinBarHasRoundEnds();
+    void anOutlineIsEquallyThickOnEachSide_data();
+    void anOutlineIsEquallyThickOnEachSide();
 
     void everySymbolIsDrawn_data();
     void everySymbolIsDrawn();
@@ -125,6 +127,36 @@ void DrawingTest::withoutARadiusCornersAreSharp()
 void DrawingTest::aThinBarHasRoundEnds()
 {
     QCOMPARE(continuousRect({ 10, 10, 32, 2 }, 2), roundedRect({ 10, 10, 32, 2 }, 1));
+}
+
+void DrawingTest::anOutlineIsEquallyThickOnEachSide_data()
+{
+    QTest::addColumn<double>("ratio");
+    QTest::addColumn<int>("thickness");
+
+    QTest::newRow("1") << 1.0 << 1;
+    QTest::newRow("1.25") << 1.25 << 1;
+    QTest::newRow("1.5") << 1.5 << 1;
+    QTest::newRow("2") << 2.0 << 2;
+}
+
+void DrawingTest::anOutlineIsEquallyThickOnEachSide()
+{
+    QFETCH(const double, ratio);
+    QFETCH(const int, thickness);
+    const QSize points(40, 20);
+    QImage image((QSizeF(points) * ratio).toSize(), QImage::Format_RGB32);
+    image.setDevicePixelRatio(ratio);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+
+    drawOutline(painter, QRect({}, points), Qt::black);
+
+    const auto inside = image.rect().adjusted(thickness, thickness, -thickness, -thickness);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            QCOMPARE(image.pixelColor(x, y), QColor(inside.contains(x, y) ? Qt::white : Qt::black));
+    }
 }
 
 void DrawingTest::everySymbolIsDrawn_data()

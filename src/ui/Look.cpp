@@ -1,10 +1,14 @@
 #include "ui/Look.h"
 
+#include "ui/Shapes.h"
+
 #include <QApplication>
 #include <QFontDatabase>
+#include <QPainter>
 #include <QPalette>
 #include <QProxyStyle>
 #include <QResource>
+#include <QStyleOption>
 #include <QToolTip>
 
 namespace {
@@ -25,6 +29,23 @@ public:
         if (hint == SH_Widget_Animation_Duration && motion == Motion::Reduced)
             return 0;
         return QProxyStyle::styleHint(hint, option, widget, data);
+    }
+
+    // The style's own tooltips have a black frame and no room around their text.
+    int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override
+    {
+        return metric == PM_ToolTipLabelFrameWidth ? 5 : QProxyStyle::pixelMetric(metric, option, widget);
+    }
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+        const QWidget* widget) const override
+    {
+        if (element != PE_PanelTipLabel) {
+            QProxyStyle::drawPrimitive(element, option, painter, widget);
+            return;
+        }
+        painter->fillRect(option->rect, option->palette.color(QPalette::ToolTipBase));
+        drawOutline(*painter, option->rect, option->palette.color(QPalette::Mid));
     }
 
     const Motion motion;

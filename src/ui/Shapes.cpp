@@ -1,8 +1,10 @@
 #include "ui/Shapes.h"
 
+#include <QPainter>
 #include <QPointF>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -47,4 +49,14 @@ QPainterPath continuousRect(const QRectF& rect, double radius)
     addCorner(path, rect.topLeft(), { 0, r }, { r, 0 });
     path.closeSubpath();
     return path;
+}
+
+void drawOutline(QPainter& painter, const QRectF& rect, const QColor& color)
+{
+    const double ratio = painter.device()->devicePixelRatioF();
+    const double thickness = std::floor(ratio) / ratio;
+    QPainterPath line;
+    line.addRect(rect);
+    line.addRect(rect.adjusted(thickness, thickness, -thickness, -thickness));
+    painter.fillPath(line, color);
 }
