@@ -15,6 +15,7 @@ for file in bin/knucklet libexec/knucklet-tap libexec/knucklet-grant "share/polk
     lib/systemd/user/knucklet.service \
     share/man/man1/knucklet.1 share/man/man8/knucklet-grant.8 share/man/man8/knucklet-tap.8 \
     "share/icons/hicolor/symbolic/apps/$id-symbolic.svg" "share/icons/hicolor/22x22/apps/$id-symbolic.svg" \
+    "share/icons/hicolor/scalable/apps/$id.svg" "share/icons/hicolor/16x16/apps/$id.png" \
     "share/icons/hicolor/48x48/apps/$id.png" "share/icons/hicolor/256x256/apps/$id.png" \
     share/knucklet/AppIcon-preview.png share/knucklet/onboarding-hero.png share/knucklet/share-bg.png; do
     [ -s "$prefix/$file" ] || { echo "$file is missing"; exit 1; }
