@@ -26,6 +26,7 @@ case "${4:-}" in
 esac
 
 cd /tmp
+export XDG_RUNTIME_DIR=/tmp
 package=$1 tour=$2 virtual_desktop=$3
 helper=/usr/libexec/knucklet-tap
 fail() { echo "after $last: $1"; exit 1; }
@@ -48,6 +49,8 @@ files >before
 does dpkg --install "$package"
 is "755 root:root"
 overrides ""
+does systemd-analyze --user --man=no verify knucklet.service
+[ ! -s output ] || fail "$(cat output)"
 mkdir -m 777 pictures
 does as_user "$tour" /usr/bin/knucklet /tmp/pictures
 cat >activate <<'EOF'
