@@ -22,6 +22,7 @@ private slots:
     void cleanup();
 
     void withoutTheRightOnlyTheXServersClicksCount();
+    void aHelperThatMayNotCountAfterAllLeavesTheXServersClicks();
     void theRightIsNoticedWhileTheProgramRuns();
     void whatTheHelperStillHoldsIsSavedAtTheEnd();
     void programsThatItStartsChooseForThemselves();
@@ -74,6 +75,23 @@ void WaylandSessionTest::withoutTheRightOnlyTheXServersClicksCount()
     QVERIFY(knucklet.end(SIGTERM));
 
     QCOMPARE(savedCounts(*desktop), (Counts { .keys = 0, .clicks = 1 }));
+}
+
+void WaylandSessionTest::aHelperThatMayNotCountAfterAllLeavesTheXServersClicks()
+{
+    const QString program = programWith("cat\n");
+    script(*folder, "libexec/knucklet-tap",
+        "[ \"$1\" != --probe ] || exit 0\necho >>" + folder->filePath("starts").toUtf8() + "\nexit 77\n");
+    RunningKnucklet knucklet(*desktop, program, session);
+    QVERIFY(knucklet.awaitItem());
+
+    injector->click();
+    injector->sync();
+    QVERIFY(knucklet.end(SIGTERM));
+
+    QCOMPARE(savedCounts(*desktop), (Counts { .keys = 0, .clicks = 1 }));
+    // Only a new process tries again.
+    QCOMPARE(readLines(*folder, "starts").size(), 1);
 }
 
 void WaylandSessionTest::theRightIsNoticedWhileTheProgramRuns()
