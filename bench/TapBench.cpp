@@ -48,7 +48,7 @@ public:
     double number(const QString& command) { return machine.run(command).toDouble(); }
 
 private:
-    VirtualMachine machine;
+    VirtualMachine machine { VirtualMachine::Kind::Bare };
 };
 
 void measureHelper()

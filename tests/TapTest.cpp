@@ -48,7 +48,7 @@ private:
 
 void TapTest::initTestCase()
 {
-    machine = std::make_unique<VirtualMachine>();
+    machine = std::make_unique<VirtualMachine>(VirtualMachine::Kind::Bare);
     QVERIFY(machine->start());
     sh("udev; keyboard=$(grep -l 'Virtio Keyboard' /sys/class/input/event*/device/name | cut -d/ -f5)");
 }

@@ -18,7 +18,11 @@ QImage assistantPicture(const VirtualDesktop& desktop)
 
 std::optional<int> assistantPage(const VirtualDesktop& desktop)
 {
-    const auto picture = assistantPicture(desktop);
+    return assistantPage(assistantPicture(desktop));
+}
+
+std::optional<int> assistantPage(const QImage& picture)
+{
     if (picture.size() != QSize(540, 560))
         return {};
     constexpr int pageCount = 4;

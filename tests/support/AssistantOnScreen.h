@@ -15,3 +15,4 @@ QImage assistantPicture(const VirtualDesktop& desktop);
 /// The page of the assistant that its dots say is shown, from 0; nothing while it is not on screen. For the
 /// light look.
 std::optional<int> assistantPage(const VirtualDesktop& desktop);
+std::optional<int> assistantPage(const QImage& assistantPicture);

@@ -1,7 +1,6 @@
 #include "support/VirtualMachine.h"
 
 #include <QFileInfo>
-#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <sys/prctl.h>
@@ -18,7 +17,8 @@ const QByteArray doneMark = "guest is done\n";
 
 }
 
-VirtualMachine::VirtualMachine()
+VirtualMachine::VirtualMachine(Kind kind)
+    : kind(kind)
 {
     emulator.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
     emulator.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -32,21 +32,42 @@ VirtualMachine::~VirtualMachine()
 
 bool VirtualMachine::start()
 {
-    const QString folder = GUEST_FOLDER;
-    const QString installed = QFileInfo(KNUCKLET_TAP).path();
-    if (QProcess::execute(GUEST_SCRIPT, { folder, BUILT_PROGRAMS, installed }) != 0)
+    const bool isBare = kind == Kind::Bare;
+    const QString folder = isBare ? BARE_GUEST_FOLDER : DESKTOP_GUEST_FOLDER;
+    const QStringList programs = isBare
+        ? QStringList { folder, BUILD_FOLDER "/libexec", QFileInfo(KNUCKLET_TAP).path() }
+        : QStringList { folder, BUILD_FOLDER };
+    if (QProcess::execute(isBare ? SCRIPTS_FOLDER "/guest" : SCRIPTS_FOLDER "/guest-desktop", programs) != 0)
         return false;
-    if (!monitorServer.listen(sockets.filePath("monitor")) || !shellServer.listen(sockets.filePath("shell")))
+    if (!monitorServer.listen(files.filePath("monitor")) || !shellServer.listen(files.filePath("shell")))
         return false;
     // Emulated in software, so that it is the same machine everywhere, also on one that is itself virtual.
-    emulator.start("qemu-system-x86_64",
-        { "-machine", "pc", "-accel", "tcg", "-cpu", "max", "-m", "256", "-nodefaults", "-no-user-config",
-            "-display", "none", "-no-reboot", //
-            "-kernel", folder + "/kernel", "-initrd", folder + "/ramdisk", //
-            "-append", "console=ttyS0 quiet loglevel=1 panic=-1 mitigations=off random.trust_cpu=on", //
-            "-chardev", "socket,id=shell,path=" + shellServer.fullServerName(), "-serial", "chardev:shell",
-            "-qmp", "unix:" + monitorServer.fullServerName(), //
-            "-device", "virtio-keyboard-pci", "-device", "virtio-mouse-pci" });
+    QStringList arguments { "-machine", "pc", "-accel", "tcg", "-cpu", "max", "-nodefaults",
+        "-no-user-config", "-display", "none", "-no-reboot", //
+        "-kernel", folder + "/kernel", "-initrd", folder + "/ramdisk", //
+        "-append", "console=ttyS0 quiet loglevel=1 panic=-1 mitigations=off random.trust_cpu=on", //
+        "-chardev", "socket,id=shell,path=" + shellServer.fullServerName(), "-serial", "chardev:shell",
+        "-qmp", "unix:" + monitorServer.fullServerName(), //
+        "-device", "virtio-keyboard-pci" };
+    if (isBare) {
+        arguments << "-m"
+                  << "256"
+                  << "-device"
+                  << "virtio-mouse-pci";
+    } else {
+        arguments
+            << "-m"
+            << "1536"
+            << "-smp"
+            << "2"
+            << "-device"
+            << "virtio-tablet-pci" //
+            << "-virtfs"
+            << "local,path=/,mount_tag=host,security_model=none,readonly=on,multidevs=remap" //
+            << "-device"
+            << QString("virtio-gpu-pci,xres=%1,yres=%2").arg(screenSize.width()).arg(screenSize.height());
+    }
+    emulator.start("qemu-system-x86_64", arguments);
     if (!monitorServer.waitForNewConnection(patience) || !shellServer.waitForNewConnection(patience))
         return false;
     monitor = monitorServer.nextPendingConnection();
@@ -79,7 +100,25 @@ void VirtualMachine::click(const QString& button)
 
 void VirtualMachine::move()
 {
-    send({ { "type", "rel" }, { "data", QJsonObject { { "axis", "x" }, { "value", 1 } } } });
+    send({ QJsonObject { { "type", "rel" }, { "data", QJsonObject { { "axis", "x" }, { "value", 1 } } } } });
+}
+
+void VirtualMachine::moveTo(QPoint place)
+{
+    // The emulator's screen is this wide and this high, whatever it shows.
+    constexpr int whole = 0x8000;
+    const auto axis = [](const char* name, int value, int size) {
+        return QJsonObject { { "type", "abs" },
+            { "data", QJsonObject { { "axis", name }, { "value", value * whole / size } } } };
+    };
+    send({ axis("x", place.x(), screenSize.width()), axis("y", place.y(), screenSize.height()) });
+}
+
+QImage VirtualMachine::picture()
+{
+    const QString file = files.filePath("screen");
+    command("screendump", { { "filename", file } });
+    return QImage(file);
 }
 
 void VirtualMachine::plugInKeyboard(const QString& name)
@@ -92,18 +131,17 @@ void VirtualMachine::unplug(const QString& name) { command("device_del", { { "id
 void VirtualMachine::sendKey(const QString& key, bool isDown)
 {
     const QJsonObject code { { "type", "qcode" }, { "data", key } };
-    send({ { "type", "key" }, { "data", QJsonObject { { "down", isDown }, { "key", code } } } });
+    send({ QJsonObject {
+        { "type", "key" }, { "data", QJsonObject { { "down", isDown }, { "key", code } } } } });
 }
 
 void VirtualMachine::sendButton(const QString& button, bool isDown)
 {
-    send({ { "type", "btn" }, { "data", QJsonObject { { "down", isDown }, { "button", button } } } });
+    send({ QJsonObject {
+        { "type", "btn" }, { "data", QJsonObject { { "down", isDown }, { "button", button } } } } });
 }
 
-void VirtualMachine::send(const QJsonObject& event)
-{
-    command("input-send-event", { { "events", QJsonArray { event } } });
-}
+void VirtualMachine::send(const QJsonArray& events) { command("input-send-event", { { "events", events } }); }
 
 void VirtualMachine::command(const QString& name, const QJsonObject& arguments)
 {

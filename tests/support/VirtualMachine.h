@@ -1,18 +1,31 @@
 #pragma once
 
 #include <QByteArray>
+#include <QImage>
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QPoint>
 #include <QProcess>
+#include <QSize>
 #include <QString>
 #include <QTemporaryDir>
 
-/// A small Linux with a kernel of its own, on an emulated machine with a keyboard and a mouse that this class
-/// plays from outside. It ends with this object, and with the process should that crash.
+/// A Linux with a kernel of its own, on an emulated machine with a keyboard and a mouse that this class plays
+/// from outside. It ends with this object, and with the process should that crash.
 class VirtualMachine final {
 public:
-    VirtualMachine();
+    enum class Kind {
+        /// A shell, with no more around it than the input helper needs.
+        Bare,
+        /// The system of this machine, with the files that it has, a screen, and Knucklet installed. What
+        /// changes there is kept in memory.
+        Desktop,
+    };
+    static constexpr QSize screenSize { 1024, 700 };
+
+    explicit VirtualMachine(Kind kind);
     VirtualMachine(const VirtualMachine&) = delete;
     VirtualMachine& operator=(const VirtualMachine&) = delete;
     ~VirtualMachine();
@@ -30,6 +43,11 @@ public:
     void click(const QString& button);
     void scroll() { click("wheel-up"); }
     void move();
+    /// Only with a desktop, whose mouse says where on the screen it is.
+    void moveTo(QPoint place);
+
+    /// What is on the screen of a desktop.
+    QImage picture();
 
     void plugInKeyboard(const QString& name);
     void unplug(const QString& name);
@@ -37,11 +55,12 @@ public:
 private:
     void sendKey(const QString& key, bool isDown);
     void sendButton(const QString& button, bool isDown);
-    void send(const QJsonObject& event);
+    void send(const QJsonArray& events);
     void command(const QString& name, const QJsonObject& arguments = {});
     QByteArray readUntil(const QByteArray& mark);
 
-    QTemporaryDir sockets;
+    Kind kind;
+    QTemporaryDir files;
     QLocalServer monitorServer;
     QLocalServer shellServer;
     QProcess emulator;
