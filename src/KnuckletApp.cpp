@@ -62,7 +62,12 @@ KnuckletApp::KnuckletApp(Platform& platform)
             { tr("Quit Knucklet").toStdString(),
                 [&platform](ScreenPoint) { platform.desktop().terminate(); } },
         });
-    platform.instance().onStartedAgain([this] { openPanel(cornerOfTheScreen()); });
+    platform.instance().onStartedAgain([this] {
+        if (this->platform.menuBarItem().isShown())
+            openPanel(cornerOfTheScreen());
+        else
+            openPanelAsWindow();
+    });
 }
 
 KnuckletApp::~KnuckletApp() = default;
@@ -113,11 +118,22 @@ void KnuckletApp::togglePanel(ScreenPoint place)
 
 void KnuckletApp::openPanel(ScreenPoint place)
 {
+    preparePanel();
+    panel->openBeside(place);
+}
+
+void KnuckletApp::openPanelAsWindow()
+{
+    preparePanel();
+    panel->openAsWindow();
+}
+
+void KnuckletApp::preparePanel()
+{
     if (!panel)
         makePanel();
     // Its size has to stand before it is placed.
     panelContent->renderNow();
-    panel->openBeside(place);
 }
 
 // Made at the first opening and kept: fonts, formatters and widgets would cost a program that is never opened

@@ -26,6 +26,8 @@ private:
     void updateLabel();
     void togglePanel(ScreenPoint place);
     void openPanel(ScreenPoint place);
+    void openPanelAsWindow();
+    void preparePanel();
     void makePanel();
     /// Before the first window is made.
     void prepareViews();

@@ -17,6 +17,9 @@
 
 namespace {
 
+// A tool window and not a popup: popups cannot be read by screen readers and get no keyboard on XWayland.
+constexpr Qt::WindowFlags besideItem = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
+
 QRect screenWith(QPoint place)
 {
     const auto* screen = QGuiApplication::screenAt(place);
@@ -27,9 +30,8 @@ QRect screenWith(QPoint place)
 
 }
 
-// A tool window and not a popup: popups cannot be read by screen readers and get no keyboard on XWayland.
 PanelWindow::PanelWindow(QWidget* content, PanelHost& panelHost, WindowActivation& activation)
-    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint)
+    : QWidget(nullptr, besideItem)
     , content(content)
     , scrollBar(new ScrollBar(this))
     , panelHost(panelHost)
@@ -52,26 +54,47 @@ PanelWindow::PanelWindow(QWidget* content, PanelHost& panelHost, WindowActivatio
 void PanelWindow::openBeside(ScreenPoint newPlace)
 {
     place = newPlace;
+    become(besideItem);
+    panelHost.prepare(NativeWindow { winId() });
+    // Before it is shown, so that even a press on the heels of that on the icon closes it.
+    panelHost.watchPressesOutside([this] { hide(); });
+    bringForward();
+}
+
+void PanelWindow::openAsWindow()
+{
+    // Beside the item it was moved, and the window manager would leave it there, with its frame off the
+    // screen.
+    setAttribute(Qt::WA_Moved, false);
+    become(Qt::Window);
+    bringForward();
+}
+
+void PanelWindow::become(Qt::WindowFlags kind)
+{
+    // Other flags make the window anew.
+    if (windowType() != (kind & Qt::WindowType_Mask))
+        setWindowFlags(kind);
     // Laid out before it is shown, so that it never jumps.
     ensurePolished();
     scrollBar->setValue(0);
     fitIntoPlace();
-    const NativeWindow window { winId() };
-    panelHost.prepare(window);
-    // Before it is shown, so that even a press on the heels of that on the icon closes it.
-    panelHost.watchPressesOutside([this] { hide(); });
+}
+
+void PanelWindow::bringForward()
+{
     show();
     raise();
     activateWindow();
     // Not on a control: the keyboard reaches the first one with Tab, and nothing looks chosen before.
     setFocus(Qt::PopupFocusReason);
-    activation.activate(window);
+    activation.activate(NativeWindow { winId() });
 }
 
 bool PanelWindow::event(QEvent* event)
 {
     // Also delivered from within hide(), while the window still counts as visible.
-    if (event->type() == QEvent::WindowDeactivate && isVisible())
+    if (event->type() == QEvent::WindowDeactivate && isVisible() && isBesideItem())
         hide();
     return QWidget::event(event);
 }
@@ -101,6 +124,8 @@ void PanelWindow::keyPressEvent(QKeyEvent* event)
 // padding.
 void PanelWindow::paintEvent(QPaintEvent*)
 {
+    if (!isBesideItem())
+        return;
     QPainter painter(this);
     drawOutline(painter, rect(), palette().color(QPalette::Mid));
 }
@@ -126,6 +151,8 @@ void PanelWindow::fitIntoPlace()
     scrollBar->setRange(0, content->height() - height);
     scrollBar->setVisible(content->height() > height);
 
+    if (!isBesideItem())
+        return;
     const QPoint point(place.x, place.y);
     move(placeBeside(point, size(), screenWith(point), { area.x, area.y, area.width, area.height }));
 }

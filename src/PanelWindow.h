@@ -12,7 +12,7 @@ class WindowActivation;
 
 /// The panel that opens beside the menu-bar item. It takes the size of its content, also while that grows or
 /// shrinks, and closes on Escape, on a press outside, and when another window becomes active. On a screen too
-/// low for it, the content scrolls.
+/// low for it, the content scrolls. Without an item it is a window like any other and stays open.
 class PanelWindow final : public QWidget {
     Q_OBJECT
 
@@ -22,6 +22,8 @@ public:
 
     /// Opens as close to the place as its screen allows, wholly within the work area.
     void openBeside(ScreenPoint newPlace);
+    /// Opens with a frame, in the task bar and where the window manager puts it.
+    void openAsWindow();
 
 protected:
     bool event(QEvent* event) override;
@@ -32,6 +34,9 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
 
 private:
+    bool isBesideItem() const { return windowType() == Qt::Tool; }
+    void become(Qt::WindowFlags kind);
+    void bringForward();
     void fitIntoPlace();
     void scrollTo(const QWidget& control);
 

@@ -10,6 +10,7 @@
 #include <QTest>
 #include <QWheelEvent>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 
@@ -80,6 +81,8 @@ private slots:
     void theAssistantsCheckBoxPutsTheCountsIntoTheMenuBarAtOnce();
     void theMenuQuits();
     void anotherStartOpensThePanelAndLeavesItOpen();
+    void withoutAMenuBarAnotherStartOpensAWindowThatStays();
+    void theWindowIsThePanelAgainWhenThereIsAMenuBar();
     void thePanelStandsOnABarAtTheBottomWhateverItsHeight();
     void onALowScreenThePanelScrolls();
     void aWindowOpensBesideItsPlaceWithinTheWorkArea_data();
@@ -222,6 +225,43 @@ void KnuckletAppTest::anotherStartOpensThePanelAndLeavesItOpen()
     fake.platform.startAgain();
 
     QVERIFY(openPanel());
+}
+
+void KnuckletAppTest::withoutAMenuBarAnotherStartOpensAWindowThatStays()
+{
+    FakeApp fake;
+    fake.platform.removeMenuBar();
+    const KnuckletApp app(fake.platform);
+
+    fake.platform.startAgain();
+    auto* window = openPanel();
+    QVERIFY(window);
+    fake.platform.pressOutside();
+    QEvent deactivation(QEvent::WindowDeactivate);
+    QApplication::sendEvent(window, &deactivation);
+
+    QCOMPARE(window->windowType(), Qt::Window);
+    QVERIFY(!std::ranges::count(fake.platform.calls, "prepare panel"));
+    QVERIFY(window->isVisible());
+    QTest::keyClick(window, Qt::Key_Escape);
+    QVERIFY(!openPanel());
+}
+
+void KnuckletAppTest::theWindowIsThePanelAgainWhenThereIsAMenuBar()
+{
+    FakeApp fake;
+    fake.platform.removeMenuBar();
+    const KnuckletApp app(fake.platform);
+    fake.platform.startAgain();
+    fake.platform.clickMenuBarItem({ 400, 0 });
+    QVERIFY(!openPanel());
+
+    fake.platform.clickMenuBarItem({ 400, 0 });
+
+    const auto* panel = openPanel();
+    QVERIFY(panel);
+    QCOMPARE(panel->windowType(), Qt::Tool);
+    QCOMPARE(panel->pos(), QPoint(250, 28));
 }
 
 void KnuckletAppTest::thePanelStandsOnABarAtTheBottomWhateverItsHeight()

@@ -1,3 +1,5 @@
+#include "support/DesktopWindows.h"
+#include "support/Injector.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
 #include "support/VirtualDesktop.h"
@@ -8,13 +10,16 @@ namespace {
 
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 
+/// A keysym of <X11/keysymdef.h>.
+constexpr xcb_keysym_t keysymEscape = 0xff1b;
+
 // How long a bar may take on a busy machine to show what it has been told.
 constexpr int patience = 20000;
 
 }
 
-/// The icon where there is a tray for windows along the bottom of the screen, and a bar for items along its
-/// top only now and then.
+/// The icon where there is a tray for windows along the bottom of the screen, a bar for items along its top
+/// only now and then, or neither.
 class TrayIconTest final : public QObject {
     Q_OBJECT
 
@@ -25,6 +30,7 @@ private slots:
     void theTrayShowsTheIconWhileThereIsNoBarForItems();
     void theTrayShowsTheIconWhenTheBarForItemsIsGone();
     void theTrayShowsTheIconWithoutABus();
+    void withoutAnyBarAnotherStartOpensAWindow();
 
 private:
     void startTray();
@@ -102,6 +108,33 @@ void TrayIconTest::theTrayShowsTheIconWithoutABus()
     const RunningKnucklet knucklet(*desktop, program, nowhere);
 
     QTRY_VERIFY_WITH_TIMEOUT(isInTray(), patience);
+}
+
+void TrayIconTest::withoutAnyBarAnotherStartOpensAWindow()
+{
+    RunningKnucklet knucklet(*desktop, program);
+    QVERIFY(knucklet.awaitCounting());
+    const DesktopWindows windows(desktop->display());
+    Injector injector(desktop->display());
+
+    QVERIFY(desktop->run(program));
+    QTRY_VERIFY_WITH_TIMEOUT(windows.find("Knucklet") != XCB_WINDOW_NONE, patience);
+    const auto window = windows.find("Knucklet");
+    QTRY_COMPARE_WITH_TIMEOUT(windows.active(), window, patience);
+
+    // It stands in the task bar, with its whole frame on the screen, and stays when another window comes.
+    QVERIFY(!windows.states(window).contains("_NET_WM_STATE_SKIP_TASKBAR"));
+    QVERIFY(!windows.states(window).contains("_NET_WM_STATE_ABOVE"));
+    QCOMPARE_GE(windows.place(window).top(), 10);
+    const auto other = windows.openOther({ 10, 10, 200, 200 });
+    QTRY_COMPARE_WITH_TIMEOUT(windows.active(), other, patience);
+    QVERIFY(windows.isShown(window));
+    QVERIFY(desktop->run(program));
+    QTRY_COMPARE_WITH_TIMEOUT(windows.active(), window, patience);
+    injector.typeKey(injector.keyCode(keysymEscape));
+    injector.sync();
+    QTRY_VERIFY_WITH_TIMEOUT(!windows.isShown(window), patience);
+    QVERIFY(knucklet.isRunning());
 }
 
 QTEST_GUILESS_MAIN(TrayIconTest)

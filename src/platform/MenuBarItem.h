@@ -38,4 +38,6 @@ public:
         = 0;
     /// Cheap, and silent towards the desktop, when the label is as it was.
     virtual void setLabel(const MenuBarLabel& label) = 0;
+    /// Whether there is a menu bar with the item in it, as far as can be known.
+    virtual bool isShown() const = 0;
 };

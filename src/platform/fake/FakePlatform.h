@@ -99,6 +99,8 @@ public:
     /// A press outside every window of the program, held until `releaseButton`.
     void pressOutside();
     void releaseButton() { pressHeld = false; }
+    /// There is no menu bar any more.
+    void removeMenuBar() { menuBarIsThere = false; }
     void clickMenuBarItem(ScreenPoint place);
     void chooseCommand(const std::string& title, ScreenPoint place = {});
 
@@ -184,6 +186,7 @@ private:
     bool unregisterItem() override;
     void install(std::function<void(ScreenPoint)> activated, std::vector<MenuBarCommand> commands) override;
     void setLabel(const MenuBarLabel& newLabel) override;
+    bool isShown() const override { return menuBarIsThere; }
     std::optional<MouseMonitorId> add(std::uint64_t eventMask, std::function<void()> handler) override;
     void remove(MouseMonitorId) override;
     ScreenArea workArea(ScreenPoint) const override { return freeArea; }
@@ -237,6 +240,7 @@ private:
     bool pressHeld = false;
     ScreenArea freeArea { .x = 0, .y = 28, .width = 800, .height = 572 };
     std::function<void()> startedAgain;
+    bool menuBarIsThere = true;
     std::function<void(ScreenPoint)> menuBarItemActivated;
     std::vector<MenuBarCommand> menuBarCommands;
     std::optional<MenuBarLabel> label;

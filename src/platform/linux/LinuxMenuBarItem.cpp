@@ -31,6 +31,8 @@ void LinuxMenuBarItem::setLabel(const MenuBarLabel& label)
         trayIcon->setToolTip(label.toolTip);
 }
 
+bool LinuxMenuBarItem::isShown() const { return item.isShown() || (trayIcon && trayIcon->isShown()); }
+
 void LinuxMenuBarItem::watcherSeen(WatcherState watcher)
 {
     if (watcher == WatcherState::Present) {

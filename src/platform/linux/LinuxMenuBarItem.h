@@ -18,6 +18,7 @@ public:
 
     void install(std::function<void(ScreenPoint)> activated, std::vector<MenuBarCommand> commands) override;
     void setLabel(const MenuBarLabel& label) override;
+    bool isShown() const override;
 
 private:
     void watcherSeen(WatcherState watcher);

@@ -201,7 +201,7 @@ void StatusNotifierItem::lookForWatcher()
     QObject::connect(question.get(), &QDBusPendingCallWatcher::finished, question.get(), [this] {
         const QDBusPendingReply<uint> processId = *question;
         if (processId.isError() && processId.error().name() == noOwner)
-            watcherSeen(WatcherState::Absent);
+            watcherIs(WatcherState::Absent);
         else
             watcherAppeared(processId);
     });
@@ -218,7 +218,13 @@ void StatusNotifierItem::watcherAppeared(uint processId)
     call.setAutoStartService(false);
     call.setArguments({ itemName() });
     bus.send(call);
-    watcherSeen(WatcherState::Present);
+    watcherIs(WatcherState::Present);
+}
+
+void StatusNotifierItem::watcherIs(WatcherState state)
+{
+    watcher = state;
+    watcherSeen(state);
 }
 
 /// Later, so that the host has its answer first. The place is taken at once: the pointer may move on.

@@ -33,17 +33,20 @@ public:
 
     void install(std::function<void(ScreenPoint)> activated, std::vector<MenuBarCommand> commands) override;
     void setLabel(const MenuBarLabel& label) override;
+    bool isShown() const override { return watcher == WatcherState::Present; }
 
 private:
     DbusInterface description();
     QString label() const;
     void lookForWatcher();
+    void watcherIs(WatcherState state);
     void watcherAppeared(uint processId);
     void activate(QPoint reported);
     ScreenPoint panelPlace(QPoint reported);
 
     QDBusConnection bus;
     std::function<void(WatcherState)> watcherSeen;
+    WatcherState watcher = WatcherState::Absent;
     QDBusServiceWatcher owner;
     std::unique_ptr<QDBusPendingCallWatcher> question;
     /// The process of the bar that was there last.

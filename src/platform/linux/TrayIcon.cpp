@@ -35,6 +35,8 @@ TrayIcon::TrayIcon(std::function<void(ScreenPoint)> activated, const std::vector
 
 void TrayIcon::setToolTip(const std::string& toolTip) { icon.setToolTip(QString::fromStdString(toolTip)); }
 
+bool TrayIcon::isShown() const { return QSystemTrayIcon::isSystemTrayAvailable(); }
+
 ScreenPoint TrayIcon::place() const
 {
     const QPoint center = icon.geometry().center();

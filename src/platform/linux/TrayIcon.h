@@ -14,6 +14,7 @@ public:
     TrayIcon& operator=(const TrayIcon&) = delete;
 
     void setToolTip(const std::string& toolTip);
+    bool isShown() const;
 
 private:
     ScreenPoint place() const;
