@@ -15,9 +15,11 @@
 #include <QTimer>
 
 #include <sys/inotify.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <csignal>
+#include <functional>
 
 namespace {
 
@@ -30,6 +32,9 @@ constexpr int patience = 20000;
 
 /// A keysym of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymA = 0x61;
+
+/// Puts something where the file should be, and says whether it is there.
+using Obstacle = std::function<bool(const QString& file)>;
 
 void type(Injector& injector, int keys)
 {
@@ -123,6 +128,8 @@ private slots:
     void whoWaitsInVainLeavesTheFilesAlone();
     void theProgramCountsWhereItCannotSave_data();
     void theProgramCountsWhereItCannotSave();
+    void theProgramCountsWhateverLiesInTheFilesPlace_data();
+    void theProgramCountsWhateverLiesInTheFilesPlace();
     void theProgramCountsWithoutALock();
     void theProgramCountsWithoutAHomeFolder();
     void withoutAnyDataFolderTheProgramEndsAtOnce();
@@ -178,7 +185,7 @@ void InstanceTest::anotherStartOpensThePanelAndEnds()
     const auto second = launch(*desktop, environment);
 
     QVERIFY(endsWell(*second));
-    QTRY_VERIFY(isPanelOpen());
+    QTRY_VERIFY_WITH_TIMEOUT(isPanelOpen(), patience);
     QVERIFY(first.isRunning());
     QCOMPARE(second->readAll(), QByteArray());
 }
@@ -211,7 +218,7 @@ void InstanceTest::fiftyStartsAtOnceLeaveOneInstance()
     };
     QTRY_COMPARE_WITH_TIMEOUT(running(), 1, patience);
 
-    QTRY_VERIFY(isPanelOpen());
+    QTRY_VERIFY_WITH_TIMEOUT(isPanelOpen(), patience);
     QCOMPARE(running(), 1);
     for (const auto& start : starts) {
         if (start->state() == QProcess::NotRunning)
@@ -235,7 +242,7 @@ void InstanceTest::aStartThatGetsNoAnswerEndsAsWell()
     QVERIFY(endsWell(*second));
 
     QVERIFY(first.send(SIGCONT));
-    QTRY_VERIFY(isPanelOpen());
+    QTRY_VERIFY_WITH_TIMEOUT(isPanelOpen(), patience);
     QVERIFY(first.end(SIGTERM));
 }
 
@@ -271,7 +278,7 @@ void InstanceTest::afterAKillTheNextStartCounts()
     // An open panel shows that the program counts, also where there is no bus to see it on.
     const auto opening = launch(*desktop, environment);
     QVERIFY(endsWell(*opening));
-    QTRY_VERIFY(isPanelOpen());
+    QTRY_VERIFY_WITH_TIMEOUT(isPanelOpen(), patience);
     type(*injector, 7);
     next->terminate();
 
@@ -290,7 +297,7 @@ void InstanceTest::desktopsActivateTheApplication()
     const auto reply = knucklet.sessionBus().call(call);
 
     QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
-    QTRY_VERIFY(isPanelOpen());
+    QTRY_VERIFY_WITH_TIMEOUT(isPanelOpen(), patience);
 }
 
 /// Waits until the name belongs to another process than this.
@@ -312,7 +319,7 @@ void InstanceTest::aNewInstanceContinuesWhatTheOldOneCounted()
     for (int round = 0; round < 10; ++round) {
         const Report report(*desktop);
         const auto process = desktop->launch(relaunchingProgram);
-        QTRY_COMPARE(report.lines().size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(report.lines().size(), 1, patience);
         type(*injector, 100);
 
         const auto oldProcess = process->processId();
@@ -321,12 +328,12 @@ void InstanceTest::aNewInstanceContinuesWhatTheOldOneCounted()
         type(*injector, 50 + round);
         QCOMPARE(report.lines().size(), 1);
         process->write("\n");
-        QTRY_COMPARE(report.lines().size(), 3);
+        QTRY_COMPARE_WITH_TIMEOUT(report.lines().size(), 3, patience);
         type(*injector, 10);
         const auto newProcess = report.lines().last().process;
         QVERIFY(newProcess > 0);
         QCOMPARE(kill(newProcess, SIGTERM), 0);
-        QTRY_COMPARE(report.lines().size(), 4);
+        QTRY_COMPARE_WITH_TIMEOUT(report.lines().size(), 4, patience);
 
         const auto lines = report.lines();
         QCOMPARE(lines[1].process, oldProcess);
@@ -373,10 +380,47 @@ void InstanceTest::theProgramCountsWhereItCannotSave()
     QVERIFY(knucklet.awaitCounting());
 
     type(*injector, 3);
-    QTRY_VERIFY2(knucklet.toolTip().contains("3 keys"), qPrintable(knucklet.toolTip()));
+    QTRY_VERIFY2_WITH_TIMEOUT(
+        knucklet.toolTip().contains("3 keys"), qPrintable(knucklet.toolTip()), patience);
 
     QVERIFY(knucklet.end(SIGTERM));
     QCOMPARE(knucklet.output(), QByteArray());
+}
+
+void InstanceTest::theProgramCountsWhateverLiesInTheFilesPlace_data()
+{
+    QTest::addColumn<Obstacle>("put");
+    QTest::addColumn<bool>("canSave");
+
+    QTest::newRow("a pipe without a writer")
+        << Obstacle([](const QString& file) { return mkfifo(qPrintable(file), 0600) == 0; }) << true;
+    QTest::newRow("an endless device")
+        << Obstacle([](const QString& file) { return QFile::link("/dev/zero", file); }) << false;
+    QTest::newRow("a folder with something in it")
+        << Obstacle([](const QString& file) { return QDir().mkpath(file + "/inner"); }) << false;
+    QTest::newRow("100 MB of zeros") << Obstacle([](const QString& file) {
+        QFile large(file);
+        return large.open(QFile::WriteOnly) && large.resize(100'000'000);
+    }) << true;
+}
+
+void InstanceTest::theProgramCountsWhateverLiesInTheFilesPlace()
+{
+    QFETCH(const Obstacle, put);
+    QFETCH(const bool, canSave);
+    QVERIFY(QDir().mkpath(dataFolder()));
+    QVERIFY(put(dataFolder() + "/stats.json"));
+    RunningKnucklet knucklet(*desktop, program);
+    QVERIFY(knucklet.awaitCounting());
+
+    type(*injector, 3);
+    QTRY_VERIFY2_WITH_TIMEOUT(
+        knucklet.toolTip().contains("3 keys"), qPrintable(knucklet.toolTip()), patience);
+
+    QVERIFY(knucklet.end(SIGTERM));
+    QCOMPARE(knucklet.output(), QByteArray());
+    if (canSave)
+        QCOMPARE(savedCounts(*desktop), (Counts { 3, 0 }));
 }
 
 void InstanceTest::theProgramCountsWithoutALock()
