@@ -17,6 +17,9 @@ namespace {
 
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 
+/// How long the program may take on a busy machine, in milliseconds.
+constexpr int patience = 20000;
+
 /// A keysym of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymA = 0x61;
 
@@ -130,7 +133,7 @@ void EndingTest::losingTheDisplayWhileTypingLosesNothing()
 
         desktop->killServer();
         // Its code says that it did not end of its own accord.
-        QTRY_VERIFY(!knucklet.isRunning());
+        QTRY_VERIFY_WITH_TIMEOUT(!knucklet.isRunning(), patience);
 
         QCOMPARE(savedCounts(*desktop).keys, 20 + round);
         QCOMPARE(knucklet.output(), QByteArray());
@@ -148,12 +151,12 @@ void EndingTest::theEndOfTheSessionLosesNothingAndAsksNobody()
         QVERIFY(!manager.address().isEmpty());
         RunningKnucklet knucklet(*desktop, program, managedBy(manager));
         QVERIFY(knucklet.awaitCounting());
-        QTRY_VERIFY(manager.hasClient());
+        QTRY_VERIFY_WITH_TIMEOUT(manager.hasClient(), patience);
         const auto before = savedCounts(*desktop).keys;
         type(injector, 20 + round);
 
         manager.endSession();
-        QTRY_VERIFY(!knucklet.isRunning());
+        QTRY_VERIFY_WITH_TIMEOUT(!knucklet.isRunning(), patience);
 
         QVERIFY(knucklet.awaitEnd());
         QCOMPARE(savedCounts(*desktop).keys - before, 20 + round);
@@ -220,7 +223,7 @@ void EndingTest::aKillWhileItSavesLeavesAWholeFile()
         bySignal(SIGTERM)(knucklet);
         QVERIFY(watch.await(name));
         bySignal(SIGKILL)(knucklet);
-        QTRY_VERIFY(!knucklet.isRunning());
+        QTRY_VERIFY_WITH_TIMEOUT(!knucklet.isRunning(), patience);
 
         auto saved = savedDays(*desktop);
         const auto keys = saved.take(today).keys;
