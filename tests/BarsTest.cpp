@@ -121,7 +121,8 @@ private:
     void openPanel();
     void clickIcon();
     QRect icon() const { return iconIn(atEdge()); }
-    bool hasIcon() const { return icon().width() >= 14 && icon().width() <= 34; }
+    /// Plasma draws it smaller for a while when it has just started.
+    bool hasIcon() const { return icon().width() >= 12 && icon().width() <= 34; }
     void moveTo(QPoint place);
     void startProgram() { knucklet = std::make_unique<RunningKnucklet>(*desktop, program); }
 
