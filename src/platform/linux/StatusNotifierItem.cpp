@@ -4,6 +4,7 @@
 #include "platform/linux/DbusObject.h"
 #include "platform/linux/Quirks.h"
 #include "platform/linux/Session.h"
+#include "platform/linux/X11Windows.h"
 
 #include <QCoreApplication>
 #include <QCursor>
@@ -56,6 +57,18 @@ void registerTypes()
     qDBusRegisterMetaType<IconPixmap>();
     qDBusRegisterMetaType<QList<IconPixmap>>();
     qDBusRegisterMetaType<ToolTip>();
+}
+
+/// A window of Wayland comes to the front with such a token only, which the toolkit uses up for the next one
+/// that it activates. One of X needs none; the desktop only has to hear that it need not wait.
+std::optional<QVariantList> takeActivationToken(const QVariantList& arguments)
+{
+    const auto token = arguments[0].toString().toUtf8();
+    if (QGuiApplication::platformName() == "wayland")
+        qputenv("XDG_ACTIVATION_TOKEN", token);
+    else
+        endStartup(token);
+    return QVariantList();
 }
 
 std::optional<QVariantList> nothingToDo(const QVariantList&) { return QVariantList(); }
@@ -152,8 +165,7 @@ DbusInterface StatusNotifierItem::description()
         // The host draws the menu, and scrolling over the item means nothing.
         { "ContextMenu", place, {}, nothingToDo },
         { "Scroll", { { "delta", "i" }, { "orientation", "s" } }, {}, nothingToDo },
-        // The token is for windows of Wayland; ours are those of X.
-        { "ProvideXdgActivationToken", { { "token", "s" } }, {}, nothingToDo },
+        { "ProvideXdgActivationToken", { { "token", "s" } }, {}, takeActivationToken },
     };
     description.properties = {
         { "Category", "s", [] { return QString("ApplicationStatus"); } },

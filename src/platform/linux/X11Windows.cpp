@@ -112,3 +112,34 @@ QRect withoutBars(const QRect& screen)
     }
     return { QPoint(left, top), QPoint(right - 1, bottom - 1) };
 }
+
+// The text goes to the root window in pieces, with a zero at its end; a window says which pieces belong
+// together.
+void endStartup(const QByteArray& id)
+{
+    auto* connection = toolkitConnection();
+    if (!connection || id.isEmpty())
+        return;
+    QByteArray quoted = id;
+    quoted.replace('\\', "\\\\").replace('"', "\\\"");
+    const QByteArray text = "remove: ID=\"" + quoted + '"' + '\0';
+
+    xcb_client_message_event_t piece {};
+    constexpr qsizetype pieceSize = sizeof piece.data.data8;
+    piece.response_type = XCB_CLIENT_MESSAGE;
+    piece.format = 8;
+    piece.window = xcb_generate_id(connection);
+    piece.type = atom(connection, "_NET_STARTUP_INFO_BEGIN");
+    const auto root = rootWindow(connection);
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, piece.window, root, 0, 0, 1, 1, 0,
+        XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+    for (qsizetype sent = 0; sent < text.size(); sent += pieceSize) {
+        const auto next = text.mid(sent, pieceSize).leftJustified(pieceSize, '\0');
+        std::copy(next.begin(), next.end(), piece.data.data8);
+        xcb_send_event(
+            connection, 0, root, XCB_EVENT_MASK_PROPERTY_CHANGE, reinterpret_cast<const char*>(&piece));
+        piece.type = atom(connection, "_NET_STARTUP_INFO");
+    }
+    xcb_destroy_window(connection, piece.window);
+    xcb_flush(connection);
+}

@@ -2,6 +2,7 @@
 
 #include "platform/PanelHost.h"
 
+#include <QByteArray>
 #include <QRect>
 
 /// What is asked of an X server and its window manager about windows, on the toolkit's own connection.
@@ -16,3 +17,7 @@ bool isPointerOverOwnWindow();
 
 /// What is left of a screen without the bars along its edges; in pixels, as is the screen.
 QRect withoutBars(const QRect& screen);
+
+/// Tells the desktop that what it has begun under this id of the startup-notification protocol is done. Until
+/// then it shows a busy pointer.
+void endStartup(const QByteArray& id);
