@@ -12,7 +12,6 @@
 #include <QCoreApplication>
 #include <QDate>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTest>
@@ -20,13 +19,10 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
-#include <tuple>
 
 namespace {
 
 constexpr int patience = 20000;
-/// What has not changed for so long stays as it is, in milliseconds: no animation here takes longer.
-constexpr int stillness = 600;
 /// A night blue in which light and dark windows stand out.
 constexpr std::uint32_t backdrop = 0x2f4058;
 /// The bar and the line below it, in pixels.
@@ -108,8 +104,9 @@ public:
         const auto place = windows.place(panel());
         // Off the icon, whose tooltip would cover the panel.
         moveTo(injector, place.bottomLeft() + QPoint(60, 60));
-        return save("panel", stillPicture(place)) && save("menu-bar", stillPicture(bar))
-            && save("desktop", stillPicture(QRect({}, desktop.size())))
+        return save("panel", stillScreenshot(desktop.display(), place))
+            && save("menu-bar", stillScreenshot(desktop.display(), bar))
+            && save("desktop", stillScreenshot(desktop.display(), QRect({}, desktop.size())))
             && openDayCard(injector, windows, place)
             && (knucklet.end(SIGTERM) || fail("the program does not end"));
     }
@@ -123,7 +120,8 @@ private:
             if (!QTest::qWaitFor([&] { return assistantPage(desktop) == page; }, patience))
                 return fail("the assistant does not show its next page");
             const DesktopWindows windows(desktop.display());
-            if (!save(pages[page], stillPicture(windows.place(windows.find(assistantTitle)))))
+            if (!save(pages[page],
+                    stillScreenshot(desktop.display(), windows.place(windows.find(assistantTitle)))))
                 return false;
             injector.typeKey(injector.keyCode(keysymReturn));
             injector.sync();
@@ -138,27 +136,8 @@ private:
         const auto card = [&] { return windows.find("Day Card"); };
         if (!QTest::qWaitFor([&] { return card() != XCB_WINDOW_NONE && windows.isShown(card()); }, patience))
             return fail("the day card does not open");
-        // Its last button comes a moment later, where the window was empty.
         // Its last button comes a moment later.
-        return save("day-card", stillPicture(windows.place(card())));
-    }
-    /// The picture that an area of the screen comes to rest at; the last one when it never does.
-    QImage stillPicture(const QRect& area) const
-    {
-        QImage picture = screenshot(desktop.display(), area);
-        QElapsedTimer sinceChange;
-        sinceChange.start();
-        std::ignore = QTest::qWaitFor(
-            [&] {
-                const auto next = screenshot(desktop.display(), area);
-                if (next != picture) {
-                    picture = next;
-                    sinceChange.restart();
-                }
-                return sinceChange.hasExpired(stillness);
-            },
-            patience);
-        return picture;
+        return save("day-card", stillScreenshot(desktop.display(), windows.place(card())));
     }
     static void type(Injector& injector, int keys)
     {

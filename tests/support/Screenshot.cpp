@@ -2,6 +2,20 @@
 
 #include "platform/linux/Xcb.h"
 
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <tuple>
+
+namespace {
+
+// In milliseconds. No animation of a desktop pauses for so long,
+constexpr int stillness = 600;
+/// and none goes on for so long.
+constexpr int patience = 20000;
+
+}
+
 QImage screenshot(const QByteArray& display, const QRect& area)
 {
     const XcbConnection connection(xcb_connect(display.constData(), nullptr));
@@ -24,6 +38,24 @@ QImage screenshot(const QByteArray& display, const QRect& area)
     return QImage(
         xcb_get_image_data(reply.get()), part.width(), part.height(), bytesPerLine, QImage::Format_RGB32)
         .copy();
+}
+
+QImage stillScreenshot(const QByteArray& display, const QRect& area)
+{
+    QImage picture = screenshot(display, area);
+    QElapsedTimer sinceChange;
+    sinceChange.start();
+    std::ignore = QTest::qWaitFor(
+        [&] {
+            const auto next = screenshot(display, area);
+            if (next != picture) {
+                picture = next;
+                sinceChange.restart();
+            }
+            return sinceChange.hasExpired(stillness);
+        },
+        patience);
+    return picture;
 }
 
 QRect difference(const QImage& before, const QImage& after)
