@@ -45,6 +45,19 @@ const char* const xfceSettings = R"(<?xml version="1.0" encoding="UTF-8"?>
 </channel>
 )";
 
+// Of the two names the extension has one; which, depends on who has packaged it.
+const char* const gnomeSettings = R"([org/gnome/shell]
+enabled-extensions=['ubuntu-appindicators@ubuntu.com', 'appindicatorsupport@rgcjonas.gmail.com']
+welcome-dialog-last-shown-version='1000'
+
+[org/gnome/desktop/interface]
+enable-animations=false
+
+[org/gnome/desktop/background]
+picture-options='none'
+primary-color='#2f4058'
+)";
+
 const char* const lxqtSettings = R"(panels=panel1
 
 [panel1]
@@ -164,6 +177,15 @@ BarSetup xfce(const char* dark)
     };
 }
 
+BarSetup gnome()
+{
+    return {
+        .files = { { ".config/glib-2.0/settings/keyfile", gnomeSettings } },
+        // With its compositor.
+        .processes = {},
+    };
+}
+
 BarSetup lxqt()
 {
     return {
@@ -233,6 +255,8 @@ BarSetup barSetup(Bar bar)
         return xfce("false");
     case Bar::DarkXfce:
         return xfce("true");
+    case Bar::Gnome:
+        return gnome();
     case Bar::Lxqt:
         return lxqt();
     case Bar::Mate:

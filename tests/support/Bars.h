@@ -6,8 +6,9 @@
 #include <QStringList>
 
 /// The bars that a virtual desktop can have. Each stands along the top, ends in a tray with nothing else in
-/// it, and is set up completely, so that none asks anything at its first start.
-enum class Bar { Xfce, DarkXfce, Lxqt, Mate, Plasma, Trayer, Waybar };
+/// it, and is set up completely, so that none asks anything at its first start. Those of GNOME and sway
+/// (Waybar) bring their Wayland compositor, and GNOME's tray has a menu of the system's beside it.
+enum class Bar { Xfce, DarkXfce, Gnome, Lxqt, Mate, Plasma, Trayer, Waybar };
 
 /// A file in the home folder of the desktop's user.
 struct BarFile {

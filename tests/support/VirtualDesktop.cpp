@@ -4,12 +4,15 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
+#include <QTest>
 #include <QTimer>
 
 #include <grp.h>
@@ -178,7 +181,9 @@ bool VirtualDesktop::start()
         return false;
     for (const BarFile& file : barSetup(parts.bar).files)
         writeFile(folder() + "/home/" + file.path, file.content);
-    if (parts.bar == Bar::Waybar && !startCompositor())
+    if (parts.bar == Bar::Waybar && !startSway())
+        return false;
+    if (parts.bar == Bar::Gnome && !startGnome())
         return false;
     if ((parts.windowManager || parts.panel) && !startSettings())
         return false;
@@ -320,7 +325,7 @@ bool VirtualDesktop::startWindowManager()
 
 // sway in a window as large as the screen: input and pictures go through the X server as everywhere else.
 // Programs see its Wayland and its XWayland only.
-bool VirtualDesktop::startCompositor()
+bool VirtualDesktop::startSway()
 {
     const QString runtime = folder() + "/sway";
     const passwd* user = otherUser();
@@ -341,6 +346,52 @@ bool VirtualDesktop::startCompositor()
     session.insert("XDG_SESSION_TYPE", "wayland");
     session.insert("XDG_CURRENT_DESKTOP", "sway");
     return !display.isEmpty() || fail();
+}
+
+// The same for GNOME, which finds nothing on its system bus and shows its desktop and not the overview.
+bool VirtualDesktop::startGnome()
+{
+    const QString mode = QString("%1x%2").arg(parts.size.width()).arg(parts.size.height());
+    const QStringList variables { "XDG_CURRENT_DESKTOP=GNOME", "GSETTINGS_BACKEND=keyfile",
+        "DBUS_SYSTEM_BUS_ADDRESS=" + address, "MUTTER_DEBUG_DUMMY_MODE_SPECS=" + mode };
+    if (!startPart("gnome-shell", { "--nested", "--wayland" }, { .environment = variables })
+        || !awaitBusName(address, "org.kde.StatusNotifierWatcher")
+        || !awaitBusName(address, "org.gnome.Shell") || !leaveOverview())
+        return fail();
+
+    QFile log(folder() + "/gnome-shell.log");
+    log.open(QFile::ReadOnly);
+    const auto said = QString::fromLocal8Bit(log.readAll());
+    const auto find
+        = [&said](const char* pattern) { return QRegularExpression(pattern).match(said).captured(1); };
+    const QString runtime = folder() + "/runtime/";
+    session.insert("WAYLAND_DISPLAY", find("Wayland display name '([^']+)'"));
+    session.insert("DISPLAY", find("public X11 display (:[0-9]+)"));
+    session.insert("XAUTHORITY",
+        runtime + QDir(runtime).entryList({ ".mutter-Xwaylandauth.*" }, QDir::Files | QDir::Hidden).value(0));
+    session.insert("XDG_SESSION_TYPE", "wayland");
+    session.insert("XDG_CURRENT_DESKTOP", "GNOME");
+    return !session.value("DISPLAY").isEmpty() || fail();
+}
+
+// It comes up when the desktop has started, and only then can it be left.
+bool VirtualDesktop::leaveOverview()
+{
+    auto bus = QDBusConnection::connectToBus(address, address);
+    const auto property = [&bus](const char* method, const QVariantList& value) {
+        auto call = QDBusMessage::createMethodCall(
+            "org.gnome.Shell", "/org/gnome/Shell", "org.freedesktop.DBus.Properties", method);
+        call.setArguments(QVariantList { "org.gnome.Shell", "OverviewActive" } + value);
+        return bus.call(call);
+    };
+    const auto isActive = [&property] {
+        return property("Get", {}).arguments().value(0).value<QDBusVariant>().variant().toBool();
+    };
+    const bool hasCome = QTest::qWaitFor(isActive, patience);
+    property("Set", { QVariant::fromValue(QDBusVariant(false)) });
+    const bool hasGone = QTest::qWaitFor([&isActive] { return !isActive(); }, patience);
+    QDBusConnection::disconnectFromBus(address);
+    return hasCome && hasGone;
 }
 
 bool VirtualDesktop::startPart(const QString& program, const QStringList& arguments)

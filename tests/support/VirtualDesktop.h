@@ -80,7 +80,9 @@ private:
     bool startBus();
     bool startSettings();
     bool startWindowManager();
-    bool startCompositor();
+    bool startSway();
+    bool startGnome();
+    bool leaveOverview();
     bool startPart(const QString& program, const QStringList& arguments);
     bool startPart(const QString& program, const QStringList& arguments, const PartOptions& options);
     QByteArray awaitFirstLine();
