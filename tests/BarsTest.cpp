@@ -53,17 +53,6 @@ double contrast(const QImage& picture)
     return (lightest + 0.05) / (darkest + 0.05);
 }
 
-/// What stands on the right half of a bar, which has nothing in its middle.
-QRect iconIn(const QImage& bar)
-{
-    QImage empty = bar;
-    for (int y = 0; y < bar.height(); ++y) {
-        for (int x = bar.width() / 2; x < bar.width(); ++x)
-            empty.setPixel(x, y, bar.pixel(bar.width() / 2, y));
-    }
-    return difference(empty, bar);
-}
-
 enum class Counts { Hidden, Shown };
 
 void writeSettings(const VirtualDesktop& desktop, Counts counts)
@@ -138,18 +127,12 @@ void BarsTest::bars()
     /// Whether it shows text beside the icon.
     QTest::addColumn<bool>("hasRoom");
 
-    const QByteArrayList wanted = qgetenv("BARS").split(' ');
-    const auto add = [&](const char* name, Bar bar, bool hasRoom) {
-        if (wanted.contains(name))
-            QTest::newRow(name) << bar << hasRoom;
-    };
-    add("xfce4-panel", Bar::Xfce, false);
-    add("xfce4-panel-dark", Bar::DarkXfce, false);
-    add("trayer", Bar::Trayer, false);
-    add("lxqt-panel", Bar::Lxqt, false);
-    add("mate-panel", Bar::Mate, true);
-    add("plasmashell", Bar::Plasma, false);
-    add("waybar", Bar::Waybar, true);
+    const QByteArrayList withRoom { "mate-panel", "waybar" };
+    for (const auto& name : qgetenv("BARS").split(' ')) {
+        const auto bar = barNamed(name);
+        QVERIFY2(bar, name);
+        QTest::newRow(name) << *bar << withRoom.contains(name);
+    }
 }
 
 void BarsTest::startDesktop(bool withBar)

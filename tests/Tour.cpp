@@ -1,8 +1,9 @@
-// knucklet-tour PROGRAM FOLDER: uses the program on a virtual desktop, with real input, and leaves pictures
-// of it.
+// knucklet-tour PROGRAM FOLDER [BAR]: uses the program on a virtual desktop, with real input, and leaves
+// pictures of it. The bar is xfce4-panel, if no other is named; it must be one of X11.
 
 #include "platform/linux/Xcb.h"
 #include "support/AssistantOnScreen.h"
+#include "support/Bars.h"
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
 #include "support/RunningKnucklet.h"
@@ -25,8 +26,12 @@ namespace {
 constexpr int patience = 20000;
 /// A night blue in which light and dark windows stand out.
 constexpr std::uint32_t backdrop = 0x2f4058;
-/// The bar and the line below it, in pixels.
+/// The bar and the line below it, in pixels,
 constexpr int barHeight = 29;
+/// and how much of it every bar covers.
+constexpr int edge = 26;
+/// In pixels.
+constexpr int leastIcon = 12;
 /// Of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymReturn = 0xff0d;
 
@@ -56,15 +61,17 @@ void fillBackdrop(const QByteArray& display)
     const XcbConnection connection(xcb_connect(display.constData(), nullptr));
     const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
     xcb_change_window_attributes(connection.get(), root, XCB_CW_BACK_PIXEL, &backdrop);
-    xcb_clear_area(connection.get(), 0, root, 0, 0, 0, 0);
-    xcb_flush(connection.get());
+    // Returns when it has been done.
+    const XcbReply<xcb_generic_error_t> ignored(
+        xcb_request_check(connection.get(), xcb_clear_area_checked(connection.get(), 0, root, 0, 0, 0, 0)));
 }
 
 /// Shows what the program looks like while somebody uses it.
 class Tour final {
 public:
-    Tour(const QString& program, const QString& folder)
-        : program(QFileInfo(program).absoluteFilePath())
+    Tour(const QString& program, const QString& folder, Bar bar)
+        : desktop({ .windowManager = true, .panel = true, .bar = bar })
+        , program(QFileInfo(program).absoluteFilePath())
         , folder(folder)
     {
     }
@@ -78,7 +85,8 @@ public:
         writeStatsFile(desktop, weekBefore(QDate::currentDate()));
 
         RunningKnucklet knucklet(desktop, program);
-        if (!knucklet.awaitItem() || !QTest::qWaitFor([&] { return !knucklet.icon().isNull(); }, patience))
+        if (!knucklet.awaitItem()
+            || !QTest::qWaitFor([this] { return icon().width() >= leastIcon; }, patience))
             return fail("the icon does not appear");
         fillBackdrop(desktop.display());
 
@@ -92,7 +100,7 @@ public:
 
         const DesktopWindows windows(desktop.display());
         const auto panel = [&windows] { return windows.find("Knucklet"); };
-        click(injector, 1, knucklet.icon().center());
+        click(injector, 1, icon().center());
         if (!QTest::qWaitFor(
                 [&] { return panel() != XCB_WINDOW_NONE && windows.isShown(panel()); }, patience))
             return fail("the panel does not open");
@@ -112,6 +120,10 @@ public:
     }
 
 private:
+    QRect icon() const
+    {
+        return iconIn(screenshot(desktop.display(), QRect(0, 0, desktop.size().width(), edge)));
+    }
     bool goThroughTheAssistant(Injector& injector) const
     {
         const char* const pages[] { "assistant-1-welcome", "assistant-2-privacy", "assistant-3-permission",
@@ -166,7 +178,7 @@ private:
         return true;
     }
 
-    VirtualDesktop desktop { { .windowManager = true, .panel = true } };
+    VirtualDesktop desktop;
     QString program;
     QDir folder;
 };
@@ -176,11 +188,12 @@ private:
 int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
-    if (argc != 3) {
-        std::fputs("usage: knucklet-tour PROGRAM FOLDER\n", stderr);
+    const auto bar = barNamed(argc == 4 ? argv[3] : "xfce4-panel");
+    if ((argc != 3 && argc != 4) || !bar) {
+        std::fputs("usage: knucklet-tour PROGRAM FOLDER [BAR]\n", stderr);
         return 2;
     }
 
     std::printf("No display: Knucklet runs on a virtual one. Its pictures:\n");
-    return Tour(argv[1], argv[2]).run() ? 0 : 1;
+    return Tour(argv[1], argv[2], *bar).run() ? 0 : 1;
 }

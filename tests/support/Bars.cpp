@@ -1,11 +1,14 @@
 #include "support/Bars.h"
 
 #include "platform/linux/Xcb.h"
+#include "support/Screenshot.h"
 
 #include <QSettings>
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -52,6 +55,12 @@ welcome-dialog-last-shown-version='1000'
 
 [org/gnome/desktop/interface]
 enable-animations=false
+
+[org/gnome/desktop/lockdown]
+disable-lock-screen=true
+
+[org/gnome/desktop/notifications]
+show-banners=false
 
 [org/gnome/desktop/background]
 picture-options='none'
@@ -248,6 +257,17 @@ BarSetup waybar()
 
 }
 
+std::optional<Bar> barNamed(const QByteArray& name)
+{
+    const std::pair<const char*, Bar> names[] { { "xfce4-panel", Bar::Xfce },
+        { "xfce4-panel-dark", Bar::DarkXfce }, { "gnome-shell", Bar::Gnome }, { "lxqt-panel", Bar::Lxqt },
+        { "mate-panel", Bar::Mate }, { "plasmashell", Bar::Plasma }, { "trayer", Bar::Trayer },
+        { "waybar", Bar::Waybar } };
+    const auto* found = std::find_if(
+        std::begin(names), std::end(names), [&](const auto& each) { return each.first == name; });
+    return found == std::end(names) ? std::nullopt : std::optional(found->second);
+}
+
 BarSetup barSetup(Bar bar)
 {
     switch (bar) {
@@ -269,6 +289,16 @@ BarSetup barSetup(Bar bar)
         return waybar();
     }
     return {};
+}
+
+QRect iconIn(const QImage& bar)
+{
+    QImage empty = bar;
+    for (int y = 0; y < bar.height(); ++y) {
+        for (int x = bar.width() / 2; x < bar.width(); ++x)
+            empty.setPixel(x, y, bar.pixel(bar.width() / 2, y));
+    }
+    return difference(empty, bar);
 }
 
 bool isUpperEdgeTaken(const QByteArray& display)

@@ -1,14 +1,21 @@
 #pragma once
 
 #include <QByteArray>
+#include <QImage>
 #include <QList>
+#include <QRect>
 #include <QString>
 #include <QStringList>
+
+#include <optional>
 
 /// The bars that a virtual desktop can have. Each stands along the top, ends in a tray with nothing else in
 /// it, and is set up completely, so that none asks anything at its first start. Those of GNOME and sway
 /// (Waybar) bring their Wayland compositor, and GNOME's tray has a menu of the system's beside it.
 enum class Bar { Xfce, DarkXfce, Gnome, Lxqt, Mate, Plasma, Trayer, Waybar };
+
+/// By the name of its program, with "-dark" behind it for a dark one.
+std::optional<Bar> barNamed(const QByteArray& name);
 
 /// A file in the home folder of the desktop's user.
 struct BarFile {
@@ -33,6 +40,9 @@ struct BarSetup {
 };
 
 BarSetup barSetup(Bar bar);
+
+/// What stands on the right half of the picture of a bar, which has nothing in its middle.
+QRect iconIn(const QImage& bar);
 
 /// Whether a bar has asked for the upper edge of the screen, so that windows keep off. Some do so only after
 /// they have shown their icons.
