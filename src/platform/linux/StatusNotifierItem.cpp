@@ -137,11 +137,12 @@ void StatusNotifierItem::setLabel(const MenuBarLabel& label)
     if (!object)
         return;
     if (current.text != previous.text) {
-        pixmaps.clear();
-        if (takesTextInTheIconOnly(bar))
+        if (takesTextInTheIconOnly(bar)) {
+            pixmaps.clear();
             object->emitSignal("NewIcon");
-        else
+        } else {
             object->emitSignal("XAyatanaNewLabel", { this->label(), QString("") });
+        }
     }
     if (current.toolTip != previous.toolTip)
         object->emitSignal("NewToolTip");
