@@ -94,7 +94,8 @@ private:
 
         // By composition: a clip path has hard edges.
         QPainterPath outside;
-        outside.addRect(contentsRect().translated(-contentsRect().topLeft()));
+        // The image's last pixels may be covered in part by its size in points.
+        outside.addRect(QRectF(QPointF(), contentsRect().size()).adjusted(0, 0, 1, 1));
         painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
         painter.fillPath(outside - shape, Qt::black);
         return image;

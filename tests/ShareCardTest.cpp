@@ -196,6 +196,14 @@ void ShareCardTest::thePreviewIsTheCardWithRoundCornersOnAShadow()
     QVERIFY2(greatest <= 12, qPrintable(QString::number(greatest)));
     // The corner is round: what is seen there is the shadow, and beyond its reach the window.
     QVERIFY(at(QPointF(place.topLeft()) + QPointF(0.5, 0.5)).lightness() > 120);
+    // Beside it the shadow fades, and no line stands there, wherever the card's edge falls between two
+    // pixels.
+    int previous = 0;
+    for (double x = place.right() - 1; x <= place.right() + 6; x += 1 / ratio) {
+        const int lightness = at({ x, place.top() + 0.5 }).lightness();
+        QVERIFY2(lightness >= previous, qPrintable(QString::number(x)));
+        previous = lightness;
+    }
     QVERIFY(at({ place.center().x() + 0.0, place.bottom() + 5.0 }).lightness() < background.lightness() - 20);
     QVERIFY(at({ place.center().x() + 0.0, place.top() - 5.0 }).lightness() < background.lightness());
     QVERIFY(at({ place.center().x() + 0.0, place.bottom() + 5.0 }).lightness()
