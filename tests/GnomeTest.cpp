@@ -1,10 +1,17 @@
 #include "support/Injector.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
+#include "support/Script.h"
 #include "support/VirtualDesktop.h"
 
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
+#include <csignal>
 #include <memory>
 #include <tuple>
 
@@ -13,6 +20,7 @@ namespace {
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 
 /// Of <X11/keysymdef.h>.
+constexpr xcb_keysym_t keysymReturn = 0xff0d;
 constexpr xcb_keysym_t keysymEscape = 0xff1b;
 
 // How long the desktop, which draws everything without a graphics card here, may take on a busy machine.
@@ -46,6 +54,7 @@ private slots:
     void aDoubleClickOpensThePanel();
     void escapeClosesThePanel();
     void thePointerIsNotBusyWhenThePanelIsOpen();
+    void thePermissionPageTurnsWhenTheRightAppears();
     void theMenuEndsTheProgram();
 
 private:
@@ -59,6 +68,18 @@ private:
     {
         const QSize size = desktop->size();
         return shown({ 0, barHeight, size.width(), size.height() - barHeight });
+    }
+    /// The color in which the assistant says that keys are counted.
+    bool showsGreen() const
+    {
+        const auto picture = belowBar();
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                if (picture.pixel(x, y) == qRgb(40, 205, 65))
+                    return true;
+            }
+        }
+        return false;
     }
     /// Where something has come up below the bar, in pixels of the screen.
     QRect window() const { return difference(emptyDesktop, belowBar()).translated(0, barHeight); }
@@ -179,6 +200,37 @@ void GnomeTest::thePointerIsNotBusyWhenThePanelIsOpen()
 
     // A program that the desktop waits for keeps it busy for longer.
     QTRY_COMPARE_WITH_TIMEOUT(shown(aroundPointer), pointer, patience / 4);
+}
+
+// The helper is the test's own, and has the right once its file has the set-group-ID bit. A session without
+// real devices has nothing that the real one could read.
+void GnomeTest::thePermissionPageTurnsWhenTheRightAppears()
+{
+    const QTemporaryDir folder;
+    QVERIFY(QDir().mkpath(folder.filePath("libexec")));
+    const auto helper = script(folder, "libexec/knucklet-tap",
+        "[ -g \"$0\" ] || exit 77\n[ \"$1\" != --probe ] || exit 0\nprintf "
+        "'\\0\\0\\0\\0\\0\\0\\0\\0'\ncat\n");
+    QVERIFY(QFile::copy(program, folder.filePath("knucklet")));
+    QVERIFY(knucklet->end(SIGTERM));
+    writeSettingsFile(*desktop, "[General]\nhasCompletedOnboarding=false\n");
+    knucklet = std::make_unique<RunningKnucklet>(*desktop, folder.filePath("knucklet"));
+    QVERIFY(knucklet->awaitItem());
+    const auto next = [this] {
+        const auto before = stillScreenshot(desktop->display());
+        injector->typeKey(injector->keyCode(keysymReturn));
+        injector->sync();
+        return QTest::qWaitFor([&] { return screenshot(desktop->display()) != before; }, patience);
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(window().height() > 500, patience);
+    QVERIFY(next());
+    QVERIFY(next());
+    std::ignore = stillScreenshot(desktop->display());
+    QVERIFY(!showsGreen());
+
+    QCOMPARE(chmod(QFile::encodeName(helper).constData(), 02700), 0);
+
+    QTRY_VERIFY_WITH_TIMEOUT(showsGreen(), patience);
 }
 
 void GnomeTest::theMenuEndsTheProgram()
