@@ -91,13 +91,7 @@ private:
         painter.scale(previewScale, previewScale);
         card->paint(painter);
         painter.restore();
-
-        // By composition: a clip path has hard edges.
-        QPainterPath outside;
-        // The image's last pixels may be covered in part by its size in points.
-        outside.addRect(QRectF(QPointF(), contentsRect().size()).adjusted(0, 0, 1, 1));
-        painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-        painter.fillPath(outside - shape, Qt::black);
+        clearOutside(painter, shape);
         return image;
     }
 

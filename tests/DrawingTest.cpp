@@ -52,6 +52,7 @@ private slots:
     void aThinBarHasRoundEnds();
     void anOutlineIsEquallyThickOnEachSide_data();
     void anOutlineIsEquallyThickOnEachSide();
+    void outsideOfAShapeNothingIsLeft();
 
     void everySymbolIsDrawn_data();
     void everySymbolIsDrawn();
@@ -156,6 +157,23 @@ void DrawingTest::anOutlineIsEquallyThickOnEachSide()
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x)
             QCOMPARE(image.pixelColor(x, y), QColor(inside.contains(x, y) ? Qt::white : Qt::black));
+    }
+}
+
+void DrawingTest::outsideOfAShapeNothingIsLeft()
+{
+    // As large as a widget of 9 points at this scale, in whole pixels.
+    QImage image(12, 12, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(1.25);
+    image.fill(Qt::black);
+
+    QPainter painter(&image);
+    clearOutside(painter, continuousRect({ 0, 0, 4, 4 }, 0));
+    painter.end();
+
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            QCOMPARE(qAlpha(image.pixel(x, y)), x < 5 && y < 5 ? 255 : 0);
     }
 }
 

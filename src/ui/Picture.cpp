@@ -53,13 +53,8 @@ QPixmap Picture::draw() const
     } else {
         drawImage(painter, box);
     }
-    if (clipRadius) {
-        // By composition: a clip path has hard edges.
-        QPainterPath outside;
-        outside.addRect(rect());
-        painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
-        painter.fillPath(outside - continuousRect(box, *clipRadius), Qt::black);
-    }
+    if (clipRadius)
+        clearOutside(painter, continuousRect(box, *clipRadius));
     return pixmap;
 }
 

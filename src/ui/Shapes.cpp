@@ -60,3 +60,16 @@ void drawOutline(QPainter& painter, const QRectF& rect, const QColor& color)
     line.addRect(rect.adjusted(thickness, thickness, -thickness, -thickness));
     painter.fillPath(line, color);
 }
+
+void clearOutside(QPainter& painter, const QPainterPath& shape)
+{
+    QPainterPath outside;
+    // In pixels, which is more than it has points: its last pixels may be covered only in part by a size in
+    // points.
+    outside.addRect(0, 0, painter.device()->width(), painter.device()->height());
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+    painter.fillPath(outside - shape, Qt::black);
+    painter.restore();
+}

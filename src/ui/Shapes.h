@@ -12,3 +12,7 @@ QPainterPath continuousRect(const QRectF& rect, double radius);
 
 /// A line of about a point just inside the rectangle: of whole pixels, and as many of them on each side.
 void drawOutline(QPainter& painter, const QRectF& rect, const QColor& color);
+
+/// Clears what was painted outside the shape, which is in points from the device's corner. Its edge is
+/// smooth, as that of a clip path is not.
+void clearOutside(QPainter& painter, const QPainterPath& shape);
