@@ -46,7 +46,8 @@ void allowReading(int rules, const char* folder)
 bool limitFiles()
 {
     // All that the first version of Landlock can forbid.
-    const landlock_ruleset_attr handled { (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1 };
+    landlock_ruleset_attr handled {};
+    handled.handled_access_fs = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1;
     const int rules = static_cast<int>(syscall(SYS_landlock_create_ruleset, &handled, sizeof handled, 0));
     if (rules < 0)
         return true;
