@@ -102,6 +102,7 @@ private slots:
     void withoutAPortalAMenuOffersWhatOpensPictures();
     void whatIsChosenInTheMenuIsStartedWithThePicture();
     void aMenuThatIsClosedLeavesNothing();
+    void withoutAnyProgramTheMenuSaysSoAndNothingIsLeft();
     void withoutAPlaceForThePictureNothingHappens();
 
     void applicationsAreListedAsTheUserHasThem();
@@ -414,6 +415,9 @@ void PictureServicesTest::whatIsChosenInTheMenuIsStartedWithThePicture()
 void PictureServicesTest::aMenuThatIsClosedLeavesNothing()
 {
     portal.reset();
+    install("viewer.desktop", "Name=Viewer\nExec=viewer %f\n");
+    writeFile(
+        folder->filePath("data/applications/mimeinfo.cache"), "[MIME Cache]\nimage/png=viewer.desktop;\n");
     LinuxShareSheet sheet(connection());
     sheet.share("picture", "Knucklet day card");
     QTRY_VERIFY(openWindow<QMenu>());
@@ -423,6 +427,25 @@ void PictureServicesTest::aMenuThatIsClosedLeavesNothing()
 
     QTRY_VERIFY(!openWindow<QMenu>());
     QTRY_COMPARE(runtimeFiles(), QStringList());
+}
+
+void PictureServicesTest::withoutAnyProgramTheMenuSaysSoAndNothingIsLeft()
+{
+    portal.reset();
+    qputenv("PATH", folder->filePath("bin").toUtf8());
+    LinuxShareSheet sheet(connection());
+
+    sheet.share("picture", "Knucklet day card");
+
+    QTRY_VERIFY(openWindow<QMenu>());
+    QStringList titles;
+    for (const auto* action : openWindow<QMenu>()->actions()) {
+        if (!action->isSeparator())
+            titles << action->text() + (action->isEnabled() ? "" : " (disabled)");
+    }
+    QCOMPARE(titles, QStringList { "No application opens pictures (disabled)" });
+    QCOMPARE(runtimeFiles(), QStringList());
+    openWindow<QMenu>()->close();
 }
 
 void PictureServicesTest::withoutAPlaceForThePictureNothingHappens()
