@@ -4,6 +4,7 @@
 
 #include "ProcessUse.h"
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
 #include "support/VirtualDesktop.h"
@@ -37,7 +38,6 @@ const QString bareCounter = QStringLiteral(BARE_COUNTER_PROGRAM);
 /// None of them counts anything; they are what else stands in trays.
 const QStringList peers { "parcellite", "xfce4-clipman", "volumeicon", "qlipper", "copyq" };
 
-constexpr int patience = 20000;
 constexpr auto idleTime = 30s;
 constexpr auto motionTime = 10s;
 constexpr auto motionInterval = 2ms;

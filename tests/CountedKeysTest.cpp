@@ -1,5 +1,6 @@
 #include "platform/linux/CountedKeys.h"
 
+
 #include <QTest>
 
 #include <X11/XF86keysym.h>

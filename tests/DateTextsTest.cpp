@@ -1,5 +1,6 @@
 #include "DateTexts.h"
 
+
 #include <QTest>
 
 #include <chrono>

@@ -1,4 +1,5 @@
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
 #include "support/VirtualDesktop.h"
@@ -14,9 +15,6 @@
 namespace {
 
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
-
-/// How long the program may take on a busy machine, in milliseconds.
-constexpr int patience = 20000;
 
 /// Keysyms of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymA = 0x61;
@@ -125,7 +123,7 @@ void DesktopTest::theIconStandsInTheBar()
     QVERIFY(knucklet.awaitItem());
 
     // As large as the keyboard is drawn for a bar of this height.
-    QTRY_COMPARE_WITH_TIMEOUT(knucklet.icon().size(), QSize(20, 14), patience);
+    QTRY_COMPARE(knucklet.icon().size(), QSize(20, 14));
 }
 
 void DesktopTest::theItemSaysWhatItIs()
@@ -169,8 +167,7 @@ void DesktopTest::theToolTipFollowsTheCounts()
     injector->click();
     injector->sync();
 
-    QTRY_VERIFY2_WITH_TIMEOUT(
-        knucklet.toolTip().contains("3 keys · 1 clicks"), qPrintable(knucklet.toolTip()), patience);
+    QTRY_VERIFY2(knucklet.toolTip().contains("3 keys · 1 clicks"), qPrintable(knucklet.toolTip()));
 }
 
 void DesktopTest::nothingIsSentWhileTheVisibleTextIsUnchanged()
@@ -192,7 +189,7 @@ void DesktopTest::nothingIsSentWhileTheVisibleTextIsUnchanged()
         injector->typeKey(letter);
     injector->sync();
 
-    QTRY_COMPARE_WITH_TIMEOUT(log.names.size(), 2, patience);
+    QTRY_COMPARE(log.names.size(), 2);
     auto names = log.names;
     names.sort();
     QCOMPARE(names, (QStringList { "NewToolTip", "XAyatanaNewLabel" }));
@@ -201,7 +198,7 @@ void DesktopTest::nothingIsSentWhileTheVisibleTextIsUnchanged()
 
 void DesktopTest::clickIcon(const RunningKnucklet& knucklet)
 {
-    QTRY_VERIFY_WITH_TIMEOUT(!knucklet.icon().isNull(), patience);
+    QTRY_VERIFY(!knucklet.icon().isNull());
     const auto place = knucklet.icon().center();
     injector->moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
     injector->click();
@@ -242,8 +239,7 @@ void DesktopTest::everyPressOfABurstAcrossMidnightIsInTheFile()
     QVERIFY(knucklet.awaitItem());
 
     typeAndClick(*injector, 100);
-    QTRY_VERIFY2_WITH_TIMEOUT(
-        knucklet.toolTip().contains("2.0k keys · 500 clicks"), qPrintable(knucklet.toolTip()), patience);
+    QTRY_VERIFY2(knucklet.toolTip().contains("2.0k keys · 500 clicks"), qPrintable(knucklet.toolTip()));
     typeAndClick(*injector, 400);
     setClock("2026-11-16 00:00:01");
     typeAndClick(*injector, 500);
@@ -288,8 +284,7 @@ void DesktopTest::aServerThatDoesNotAnswerDoesNotKeepItFromSaving()
     RunningKnucklet knucklet(*desktop, program);
     QVERIFY(knucklet.awaitItem());
     typeAndClick(*injector, 1);
-    QTRY_VERIFY2_WITH_TIMEOUT(
-        knucklet.toolTip().contains("20 keys · 5 clicks"), qPrintable(knucklet.toolTip()), patience);
+    QTRY_VERIFY2(knucklet.toolTip().contains("20 keys · 5 clicks"), qPrintable(knucklet.toolTip()));
 
     desktop->freezeServer();
     ::kill(static_cast<pid_t>(knucklet.processId()), SIGTERM);
@@ -331,7 +326,7 @@ void DesktopTest::withoutADisplayItLeavesWithoutAWord()
     const auto knucklet
         = desktop->launch(program, {}, { .channels = QProcess::MergedChannels, .additions = noDisplay });
 
-    QVERIFY(knucklet->waitForFinished());
+    QVERIFY(knucklet->waitForFinished(patience));
 
     QCOMPARE(knucklet->exitStatus(), QProcess::NormalExit);
     QCOMPARE(knucklet->exitCode(), 1);

@@ -2,6 +2,7 @@
 #include "ui/Shapes.h"
 #include "ui/Symbols.h"
 
+#include <QApplication>
 #include <QImage>
 #include <QPainter>
 #include <QTest>

@@ -1,5 +1,6 @@
 #include "support/FileWatch.h"
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
 #include "support/SessionManager.h"
@@ -16,9 +17,6 @@
 namespace {
 
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
-
-/// How long the program may take on a busy machine, in milliseconds.
-constexpr int patience = 20000;
 
 /// A keysym of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymA = 0x61;
@@ -133,7 +131,7 @@ void EndingTest::losingTheDisplayWhileTypingLosesNothing()
 
         desktop->killServer();
         // Its code says that it did not end of its own accord.
-        QTRY_VERIFY_WITH_TIMEOUT(!knucklet.isRunning(), patience);
+        QTRY_VERIFY(!knucklet.isRunning());
 
         QCOMPARE(savedCounts(*desktop).keys, 20 + round);
         QCOMPARE(knucklet.output(), QByteArray());
@@ -151,12 +149,12 @@ void EndingTest::theEndOfTheSessionLosesNothingAndAsksNobody()
         QVERIFY(!manager.address().isEmpty());
         RunningKnucklet knucklet(*desktop, program, managedBy(manager));
         QVERIFY(knucklet.awaitCounting());
-        QTRY_VERIFY_WITH_TIMEOUT(manager.hasClient(), patience);
+        QTRY_VERIFY(manager.hasClient());
         const auto before = savedCounts(*desktop).keys;
         type(injector, 20 + round);
 
         manager.endSession();
-        QTRY_VERIFY_WITH_TIMEOUT(!knucklet.isRunning(), patience);
+        QTRY_VERIFY(!knucklet.isRunning());
 
         QVERIFY(knucklet.awaitEnd());
         QCOMPARE(savedCounts(*desktop).keys - before, 20 + round);
@@ -223,7 +221,7 @@ void EndingTest::aKillWhileItSavesLeavesAWholeFile()
         bySignal(SIGTERM)(knucklet);
         QVERIFY(watch.await(name));
         bySignal(SIGKILL)(knucklet);
-        QTRY_VERIFY_WITH_TIMEOUT(!knucklet.isRunning(), patience);
+        QTRY_VERIFY(!knucklet.isRunning());
 
         auto saved = savedDays(*desktop);
         const auto keys = saved.take(today).keys;

@@ -1,8 +1,10 @@
+#include "support/Patience.h"
 #include "ui/Controls.h"
 #include "ui/Look.h"
 #include "ui/View.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
 #include <QPushButton>
@@ -301,7 +303,7 @@ void HostTest::aRenderWithoutADifferencePaintsNothing()
         });
     });
     host.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&host));
+    QVERIFY(QTest::qWaitForWindowExposed(&host, patience));
     host.renderNow();
     QCoreApplication::processEvents();
     EventCounter events(host,
@@ -709,7 +711,7 @@ void HostTest::theTabKeyGoesDownTheScreenAlsoToLateComers()
     });
     host.show();
     host.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&host));
+    QVERIFY(QTest::qWaitForWindowActive(&host, patience));
     hasMiddle = true;
     host.renderNow();
     buttonWith(host, "first")->setFocus();
@@ -740,7 +742,7 @@ void HostTest::returnPressesTheFocusedButton()
     Host host([&] { return column({ button("first", doNothing), button("last", [&] { ++pressed; }) }); });
     host.show();
     host.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&host));
+    QVERIFY(QTest::qWaitForWindowActive(&host, patience));
     buttonWith(host, "last")->setFocus();
 
     QTest::keyClick(host.focusWidget(), key);
@@ -753,7 +755,7 @@ void HostTest::theFocusRingShowsOnlyToThoseWhoUseTheKeyboard()
     Host host([&] { return column({ button("first", doNothing), button("last", doNothing) }).padding(10); });
     host.show();
     host.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&host));
+    QVERIFY(QTest::qWaitForWindowActive(&host, patience));
     buttonWith(host, "first")->setFocus(Qt::PopupFocusReason);
     const auto withoutFocus = host.grab().toImage();
 

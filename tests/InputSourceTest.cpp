@@ -2,6 +2,7 @@
 
 #include "platform/linux/X11Input.h"
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/Script.h"
 #include "support/VirtualDesktop.h"
 #include "tap/CountableKeys.h"

@@ -1,5 +1,6 @@
 #include "support/FileWatch.h"
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
 #include "support/Screenshot.h"
@@ -26,9 +27,6 @@ namespace {
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 const QString relaunchingProgram = QStringLiteral(RELAUNCHING_PROGRAM);
 const QString serviceName = QStringLiteral("org.knucklet.Knucklet");
-
-/// In milliseconds.
-constexpr int patience = 20000;
 
 /// A keysym of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymA = 0x61;
@@ -163,10 +161,7 @@ void InstanceTest::cleanup()
 }
 
 /// The program takes its place before it makes the lock.
-void InstanceTest::awaitPlaceTaken() const
-{
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(dataFolder() + "/lock"), patience);
-}
+void InstanceTest::awaitPlaceTaken() const { QTRY_VERIFY(QFile::exists(dataFolder() + "/lock")); }
 
 void InstanceTest::anotherStartOpensThePanelAndEnds_data()
 {
@@ -185,7 +180,7 @@ void InstanceTest::anotherStartOpensThePanelAndEnds()
     const auto second = launch(*desktop, environment);
 
     QVERIFY(endsWell(*second));
-    QTRY_VERIFY_WITH_TIMEOUT(isPanelOpen(), patience);
+    QTRY_VERIFY(isPanelOpen());
     QVERIFY(first.isRunning());
     QCOMPARE(second->readAll(), QByteArray());
 }
@@ -216,9 +211,9 @@ void InstanceTest::fiftyStartsAtOnceLeaveOneInstance()
         return std::ranges::count_if(
             starts, [](const auto& start) { return start->state() != QProcess::NotRunning; });
     };
-    QTRY_COMPARE_WITH_TIMEOUT(running(), 1, patience);
+    QTRY_COMPARE(running(), 1);
 
-    QTRY_VERIFY_WITH_TIMEOUT(isPanelOpen(), patience);
+    QTRY_VERIFY(isPanelOpen());
     QCOMPARE(running(), 1);
     for (const auto& start : starts) {
         if (start->state() == QProcess::NotRunning)
@@ -242,7 +237,7 @@ void InstanceTest::aStartThatGetsNoAnswerEndsAsWell()
     QVERIFY(endsWell(*second));
 
     QVERIFY(first.send(SIGCONT));
-    QTRY_VERIFY_WITH_TIMEOUT(isPanelOpen(), patience);
+    QTRY_VERIFY(isPanelOpen());
     QVERIFY(first.end(SIGTERM));
 }
 
@@ -278,7 +273,7 @@ void InstanceTest::afterAKillTheNextStartCounts()
     // An open panel shows that the program counts, also where there is no bus to see it on.
     const auto opening = launch(*desktop, environment);
     QVERIFY(endsWell(*opening));
-    QTRY_VERIFY_WITH_TIMEOUT(isPanelOpen(), patience);
+    QTRY_VERIFY(isPanelOpen());
     type(*injector, 7);
     next->terminate();
 
@@ -297,18 +292,16 @@ void InstanceTest::desktopsActivateTheApplication()
     const auto reply = knucklet.sessionBus().call(call);
 
     QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
-    QTRY_VERIFY_WITH_TIMEOUT(isPanelOpen(), patience);
+    QTRY_VERIFY(isPanelOpen());
 }
 
 /// Waits until the name belongs to another process than this.
 void InstanceTest::awaitOtherOwner(qint64 process, const QDBusConnection& bus) const
 {
-    QTRY_VERIFY_WITH_TIMEOUT(
-        [&] {
-            const QDBusReply<uint> owner = bus.interface()->servicePid(serviceName);
-            return owner.isValid() && owner.value() != process;
-        }(),
-        patience);
+    QTRY_VERIFY([&] {
+        const QDBusReply<uint> owner = bus.interface()->servicePid(serviceName);
+        return owner.isValid() && owner.value() != process;
+    }());
 }
 
 // The new instance has taken the old one's place, and reads nothing before the old one has saved for the last
@@ -319,7 +312,7 @@ void InstanceTest::aNewInstanceContinuesWhatTheOldOneCounted()
     for (int round = 0; round < 10; ++round) {
         const Report report(*desktop);
         const auto process = desktop->launch(relaunchingProgram);
-        QTRY_COMPARE_WITH_TIMEOUT(report.lines().size(), 1, patience);
+        QTRY_COMPARE(report.lines().size(), 1);
         type(*injector, 100);
 
         const auto oldProcess = process->processId();
@@ -328,12 +321,12 @@ void InstanceTest::aNewInstanceContinuesWhatTheOldOneCounted()
         type(*injector, 50 + round);
         QCOMPARE(report.lines().size(), 1);
         process->write("\n");
-        QTRY_COMPARE_WITH_TIMEOUT(report.lines().size(), 3, patience);
+        QTRY_COMPARE(report.lines().size(), 3);
         type(*injector, 10);
         const auto newProcess = report.lines().last().process;
         QVERIFY(newProcess > 0);
         QCOMPARE(kill(newProcess, SIGTERM), 0);
-        QTRY_COMPARE_WITH_TIMEOUT(report.lines().size(), 4, patience);
+        QTRY_COMPARE(report.lines().size(), 4);
 
         const auto lines = report.lines();
         QCOMPARE(lines[1].process, oldProcess);
@@ -380,8 +373,7 @@ void InstanceTest::theProgramCountsWhereItCannotSave()
     QVERIFY(knucklet.awaitCounting());
 
     type(*injector, 3);
-    QTRY_VERIFY2_WITH_TIMEOUT(
-        knucklet.toolTip().contains("3 keys"), qPrintable(knucklet.toolTip()), patience);
+    QTRY_VERIFY2(knucklet.toolTip().contains("3 keys"), qPrintable(knucklet.toolTip()));
 
     QVERIFY(knucklet.end(SIGTERM));
     QCOMPARE(knucklet.output(), QByteArray());
@@ -414,8 +406,7 @@ void InstanceTest::theProgramCountsWhateverLiesInTheFilesPlace()
     QVERIFY(knucklet.awaitCounting());
 
     type(*injector, 3);
-    QTRY_VERIFY2_WITH_TIMEOUT(
-        knucklet.toolTip().contains("3 keys"), qPrintable(knucklet.toolTip()), patience);
+    QTRY_VERIFY2(knucklet.toolTip().contains("3 keys"), qPrintable(knucklet.toolTip()));
 
     QVERIFY(knucklet.end(SIGTERM));
     QCOMPARE(knucklet.output(), QByteArray());

@@ -2,6 +2,7 @@
 
 #include "PanelWindow.h"
 #include "platform/fake/FakePlatform.h"
+#include "support/Patience.h"
 
 #include <QAbstractButton>
 #include <QAbstractSlider>
@@ -320,7 +321,7 @@ void KnuckletAppTest::onALowScreenThePanelScrolls()
     QVERIFY(inside(button("Quit Knucklet")));
 
     // By the keyboard, to where the focus is.
-    QVERIFY(QTest::qWaitForWindowActive(panel));
+    QVERIFY(QTest::qWaitForWindowActive(panel, patience));
     button("Quit Knucklet")->setFocus();
     QVERIFY(inside(button("Quit Knucklet")));
     button("Grant access…")->setFocus();

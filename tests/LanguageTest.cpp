@@ -2,6 +2,7 @@
 
 #include "support/ShownPanel.h"
 
+#include <QApplication>
 #include <QLabel>
 #include <QTest>
 #include <QTranslator>

@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxAppearance.h"
 
+#include "support/Patience.h"
 #include "support/PrivateBus.h"
 
 #include <QDBusConnection>

@@ -3,6 +3,7 @@
 #include "platform/linux/LinuxLoginItem.h"
 #include "platform/linux/LinuxSettings.h"
 #include "platform/linux/LinuxTimers.h"
+#include "support/Patience.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -1,3 +1,5 @@
+#include "support/Patience.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -60,7 +62,7 @@ void LinuxTerminationTest::init()
 void LinuxTerminationTest::start(const QString& kind)
 {
     program->start(ENDING_PROGRAM, { kind });
-    QVERIFY(program->waitForStarted());
+    QVERIFY(program->waitForStarted(patience));
 }
 
 void LinuxTerminationTest::waitUntilItSaid(const QByteArray& words)
@@ -71,7 +73,7 @@ void LinuxTerminationTest::waitUntilItSaid(const QByteArray& words)
 void LinuxTerminationTest::cleanup()
 {
     program->kill();
-    program->waitForFinished();
+    program->waitForFinished(patience);
 }
 
 bool LinuxTerminationTest::isInMask(int signal, const QByteArray& mask) const

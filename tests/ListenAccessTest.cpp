@@ -1,4 +1,5 @@
 #include "platform/linux/LinuxListenAccess.h"
+#include "support/Patience.h"
 #include "support/Script.h"
 
 #include <QFile>

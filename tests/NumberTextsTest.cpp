@@ -1,5 +1,6 @@
 #include "NumberTexts.h"
 
+
 #include <QTest>
 
 #include <cstdint>

@@ -1,6 +1,7 @@
 #include "support/AssistantOnScreen.h"
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/VirtualDesktop.h"
 
@@ -15,9 +16,6 @@ namespace {
 
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 const QString command = QStringLiteral("Setup Assistant…");
-
-/// How long anything may take on a busy machine before it is given up.
-constexpr int patience = 20000;
 
 /// Keysyms of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymReturn = 0xff0d;
@@ -126,9 +124,8 @@ void OnboardingDesktopTest::drag(QPoint from, QPoint way) const
     injector->sync();
     // The manager begins where the pointer is when it takes over: here, aside or not.
     const auto wanted = before.translated(way);
-    QTRY_COMPARE_LE_WITH_TIMEOUT(
-        (windows->place(window).topLeft() - wanted.topLeft()).manhattanLength(), 1, patience);
-    QTRY_VERIFY_WITH_TIMEOUT(!windows->isKeyboardGrabbed(), patience);
+    QTRY_COMPARE_LE((windows->place(window).topLeft() - wanted.topLeft()).manhattanLength(), 1);
+    QTRY_VERIFY(!windows->isKeyboardGrabbed());
 }
 
 void OnboardingDesktopTest::theFirstStartOpensTheAssistantInTheMiddle()
@@ -143,7 +140,7 @@ void OnboardingDesktopTest::theFirstStartOpensTheAssistantInTheMiddle()
     // In the middle of what the bar leaves of the screen.
     QCOMPARE(place.left() + place.width() / 2, 640);
     QVERIFY2(std::abs(place.top() + place.height() / 2 - (800 + 28) / 2) <= 2, QTest::toString(place));
-    QTRY_COMPARE_WITH_TIMEOUT(windows->active(), window, patience);
+    QTRY_COMPARE(windows->active(), window);
 }
 
 void OnboardingDesktopTest::theProgramComesToTheFrontFromTheBackground()
@@ -152,17 +149,17 @@ void OnboardingDesktopTest::theProgramComesToTheFrontFromTheBackground()
     QVERIFY(knucklet.awaitItem());
     const auto window = awaitAssistant();
     const auto other = windows->openOther({ 0, 0, 1280, 800 });
-    QTRY_COMPARE_WITH_TIMEOUT(windows->active(), other, patience);
-    QTRY_COMPARE_WITH_TIMEOUT(windows->top(windows->place(window).center()), other, patience);
+    QTRY_COMPARE(windows->active(), other);
+    QTRY_COMPARE(windows->top(windows->place(window).center()), other);
     click({ 100, 700 });
     type('a');
 
     QVERIFY(knucklet.choose(command));
 
-    QTRY_COMPARE_WITH_TIMEOUT(windows->active(), window, patience);
-    QTRY_COMPARE_WITH_TIMEOUT(windows->top(windows->place(window).center()), window, patience);
+    QTRY_COMPARE(windows->active(), window);
+    QTRY_COMPARE(windows->top(windows->place(window).center()), window);
     type(keysymReturn);
-    QTRY_COMPARE_WITH_TIMEOUT(page(), std::optional(1), patience);
+    QTRY_COMPARE(page(), std::optional(1));
 }
 
 void OnboardingDesktopTest::returnFourTimesFinishesForGood()
@@ -170,16 +167,16 @@ void OnboardingDesktopTest::returnFourTimesFinishesForGood()
     {
         RunningKnucklet knucklet(*desktop, program);
         const auto window = awaitAssistant();
-        QTRY_COMPARE_WITH_TIMEOUT(windows->active(), window, patience);
+        QTRY_COMPARE(windows->active(), window);
         for (int next = 1; next < 4; ++next) {
             type(keysymReturn);
-            QTRY_COMPARE_WITH_TIMEOUT(page(), std::optional(next), patience);
+            QTRY_COMPARE(page(), std::optional(next));
         }
         QVERIFY(!settingsFile(*desktop).contains("hasCompletedOnboarding"));
 
         type(keysymReturn);
 
-        QTRY_VERIFY_WITH_TIMEOUT(!windows->isShown(window), patience);
+        QTRY_VERIFY(!windows->isShown(window));
         QVERIFY(settingsFile(*desktop).contains("hasCompletedOnboarding=true"));
         QVERIFY(knucklet.isRunning());
         QVERIFY(knucklet.end(SIGTERM));
@@ -196,11 +193,11 @@ void OnboardingDesktopTest::enterDoesWhatReturnDoes()
 {
     const RunningKnucklet knucklet(*desktop, program);
     const auto window = awaitAssistant();
-    QTRY_COMPARE_WITH_TIMEOUT(windows->active(), window, patience);
+    QTRY_COMPARE(windows->active(), window);
 
     type(keysymEnter);
 
-    QTRY_COMPARE_WITH_TIMEOUT(page(), std::optional(1), patience);
+    QTRY_COMPARE(page(), std::optional(1));
 }
 
 void OnboardingDesktopTest::closingIsNotFinishing()
@@ -211,7 +208,7 @@ void OnboardingDesktopTest::closingIsNotFinishing()
 
         click(windows->place(window).topRight() + closeButton);
 
-        QTRY_VERIFY_WITH_TIMEOUT(!windows->isShown(window), patience);
+        QTRY_VERIFY(!windows->isShown(window));
         QVERIFY(!settingsFile(*desktop).contains("hasCompletedOnboarding"));
         QVERIFY(knucklet.isRunning());
         QVERIFY(knucklet.awaitItem());
@@ -228,23 +225,23 @@ void OnboardingDesktopTest::showingItAgainBeginsAfreshWhereTheWindowStands()
     RunningKnucklet knucklet(*desktop, program);
     QVERIFY(knucklet.awaitItem());
     const auto window = awaitAssistant();
-    QTRY_COMPARE_WITH_TIMEOUT(windows->active(), window, patience);
+    QTRY_COMPARE(windows->active(), window);
     const auto before = windows->place(window);
     drag(before.center(), { 120, 60 });
     const auto moved = windows->place(window);
     for (int next = 1; next < 3; ++next) {
         type(keysymReturn);
-        QTRY_COMPARE_WITH_TIMEOUT(page(), std::optional(next), patience);
+        QTRY_COMPARE(page(), std::optional(next));
     }
 
     QVERIFY(knucklet.choose(command));
-    QTRY_COMPARE_WITH_TIMEOUT(page(), std::optional(0), patience);
+    QTRY_COMPARE(page(), std::optional(0));
     const auto whileOpen = windows->place(window);
     // The keyboard is still the assistant's.
     type(keysymReturn);
-    QTRY_COMPARE_WITH_TIMEOUT(page(), std::optional(1), patience);
+    QTRY_COMPARE(page(), std::optional(1));
     click(whileOpen.topRight() + closeButton);
-    QTRY_VERIFY_WITH_TIMEOUT(!windows->isShown(window), patience);
+    QTRY_VERIFY(!windows->isShown(window));
     QVERIFY(knucklet.choose(command));
     const auto again = awaitAssistant();
 
@@ -257,7 +254,7 @@ void OnboardingDesktopTest::draggingTheBackgroundMovesTheWindow()
 {
     const RunningKnucklet knucklet(*desktop, program);
     const auto window = awaitAssistant();
-    QTRY_COMPARE_WITH_TIMEOUT(windows->active(), window, patience);
+    QTRY_COMPARE(windows->active(), window);
 
     // Beside the picture, on the picture, on the title, in the empty part below.
     const QPoint starts[] { { 15, 200 }, { 270, 100 }, { 270, 300 }, { 270, 460 } };
@@ -272,7 +269,7 @@ void OnboardingDesktopTest::aClickOnTheBackgroundMovesNothing()
 {
     const RunningKnucklet knucklet(*desktop, program);
     const auto window = awaitAssistant();
-    QTRY_COMPARE_WITH_TIMEOUT(windows->active(), window, patience);
+    QTRY_COMPARE(windows->active(), window);
     const auto before = windows->place(window);
 
     click(before.topLeft() + QPoint(270, 460));
@@ -280,7 +277,7 @@ void OnboardingDesktopTest::aClickOnTheBackgroundMovesNothing()
     injector->sync();
     type(keysymReturn);
 
-    QTRY_COMPARE_WITH_TIMEOUT(page(), std::optional(1), patience);
+    QTRY_COMPARE(page(), std::optional(1));
     QCOMPARE(windows->place(window), before);
 }
 
@@ -294,7 +291,7 @@ void OnboardingDesktopTest::maximizingDoesNothing()
     // What comes after it has an effect.
     windows->move(window, before.topLeft() + QPoint(10, 10));
 
-    QTRY_COMPARE_WITH_TIMEOUT(windows->place(window).topLeft(), before.topLeft() + QPoint(10, 10), patience);
+    QTRY_COMPARE(windows->place(window).topLeft(), before.topLeft() + QPoint(10, 10));
     QCOMPARE(windows->place(window).size(), assistantSize);
 }
 
@@ -304,12 +301,12 @@ void OnboardingDesktopTest::anIconifiedWindowReturns()
     QVERIFY(knucklet.awaitItem());
     const auto window = awaitAssistant();
     windows->iconify(window);
-    QTRY_VERIFY_WITH_TIMEOUT(!windows->isShown(window), patience);
+    QTRY_VERIFY(!windows->isShown(window));
 
     QVERIFY(knucklet.choose(command));
 
     QCOMPARE(awaitAssistant(), window);
-    QTRY_COMPARE_WITH_TIMEOUT(windows->active(), window, patience);
+    QTRY_COMPARE(windows->active(), window);
 }
 
 QTEST_GUILESS_MAIN(OnboardingDesktopTest)

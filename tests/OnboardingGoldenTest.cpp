@@ -2,6 +2,7 @@
 #include "support/PseudoTranslator.h"
 #include "support/ShownAssistant.h"
 
+#include <QApplication>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWidget>

@@ -2,6 +2,7 @@
 
 #include "DateTexts.h"
 #include "StatsView.h"
+#include "support/Patience.h"
 #include "support/PseudoTranslator.h"
 #include "support/ShownAssistant.h"
 #include "ui/Controls.h"
@@ -418,7 +419,7 @@ void OnboardingTest::returnLeadsFromPageToPage()
 {
     ShownAssistant assistant;
     auto& window = assistant.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
 
     for (int next = 1; next < pageCount; ++next) {
         QTest::keyClick(&window, Qt::Key_Return);
@@ -460,7 +461,7 @@ void OnboardingTest::returnAndEnterGoOnWhereverTheFocusIs()
     QFETCH(const Qt::Key, key);
     ShownAssistant assistant;
     auto& window = assistant.show(page);
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
     buttonWith(window, focus)->setFocus();
     assistant.platform.calls.clear();
 
@@ -481,7 +482,7 @@ void OnboardingTest::aControlThatGoesLeavesTheFocusToTheNext()
 {
     ShownAssistant assistant;
     auto& window = assistant.show(1);
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
     buttonWith(window, "Back")->setFocus();
 
     QTest::keyClick(window.focusWidget(), Qt::Key_Space);
@@ -813,7 +814,7 @@ void OnboardingTest::anAssistantThatIsOpenAndIdleDoesNothing()
     assistant.start();
     const auto timers = assistant.platform.runningTimers();
     auto& window = assistant.show(page);
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
     Doings doings;
     QTRY_COMPARE(doings.soFar(), 0);
     assistant.platform.calls.clear();

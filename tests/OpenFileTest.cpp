@@ -1,6 +1,7 @@
 #include "platform/linux/OpenFile.h"
 
 #include "platform/linux/LinuxDesktop.h"
+#include "support/Patience.h"
 #include "support/PrivateBus.h"
 
 #include <QDBusConnection>

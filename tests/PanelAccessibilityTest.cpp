@@ -1,4 +1,5 @@
 #include "support/PanelOnDesktop.h"
+#include "support/Patience.h"
 #include "support/ScreenReader.h"
 
 #include <QDate>

@@ -1,4 +1,5 @@
 #include "support/PanelOnDesktop.h"
+#include "support/Patience.h"
 #include "support/Screenshot.h"
 
 #include <QColor>
@@ -86,7 +87,7 @@ void PanelPlaceTest::cleanup()
 {
     if (part) {
         part->kill();
-        part->waitForFinished();
+        part->waitForFinished(patience);
         part.reset();
     }
     user.reset();

@@ -1,4 +1,5 @@
 #include "support/PanelOnDesktop.h"
+#include "support/Patience.h"
 #include "support/SavedCounts.h"
 #include "support/ScreenReader.h"
 #include "support/Screenshot.h"
@@ -14,9 +15,6 @@
 namespace {
 
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
-
-/// For windows with pictures, in milliseconds.
-constexpr int patience = 20000;
 
 const QPoint bareDesktop(400, 600);
 
@@ -166,8 +164,8 @@ void PanelTest::itsButtonsOpenTheirWindows()
         user->click(panel->find(button)->area.center());
 
         // In front of everything, with the keyboard, and the panel makes room.
-        QTRY_VERIFY_WITH_TIMEOUT(user->windows->find(title) != XCB_WINDOW_NONE, patience);
-        QTRY_COMPARE_WITH_TIMEOUT(user->windows->active(), user->windows->find(title), patience);
+        QTRY_VERIFY(user->windows->find(title) != XCB_WINDOW_NONE);
+        QTRY_COMPARE(user->windows->active(), user->windows->find(title));
         QTRY_VERIFY(!user->isOpen());
     }
 }

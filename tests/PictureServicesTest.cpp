@@ -2,6 +2,7 @@
 #include "platform/linux/LinuxShareSheet.h"
 #include "platform/linux/PictureApplications.h"
 #include "support/FakePortal.h"
+#include "support/Patience.h"
 #include "support/PrivateBus.h"
 
 #include <QApplication>

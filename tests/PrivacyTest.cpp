@@ -1,6 +1,7 @@
 #include "support/AssistantOnScreen.h"
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/VirtualDesktop.h"
 
@@ -24,8 +25,6 @@
 namespace {
 
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
-
-constexpr int patience = 20000;
 
 /// Keysyms of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymBackspace = 0xff08;
@@ -58,7 +57,7 @@ public:
     ~BusRecord()
     {
         monitor->kill();
-        monitor->waitForFinished();
+        monitor->waitForFinished(patience);
     }
 
     [[nodiscard]] bool awaitStart()
@@ -261,14 +260,14 @@ void PrivacyTest::aWholeSessionOpensNoNetworkSocket()
 
     // From the first start to the last page of the assistant, the panel, typing, the day card, and the end.
     QVERIFY(knucklet.awaitItem());
-    QTRY_COMPARE_WITH_TIMEOUT(assistantPage(desktop), std::optional(0), patience);
-    QTRY_COMPARE_WITH_TIMEOUT(windows.active(), windows.find(assistantTitle), patience);
+    QTRY_COMPARE(assistantPage(desktop), std::optional(0));
+    QTRY_COMPARE(windows.active(), windows.find(assistantTitle));
     for (int page = 0; page < 4; ++page) {
-        QTRY_COMPARE_WITH_TIMEOUT(assistantPage(desktop), std::optional(page), patience);
+        QTRY_COMPARE(assistantPage(desktop), std::optional(page));
         injector.typeKey(injector.keyCode(keysymReturn));
         injector.sync();
     }
-    QTRY_VERIFY_WITH_TIMEOUT(settingsFile(desktop).contains("hasCompletedOnboarding=true"), patience);
+    QTRY_VERIFY(settingsFile(desktop).contains("hasCompletedOnboarding=true"));
     const auto clickAt = [&](QPoint place) {
         const auto before = knucklet.toolTip();
         injector.moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
@@ -281,22 +280,21 @@ void PrivacyTest::aWholeSessionOpensNoNetworkSocket()
         return isCounted;
     };
     // The manager gives the keyboard to another window when one goes.
-    QTRY_COMPARE_WITH_TIMEOUT(windows.find(assistantTitle), xcb_window_t { XCB_WINDOW_NONE }, patience);
-    QTRY_VERIFY_WITH_TIMEOUT(!knucklet.icon().isNull(), patience);
+    QTRY_COMPARE(windows.find(assistantTitle), xcb_window_t { XCB_WINDOW_NONE });
+    QTRY_VERIFY(!knucklet.icon().isNull());
     QVERIFY(clickAt(knucklet.icon().center()));
-    QTRY_VERIFY_WITH_TIMEOUT(windows.isShown(windows.find("Knucklet")), patience);
+    QTRY_VERIFY(windows.isShown(windows.find("Knucklet")));
     // Letters mean nothing to the panel.
     for (const auto key : { 'k', 'n', 'u', 'c', 'k', 'l', 'e', 't' })
         injector.typeKey(injector.keyCode(static_cast<xcb_keysym_t>(key)));
     injector.sync();
     QVERIFY(clickAt(windows.place(windows.find("Knucklet")).topRight() + QPoint(-22, 24)));
-    QTRY_VERIFY_WITH_TIMEOUT(windows.isShown(windows.find("Day Card")), patience);
+    QTRY_VERIFY(windows.isShown(windows.find("Day Card")));
     // Copy, which moves to its place when the last button has come.
     const auto card = windows.place(windows.find("Day Card"));
-    QTRY_VERIFY_WITH_TIMEOUT(
-        clickAt(card.bottomLeft() + QPoint(76, -34)) && windows.hasSelectionOwner("CLIPBOARD"), patience);
+    QTRY_VERIFY(clickAt(card.bottomLeft() + QPoint(76, -34)) && windows.hasSelectionOwner("CLIPBOARD"));
     QVERIFY(knucklet.choose("Setup Assistant…"));
-    QTRY_COMPARE_WITH_TIMEOUT(assistantPage(desktop), std::optional(0), patience);
+    QTRY_COMPARE(assistantPage(desktop), std::optional(0));
     QVERIFY(knucklet.choose("Quit Knucklet"));
     QVERIFY(knucklet.awaitEnd());
 
@@ -314,7 +312,7 @@ void PrivacyTest::aNetworkSocketWouldBeNoticed()
     const bool isSent = desktop.run(observed(desktop, "bash -c 'exec 3<>/dev/udp/127.0.0.1/9'"));
 
     QVERIFY(isSent);
-    QTRY_COMPARE_WITH_TIMEOUT(networkSockets(desktop).size(), 1, patience);
+    QTRY_COMPARE(networkSockets(desktop).size(), 1);
 }
 
 void PrivacyTest::holdingAKeyCountsOnce()
@@ -327,13 +325,13 @@ void PrivacyTest::holdingAKeyCountsOnce()
     RunningKnucklet knucklet(desktop, program);
     QVERIFY(knucklet.awaitItem());
     const auto editor = windows.openOther({ 100, 100, 300, 200 });
-    QTRY_COMPARE_WITH_TIMEOUT(windows.active(), editor, patience);
+    QTRY_COMPARE(windows.active(), editor);
 
     // Another program receives the repeats of the server while the key is down.
     int received = 0;
     injector.pressKey(injector.keyCode('a'));
     injector.sync();
-    QTRY_VERIFY_WITH_TIMEOUT((received += windows.receivedPresses()) > 10, patience);
+    QTRY_VERIFY((received += windows.receivedPresses()) > 10);
     injector.releaseKey(injector.keyCode('a'));
     injector.sync();
 

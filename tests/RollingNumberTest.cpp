@@ -1,10 +1,12 @@
 #include "ui/RollingNumber.h"
 
+#include "support/Patience.h"
 #include "ui/Controls.h"
 #include "ui/Look.h"
 #include "ui/Spring.h"
 
 #include <QAbstractEventDispatcher>
+#include <QApplication>
 #include <QImage>
 #include <QTest>
 
@@ -31,7 +33,7 @@ public:
     void show()
     {
         host.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&host));
+        QVERIFY(QTest::qWaitForWindowExposed(&host, patience));
         picture();
     }
 

@@ -1,5 +1,6 @@
 #include "platform/linux/SessionLock.h"
 
+#include "support/Patience.h"
 #include "support/PrivateBus.h"
 
 #include <QDBusMessage>

@@ -2,10 +2,12 @@
 #include "support/FakeCard.h"
 #include "support/Files.h"
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
 #include "support/VirtualDesktop.h"
 
+#include <QApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QTest>
@@ -23,8 +25,6 @@ namespace {
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 const QString title = QStringLiteral("Day Card");
 const QString dialogTitle = QStringLiteral("Save PNG");
-
-constexpr int patience = 20000;
 
 bool await(const std::function<bool()>& isSo) { return QTest::qWaitFor(isSo, patience); }
 

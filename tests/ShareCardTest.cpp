@@ -1,6 +1,7 @@
 #include "ShareCard.h"
 
 #include "support/Files.h"
+#include "support/Patience.h"
 #include "support/ShownCard.h"
 #include "ui/UtilityWindow.h"
 

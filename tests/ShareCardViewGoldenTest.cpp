@@ -1,6 +1,7 @@
 #include "support/FakeCard.h"
 #include "support/GoldenPicture.h"
 
+#include <QApplication>
 #include <QTest>
 
 #include <limits>

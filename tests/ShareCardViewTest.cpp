@@ -5,6 +5,7 @@
 #include "support/RecordedDrawing.h"
 #include "ui/Look.h"
 
+#include <QApplication>
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QTest>

@@ -1,5 +1,6 @@
 #include "StatsFile.h"
 
+
 #include <QtTest>
 
 #include <cstdint>

@@ -1,6 +1,7 @@
 #include "support/GoldenPicture.h"
 #include "support/ShownPanel.h"
 
+#include <QApplication>
 #include <QTest>
 
 #include <string>

@@ -3,11 +3,13 @@
 #include "DayBar.h"
 #include "DayFormatter.h"
 #include "support/ForkedChild.h"
+#include "support/Patience.h"
 #include "support/ShownPanel.h"
 #include "ui/Look.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
+#include <QApplication>
 #include <QCheckBox>
 #include <QImage>
 #include <QLabel>
@@ -1098,7 +1100,7 @@ void StatsViewTest::theKeyboardReachesEveryControlInOrder()
     ShownPanel panel;
     auto& host = panel.open();
     host.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&host));
+    QVERIFY(QTest::qWaitForWindowActive(&host, patience));
     buttonWith(host, "Share a day card")->setFocus();
 
     QStringList order;

@@ -1,7 +1,9 @@
 #include "platform/linux/StatusNotifierItem.h"
 
+#include "support/Patience.h"
 #include "support/PrivateBus.h"
 
+#include <QApplication>
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>

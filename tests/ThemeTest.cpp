@@ -1,5 +1,6 @@
 #include "Theme.h"
 
+
 #include <QTest>
 
 #include <clocale>

@@ -6,6 +6,7 @@
 #include "support/Bars.h"
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
 #include "support/VirtualDesktop.h"
@@ -23,7 +24,6 @@
 
 namespace {
 
-constexpr int patience = 20000;
 /// A night blue in which light and dark windows stand out.
 constexpr std::uint32_t backdrop = 0x2f4058;
 /// The bar and the line below it, in pixels,

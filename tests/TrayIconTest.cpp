@@ -1,5 +1,6 @@
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
 #include "support/VirtualDesktop.h"
@@ -12,9 +13,6 @@ const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 
 /// A keysym of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymEscape = 0xff1b;
-
-// How long a bar may take on a busy machine to show what it has been told.
-constexpr int patience = 20000;
 
 }
 
@@ -59,7 +57,7 @@ void TrayIconTest::cleanup()
 {
     if (tray) {
         tray->kill();
-        tray->waitForFinished();
+        tray->waitForFinished(patience);
     }
     tray.reset();
     desktop.reset();
@@ -71,32 +69,32 @@ void TrayIconTest::startTray()
         { "--edge", "bottom", "--align", "right", "--widthtype", "percent", "--width", "100", "--height",
             "28" });
     // The screen is black where there is nothing.
-    QTRY_VERIFY_WITH_TIMEOUT(qGray(screenshot(desktop->display(), trayArea()).pixel(0, 14)) > 0, patience);
+    QTRY_VERIFY(qGray(screenshot(desktop->display(), trayArea()).pixel(0, 14)) > 0);
 }
 
 void TrayIconTest::theTrayShowsTheIconWhileThereIsNoBarForItems()
 {
     startTray();
     const RunningKnucklet knucklet(*desktop, program);
-    QTRY_VERIFY_WITH_TIMEOUT(isInTray(), patience);
+    QTRY_VERIFY(isInTray());
 
     QVERIFY2(desktop->startBar(), qPrintable(desktop->failure()));
 
-    QTRY_VERIFY_WITH_TIMEOUT(isInBar(knucklet), patience);
-    QTRY_VERIFY_WITH_TIMEOUT(!isInTray(), patience);
+    QTRY_VERIFY(isInBar(knucklet));
+    QTRY_VERIFY(!isInTray());
 }
 
 void TrayIconTest::theTrayShowsTheIconWhenTheBarForItemsIsGone()
 {
     QVERIFY2(desktop->startBar(), qPrintable(desktop->failure()));
     const RunningKnucklet knucklet(*desktop, program);
-    QTRY_VERIFY_WITH_TIMEOUT(isInBar(knucklet), patience);
+    QTRY_VERIFY(isInBar(knucklet));
 
     desktop->killBar();
     // Not before: of two trays the bar's is the one that counts.
     startTray();
 
-    QTRY_VERIFY_WITH_TIMEOUT(isInTray(), patience);
+    QTRY_VERIFY(isInTray());
 }
 
 void TrayIconTest::theTrayShowsTheIconWithoutABus()
@@ -107,7 +105,7 @@ void TrayIconTest::theTrayShowsTheIconWithoutABus()
 
     const RunningKnucklet knucklet(*desktop, program, nowhere);
 
-    QTRY_VERIFY_WITH_TIMEOUT(isInTray(), patience);
+    QTRY_VERIFY(isInTray());
 }
 
 void TrayIconTest::withoutAnyBarAnotherStartOpensAWindow()
@@ -118,22 +116,22 @@ void TrayIconTest::withoutAnyBarAnotherStartOpensAWindow()
     Injector injector(desktop->display());
 
     QVERIFY(desktop->run(program));
-    QTRY_VERIFY_WITH_TIMEOUT(windows.find("Knucklet") != XCB_WINDOW_NONE, patience);
+    QTRY_VERIFY(windows.find("Knucklet") != XCB_WINDOW_NONE);
     const auto window = windows.find("Knucklet");
-    QTRY_COMPARE_WITH_TIMEOUT(windows.active(), window, patience);
+    QTRY_COMPARE(windows.active(), window);
 
     // It stands in the task bar, with its whole frame on the screen, and stays when another window comes.
     QVERIFY(!windows.states(window).contains("_NET_WM_STATE_SKIP_TASKBAR"));
     QVERIFY(!windows.states(window).contains("_NET_WM_STATE_ABOVE"));
     QCOMPARE_GE(windows.place(window).top(), 10);
     const auto other = windows.openOther({ 10, 10, 200, 200 });
-    QTRY_COMPARE_WITH_TIMEOUT(windows.active(), other, patience);
+    QTRY_COMPARE(windows.active(), other);
     QVERIFY(windows.isShown(window));
     QVERIFY(desktop->run(program));
-    QTRY_COMPARE_WITH_TIMEOUT(windows.active(), window, patience);
+    QTRY_COMPARE(windows.active(), window);
     injector.typeKey(injector.keyCode(keysymEscape));
     injector.sync();
-    QTRY_VERIFY_WITH_TIMEOUT(!windows.isShown(window), patience);
+    QTRY_VERIFY(!windows.isShown(window));
     QVERIFY(knucklet.isRunning());
 }
 

@@ -1,5 +1,6 @@
 #include "support/UserLocale.h"
 
+
 #include <QtTest>
 
 #include <array>

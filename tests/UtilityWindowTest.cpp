@@ -1,6 +1,7 @@
 #include "ui/UtilityWindow.h"
 
 #include "platform/WindowActivation.h"
+#include "support/Patience.h"
 #include "ui/Controls.h"
 
 #include <QAbstractButton>
@@ -140,7 +141,7 @@ void UtilityWindowTest::presentingAgainLeavesTheWindowOnTheScreen()
 {
     UtilityWindow window("Title", activation);
     window.present([] { return page("one"); });
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
     const QSignalSpy changes(window.windowHandle(), &QWindow::visibleChanged);
 
     window.present([] { return page("two"); });
@@ -208,7 +209,7 @@ void UtilityWindowTest::theCloseButtonAndItsShortcutClose()
     QFETCH(const bool, byButton);
     UtilityWindow window("Title", activation);
     window.present([] { return page("one"); });
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
 
     if (byButton)
         QTest::mouseClick(buttonWith(window, "Close"), Qt::LeftButton);
@@ -268,7 +269,7 @@ void UtilityWindowTest::returnAndEnterPressTheDefaultButtonWhateverHasTheFocus()
             button("go", [&] { ++pressed; }, { .isDefault = true }),
         });
     });
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
     buttonWith(window, focus)->setFocus();
 
     QTest::keyClick(&window, key);
@@ -282,7 +283,7 @@ void UtilityWindowTest::aHeldReturnPressesOnce()
     int pressed = 0;
     UtilityWindow window("Title", activation);
     window.present([&] { return column({ button("go", [&] { ++pressed; }, { .isDefault = true }) }); });
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
 
     QTest::keyPress(&window, Qt::Key_Return);
     for (int i = 0; i < 10; ++i) {
@@ -300,7 +301,7 @@ void UtilityWindowTest::withoutADefaultButtonReturnPressesTheFocusedOne()
     window.present([&] {
         return column({ button("first", [&] { ++pressed; }), button("other", [&] { pressed += 100; }) });
     });
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
     buttonWith(window, "first")->setFocus();
 
     QTest::keyClick(window.focusWidget(), Qt::Key_Return);
@@ -313,7 +314,7 @@ void UtilityWindowTest::returnTicksNoBox()
     int ticked = 0;
     UtilityWindow window("Title", activation);
     window.present([&] { return column({ toggle("box", false, [&](bool) { ++ticked; }) }); });
-    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
     buttonWith(window, "box")->setFocus();
 
     QTest::keyClick(window.focusWidget(), Qt::Key_Return);

@@ -1,6 +1,7 @@
 #include "support/VirtualDesktop.h"
 
 #include "platform/linux/Xcb.h"
+#include "support/Patience.h"
 #include "support/Screenshot.h"
 
 #include <QDir>
@@ -75,13 +76,13 @@ void VirtualDesktopTest::aFullDesktopHasAWindowManagerAndATray()
     QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
 
     const auto manager = desktop.launch("xprop", { "-root", "_NET_SUPPORTING_WM_CHECK" });
-    QVERIFY(manager->waitForFinished());
+    QVERIFY(manager->waitForFinished(patience));
     QVERIFY(manager->readAllStandardOutput().contains("window id"));
     const auto tray = desktop.launch("dbus-send",
         { "--session", "--print-reply", "--dest=org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher",
             "org.freedesktop.DBus.Properties.Get", "string:org.kde.StatusNotifierWatcher",
             "string:IsStatusNotifierHostRegistered" });
-    QVERIFY(tray->waitForFinished());
+    QVERIFY(tray->waitForFinished(patience));
     QVERIFY(tray->readAllStandardOutput().contains("boolean"));
 }
 
@@ -93,7 +94,7 @@ void VirtualDesktopTest::nothingOfTheOuterSessionReachesAProgram()
     QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
 
     const auto program = desktop.launch("env");
-    QVERIFY(program->waitForFinished());
+    QVERIFY(program->waitForFinished(patience));
     const QByteArray variables = program->readAllStandardOutput();
 
     QVERIFY(!variables.contains("outer"));
@@ -158,12 +159,12 @@ void VirtualDesktopTest::everyPartEndsWhenTheProcessCrashes()
     owner.start(
         QCoreApplication::applicationDirPath() + "/virtual-desktop", { "sh", "-c", "echo $PWD; exec cat" });
     while (!owner.canReadLine())
-        QVERIFY(owner.waitForReadyRead());
+        QVERIFY(owner.waitForReadyRead(patience));
     const QString folder = QString::fromUtf8(owner.readLine().trimmed());
     const auto parts = processesOf(folder);
 
     owner.kill();
-    owner.waitForFinished();
+    owner.waitForFinished(patience);
 
     QVERIFY(parts.size() >= 6);
     for (const qint64 part : parts)

@@ -1,4 +1,5 @@
 #include "support/AssistantOnScreen.h"
+#include "support/Patience.h"
 #include "support/VirtualMachine.h"
 
 #include <QJsonDocument>
@@ -10,9 +11,6 @@
 #include <memory>
 
 namespace {
-
-/// The emulated machine is slow, and the one that emulates it may be busy.
-constexpr int patience = 90000;
 
 constexpr QRect assistantPlace()
 {

@@ -1,4 +1,5 @@
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
 #include "support/Script.h"

@@ -1,6 +1,7 @@
 #include "platform/linux/X11Input.h"
 
 #include "support/Injector.h"
+#include "support/Patience.h"
 #include "support/VirtualDesktop.h"
 
 #include <QSocketNotifier>
@@ -561,7 +562,7 @@ void X11InputTest::fastInputIsCountedExactly()
     }
     injector->sync();
 
-    QTRY_COMPARE_WITH_TIMEOUT(reports.keys, 20000, 20000);
+    QTRY_COMPARE(reports.keys, 20000);
     QTRY_COMPARE(reports.clicks(), 5000);
     input.drain();
     QCOMPARE(reports.keys, 20000);
@@ -756,10 +757,10 @@ void X11InputTest::eachClickOfAStreamCountsOnceAcrossTheHandOver()
         }
     });
 
-    const bool monitorReports = QTest::qWaitFor([&] { return reports.monitored >= 100; });
+    const bool monitorReports = QTest::qWaitFor([&] { return reports.monitored >= 100; }, patience);
     startTap(input, reports);
     input.mouseMonitor().remove(*monitor);
-    const bool tapReports = QTest::qWaitFor([&] { return reports.left >= 100; });
+    const bool tapReports = QTest::qWaitFor([&] { return reports.left >= 100; }, patience);
     goOn = false;
     clicking.join();
     input.drain();

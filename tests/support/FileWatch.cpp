@@ -1,17 +1,12 @@
 #include "support/FileWatch.h"
 
+#include "support/Patience.h"
+
 #include <poll.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
 #include <array>
-
-namespace {
-
-/// In milliseconds.
-constexpr int patience = 20000;
-
-}
 
 FileWatch::FileWatch(const QString& folder, std::uint32_t events)
     : descriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK))

@@ -1,20 +1,15 @@
 #include "support/PanelOnDesktop.h"
 
+#include "support/Patience.h"
 #include "support/Screenshot.h"
 
 #include <QTest>
-
-namespace {
-
-constexpr int patience = 20000;
-
-}
 
 PanelOnDesktop::~PanelOnDesktop()
 {
     if (busLog) {
         busLog->kill();
-        busLog->waitForFinished();
+        busLog->waitForFinished(patience);
     }
 }
 
@@ -86,7 +81,7 @@ bool PanelOnDesktop::open()
     for (int attempt = 0; attempt < 3; ++attempt) {
         const auto before = reportedClicks();
         clickIcon();
-        if (QTest::qWaitFor([&] { return reportedClicks() > before; }))
+        if (QTest::qWaitFor([&] { return reportedClicks() > before; }, 20000))
             break;
     }
     return QTest::qWaitFor([&] { return isOpen() && windows->active() == panel(); }, patience);

@@ -1,5 +1,7 @@
 #include "support/PrivateBus.h"
 
+#include "support/Patience.h"
+
 #include <sys/prctl.h>
 
 #include <csignal>
@@ -31,7 +33,7 @@ PrivateBus::PrivateBus()
     daemon.start(
         "dbus-daemon", { "--config-file=" + configuration.fileName(), "--nofork", "--print-address" });
     while (!daemon.canReadLine()) {
-        if (!daemon.waitForReadyRead())
+        if (!daemon.waitForReadyRead(patience))
             return;
     }
     busAddress = QString::fromUtf8(daemon.readLine()).trimmed();
@@ -40,5 +42,5 @@ PrivateBus::PrivateBus()
 PrivateBus::~PrivateBus()
 {
     daemon.terminate();
-    daemon.waitForFinished();
+    daemon.waitForFinished(patience);
 }

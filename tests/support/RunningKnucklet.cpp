@@ -1,5 +1,6 @@
 #include "support/RunningKnucklet.h"
 
+#include "support/Patience.h"
 #include "support/Screenshot.h"
 #include "support/VirtualDesktop.h"
 
@@ -17,9 +18,6 @@
 #include <csignal>
 
 namespace {
-
-// How long the program may take to start or to end on a busy machine before it is given up.
-constexpr int patience = 20000;
 
 const QString itemInterface = QStringLiteral("org.kde.StatusNotifierItem");
 const QString menuInterface = QStringLiteral("com.canonical.dbusmenu");
@@ -63,7 +61,7 @@ RunningKnucklet::~RunningKnucklet()
 {
     if (isRunning()) {
         process->kill();
-        process->waitForFinished();
+        process->waitForFinished(patience);
     }
     QDBusConnection::disconnectFromBus(busName);
 }

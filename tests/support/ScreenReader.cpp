@@ -1,5 +1,6 @@
 #include "support/ScreenReader.h"
 
+#include "support/Patience.h"
 #include "support/VirtualDesktop.h"
 
 #include <QDBusArgument>
@@ -12,8 +13,6 @@
 #include <QUuid>
 
 namespace {
-
-constexpr int patience = 20000;
 
 const QString launcherService = QStringLiteral("org.a11y.Bus");
 const QString launcherPath = QStringLiteral("/org/a11y/bus");
@@ -70,7 +69,7 @@ ScreenReader::~ScreenReader()
     QDBusConnection::disconnectFromBus(sessionName);
     if (launcher) {
         launcher->terminate();
-        launcher->waitForFinished();
+        launcher->waitForFinished(patience);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "support/Screenshot.h"
 
 #include "platform/linux/Xcb.h"
+#include "support/Patience.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -9,10 +10,8 @@
 
 namespace {
 
-// In milliseconds. No animation of a desktop pauses for so long,
+// In milliseconds. No animation of a desktop pauses for so long.
 constexpr int stillness = 600;
-/// and none goes on for so long.
-constexpr int patience = 20000;
 
 }
 

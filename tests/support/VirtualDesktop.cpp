@@ -1,6 +1,7 @@
 #include "support/VirtualDesktop.h"
 
 #include "platform/linux/Xcb.h"
+#include "support/Patience.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -27,9 +28,6 @@
 #include <tuple>
 
 namespace {
-
-// How long a part may take on a busy machine before it is given up.
-constexpr int patience = 20000;
 
 // Nothing can be started through the bus, so that the outcome of a test does not depend on what is installed.
 const char* const busConfiguration = R"(<busconfig>
@@ -169,7 +167,7 @@ VirtualDesktop::~VirtualDesktop()
         process.terminate();
         if (!process.waitForFinished(patience)) {
             process.kill();
-            process.waitForFinished();
+            process.waitForFinished(patience);
         }
         processes.pop_back();
     }
@@ -261,7 +259,7 @@ void VirtualDesktop::killBar()
 {
     while (processes.size() > firstOfBar) {
         processes.back()->kill();
-        processes.back()->waitForFinished();
+        processes.back()->waitForFinished(patience);
         processes.pop_back();
     }
 }
@@ -273,7 +271,7 @@ void VirtualDesktop::killBus() { killPart(1); }
 void VirtualDesktop::killPart(std::size_t place)
 {
     processes.at(place)->kill();
-    processes.at(place)->waitForFinished();
+    processes.at(place)->waitForFinished(patience);
 }
 
 void VirtualDesktop::freezeServer() { ::kill(static_cast<pid_t>(processes.front()->processId()), SIGSTOP); }

@@ -1,5 +1,7 @@
 #include "support/VirtualMachine.h"
 
+#include "support/Patience.h"
+
 #include <QFileInfo>
 #include <QJsonDocument>
 
@@ -8,9 +10,6 @@
 #include <csignal>
 
 namespace {
-
-// How long the machine may be silent, on a busy host, before it is given up.
-constexpr int patience = 60000;
 
 const QByteArray upMark = "guest is up\n";
 const QByteArray doneMark = "guest is done\n";
@@ -27,7 +26,7 @@ VirtualMachine::VirtualMachine(Kind kind)
 VirtualMachine::~VirtualMachine()
 {
     emulator.kill();
-    emulator.waitForFinished();
+    emulator.waitForFinished(patience);
 }
 
 bool VirtualMachine::start()
