@@ -165,7 +165,8 @@ VirtualDesktop::~VirtualDesktop()
     while (!processes.empty()) {
         QProcess& process = *processes.back();
         process.terminate();
-        if (!process.waitForFinished(patience)) {
+        // Now and then a bar does not end when it is asked to.
+        if (!process.waitForFinished(5000)) {
             process.kill();
             process.waitForFinished(patience);
         }
