@@ -2,6 +2,7 @@
 
 #include "support/FakeProgram.h"
 #include "support/ForkedChild.h"
+#include "support/TestArea.h"
 
 #include <QTest>
 
@@ -921,5 +922,5 @@ void AppStateTest::aStateThatIsGoneLeavesItsTimersRunningWithoutEffect()
     QCOMPARE(program.platform.runningTimers(), (std::vector<std::chrono::milliseconds> { 2s, 10s }));
 }
 
-QTEST_GUILESS_MAIN(AppStateTest)
+static const TestArea area("AppState", runTest<AppStateTest>);
 #include "AppStateTest.moc"

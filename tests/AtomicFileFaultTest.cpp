@@ -5,6 +5,7 @@
 #include "support/ForkedChild.h"
 #include "support/HandMovedClock.h"
 #include "support/OneFolder.h"
+#include "support/TestArea.h"
 
 #include <QtTest>
 
@@ -447,5 +448,5 @@ void AtomicFileFaultTest::aFileSizeLimitKeepsTheOldFileUntilItIsLifted()
     QCOMPARE(end.answer, "0 " + oldContent + " 1 1");
 }
 
-QTEST_GUILESS_MAIN(AtomicFileFaultTest)
+static const TestArea area("AtomicFileFault", runTest<AtomicFileFaultTest>);
 #include "AtomicFileFaultTest.moc"

@@ -2,6 +2,7 @@
 
 #include "support/Files.h"
 #include "support/ForkedChild.h"
+#include "support/TestArea.h"
 
 #include <QtTest>
 
@@ -530,5 +531,5 @@ void AtomicFileTest::anExportOntoADeviceIsRefused()
     QVERIFY(fs::is_character_file(file));
 }
 
-QTEST_GUILESS_MAIN(AtomicFileTest)
+static const TestArea area("AtomicFile", runTest<AtomicFileTest>);
 #include "AtomicFileTest.moc"

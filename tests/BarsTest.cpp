@@ -4,6 +4,7 @@
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QColor>
@@ -301,5 +302,5 @@ void BarsTest::aBarThatIsKilledShowsTheIconAgain()
     QTRY_VERIFY(hasIcon());
 }
 
-QTEST_GUILESS_MAIN(BarsTest)
+static const TestArea area("Bars", runTest<BarsTest>);
 #include "BarsTest.moc"

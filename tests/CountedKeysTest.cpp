@@ -1,5 +1,6 @@
 #include "platform/linux/CountedKeys.h"
 
+#include "support/TestArea.h"
 
 #include <QTest>
 
@@ -162,6 +163,6 @@ void CountedKeysTest::anEmptyKeyboardLeavesEveryKeyCounting()
     QVERIFY(uncounted.none());
 }
 
-QTEST_APPLESS_MAIN(CountedKeysTest)
+static const TestArea area("CountedKeys", runTest<CountedKeysTest>);
 
 #include "CountedKeysTest.moc"

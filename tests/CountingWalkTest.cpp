@@ -1,6 +1,7 @@
 #include "StatsFile.h"
 #include "support/FakeProgram.h"
 #include "support/ForkedChild.h"
+#include "support/TestArea.h"
 #include "support/Zones.h"
 
 #include <QtTest>
@@ -285,5 +286,5 @@ void CountingWalkTest::everyCountIsOnItsDay()
     }
 }
 
-QTEST_GUILESS_MAIN(CountingWalkTest)
+static const TestArea area("CountingWalk", runTest<CountingWalkTest>);
 #include "CountingWalkTest.moc"

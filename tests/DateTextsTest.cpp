@@ -1,5 +1,6 @@
 #include "DateTexts.h"
 
+#include "support/TestArea.h"
 
 #include <QTest>
 
@@ -118,5 +119,5 @@ void DateTextsTest::theUsersLocaleIsUsed()
     QCOMPARE(QString::fromStdString(texts.weekdayAndDate(sundayMidnight)), "Sonntag, 15. Nov.");
 }
 
-QTEST_APPLESS_MAIN(DateTextsTest)
+static const TestArea area("DateTexts", runTest<DateTextsTest>);
 #include "DateTextsTest.moc"

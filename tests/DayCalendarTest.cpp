@@ -1,6 +1,7 @@
 #include "DayCalendar.h"
 
 #include "DayFormatter.h"
+#include "support/TestArea.h"
 #include "support/Zones.h"
 
 #include <QtTest>
@@ -120,5 +121,5 @@ void DayCalendarTest::aStepBeyondAnyCalendarGivesNothing()
     QVERIFY(!stepped);
 }
 
-QTEST_GUILESS_MAIN(DayCalendarTest)
+static const TestArea area("DayCalendar", runTest<DayCalendarTest>);
 #include "DayCalendarTest.moc"

@@ -2,6 +2,7 @@
 
 #include "support/FakeProgram.h"
 #include "support/ForkedChild.h"
+#include "support/TestArea.h"
 
 #include <QTest>
 
@@ -163,5 +164,5 @@ void DayCardDataTest::aTotalThatOverflowsEndsTheProcess()
     QCOMPARE(end.signal, SIGABRT);
 }
 
-QTEST_GUILESS_MAIN(DayCardDataTest)
+static const TestArea area("DayCardData", runTest<DayCardDataTest>);
 #include "DayCardDataTest.moc"

@@ -1,5 +1,6 @@
 #include "DayFormatter.h"
 
+#include "support/TestArea.h"
 #include "support/Zones.h"
 
 #include <QtTest>
@@ -287,5 +288,5 @@ void DayFormatterTest::aKeyParsesToTheFirstMomentOfItsDay()
     QVERIFY(formatter.key(*parsed - 1ms) < key);
 }
 
-QTEST_GUILESS_MAIN(DayFormatterTest)
+static const TestArea area("DayFormatter", runTest<DayFormatterTest>);
 #include "DayFormatterTest.moc"

@@ -2,6 +2,7 @@
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QDBusConnection>
@@ -358,5 +359,5 @@ void DesktopTest::noSecondToolkitIsLoadedUnlessTheUserAsksForIt()
     QCOMPARE(mappings.readAll().contains("/libgtk-"), loadsGtk);
 }
 
-QTEST_GUILESS_MAIN(DesktopTest)
+static const TestArea area("Desktop", runTest<DesktopTest>);
 #include "DesktopTest.moc"

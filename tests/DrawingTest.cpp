@@ -1,3 +1,4 @@
+#include "support/TestArea.h"
 #include "ui/Look.h"
 #include "ui/Shapes.h"
 #include "ui/Symbols.h"
@@ -276,5 +277,5 @@ void DrawingTest::themeColorsAreResolved()
     QCOMPARE(resolved(Theme::keyAccent.withOpacity(0.12), primary).alpha(), 31);
 }
 
-QTEST_MAIN(DrawingTest)
+static const TestArea area("Drawing", runTest<DrawingTest, QApplication>);
 #include "DrawingTest.moc"

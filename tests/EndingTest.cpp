@@ -4,6 +4,7 @@
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
 #include "support/SessionManager.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QDate>
@@ -230,5 +231,5 @@ void EndingTest::aKillWhileItSavesLeavesAWholeFile()
     }
 }
 
-QTEST_GUILESS_MAIN(EndingTest)
+static const TestArea area("Ending", runTest<EndingTest>);
 #include "EndingTest.moc"

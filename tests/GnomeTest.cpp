@@ -3,6 +3,7 @@
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
 #include "support/Script.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QDir>
@@ -240,5 +241,5 @@ void GnomeTest::theMenuEndsTheProgram()
     QTRY_COMPARE(tray(), emptyTray);
 }
 
-QTEST_GUILESS_MAIN(GnomeTest)
+static const TestArea area("Gnome", runTest<GnomeTest>);
 #include "GnomeTest.moc"

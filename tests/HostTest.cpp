@@ -1,4 +1,5 @@
 #include "support/Patience.h"
+#include "support/TestArea.h"
 #include "ui/Controls.h"
 #include "ui/Look.h"
 #include "ui/View.h"
@@ -789,5 +790,5 @@ void HostTest::aStackWithATextIsReadAsOneElement()
     QCOMPARE(two->child(1)->text(QAccessible::Name), "d");
 }
 
-QTEST_MAIN(HostTest)
+static const TestArea area("Host", runTest<HostTest, QApplication>);
 #include "HostTest.moc"

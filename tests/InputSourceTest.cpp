@@ -4,6 +4,7 @@
 #include "support/Injector.h"
 #include "support/Patience.h"
 #include "support/Script.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 #include "tap/CountableKeys.h"
 
@@ -250,6 +251,6 @@ void InputSourceTest::everyKeyCountsInBothSessionsOrInNone()
     QCOMPARE(differences.join(' '), QString());
 }
 
-QTEST_GUILESS_MAIN(InputSourceTest)
+static const TestArea area("InputSource", runTest<InputSourceTest>);
 
 #include "InputSourceTest.moc"

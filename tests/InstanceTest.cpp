@@ -4,6 +4,7 @@
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
 #include "support/Screenshot.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QDBusConnectionInterface>
@@ -455,5 +456,5 @@ void InstanceTest::withoutAnyDataFolderTheProgramEndsAtOnce()
     QCOMPARE(process->readAll(), QByteArray());
 }
 
-QTEST_GUILESS_MAIN(InstanceTest)
+static const TestArea area("Instance", runTest<InstanceTest>);
 #include "InstanceTest.moc"

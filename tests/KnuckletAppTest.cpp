@@ -3,6 +3,7 @@
 #include "PanelWindow.h"
 #include "platform/fake/FakePlatform.h"
 #include "support/Patience.h"
+#include "support/TestArea.h"
 
 #include <QAbstractButton>
 #include <QAbstractSlider>
@@ -361,5 +362,5 @@ void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea()
     QCOMPARE(placeBeside(place, QSize(300, 100), QRect(0, 0, 1280, 800), QRect(0, 28, 1280, 772)), corner);
 }
 
-QTEST_MAIN(KnuckletAppTest)
+static const TestArea area("KnuckletApp", runTest<KnuckletAppTest, QApplication>);
 #include "KnuckletAppTest.moc"

@@ -1,6 +1,7 @@
 #include "ui/Language.h"
 
 #include "support/ShownPanel.h"
+#include "support/TestArea.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -73,5 +74,5 @@ void LanguageTest::withoutATranslationTheProgramSpeaksEnglish()
     QVERIFY(QCoreApplication::instance()->findChildren<QTranslator*>().isEmpty());
 }
 
-QTEST_MAIN(LanguageTest)
+static const TestArea area("Language", runTest<LanguageTest, QApplication>);
 #include "LanguageTest.moc"

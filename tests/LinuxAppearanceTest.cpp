@@ -2,6 +2,7 @@
 
 #include "support/Patience.h"
 #include "support/PrivateBus.h"
+#include "support/TestArea.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -22,12 +23,12 @@ const QString plasmaGroup = QStringLiteral("org.kde.kdeglobals.KDE");
 }
 
 /// A Settings portal with these settings.
-class Portal final : public QObject {
+class AppearancePortal final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
 
 public:
-    Portal(const QString& address, const SettingGroups& settings)
+    AppearancePortal(const QString& address, const SettingGroups& settings)
         : settings(settings)
         , bus(QDBusConnection::connectToBus(address, "portal"))
     {
@@ -35,7 +36,7 @@ public:
             QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
         bus.registerService("org.freedesktop.portal.Desktop");
     }
-    ~Portal() override { QDBusConnection::disconnectFromBus("portal"); }
+    ~AppearancePortal() override { QDBusConnection::disconnectFromBus("portal"); }
 
     void change(const QString& group, const QString& key, const QVariant& value)
     {
@@ -129,7 +130,7 @@ void LinuxAppearanceTest::withoutAPortalEverythingIsLightAndMoves()
 void LinuxAppearanceTest::thePortalIsAskedWithoutWaiting()
 {
     // It lives in this thread, so that waiting for it would last until the call is given up.
-    const Portal portal(privateBus->address(), { { sharedGroup, { { "color-scheme", 1U } } } });
+    const AppearancePortal portal(privateBus->address(), { { sharedGroup, { { "color-scheme", 1U } } } });
 
     const LinuxAppearance appearance(*bus);
 
@@ -176,7 +177,7 @@ void LinuxAppearanceTest::thePortalSaysTheLook()
     QFETCH(const Motion, motion);
     // A second setting that comes with the first shows when the answer is there.
     SettingGroups settings { { group, { { key, value } } } };
-    const Portal portal(privateBus->address(), settings);
+    const AppearancePortal portal(privateBus->address(), settings);
 
     const LinuxAppearance appearance(*bus);
     QTRY_COMPARE(portal.timesRead, 1);
@@ -187,7 +188,7 @@ void LinuxAppearanceTest::thePortalSaysTheLook()
 
 void LinuxAppearanceTest::aChangeIsFollowedAndTold()
 {
-    Portal portal(privateBus->address(), { { sharedGroup, { { "color-scheme", 2U } } } });
+    AppearancePortal portal(privateBus->address(), { { sharedGroup, { { "color-scheme", 2U } } } });
     LinuxAppearance appearance(*bus);
     int told = 0;
     const auto observation = appearance.observe([&] { ++told; });
@@ -205,7 +206,7 @@ void LinuxAppearanceTest::aChangeIsFollowedAndTold()
 
 void LinuxAppearanceTest::whatChangesNothingIsNotTold()
 {
-    Portal portal(privateBus->address(), { { sharedGroup, { { "color-scheme", 1U } } } });
+    AppearancePortal portal(privateBus->address(), { { sharedGroup, { { "color-scheme", 1U } } } });
     LinuxAppearance appearance(*bus);
     QTRY_COMPARE(appearance.colorScheme(), ColorScheme::Dark);
     int told = 0;
@@ -223,10 +224,10 @@ void LinuxAppearanceTest::aPortalThatComesLaterIsAskedThen()
 {
     LinuxAppearance appearance(*bus);
 
-    const Portal portal(privateBus->address(), { { sharedGroup, { { "color-scheme", 1U } } } });
+    const AppearancePortal portal(privateBus->address(), { { sharedGroup, { { "color-scheme", 1U } } } });
 
     QTRY_COMPARE(appearance.colorScheme(), ColorScheme::Dark);
 }
 
-QTEST_GUILESS_MAIN(LinuxAppearanceTest)
+static const TestArea area("LinuxAppearance", runTest<LinuxAppearanceTest>);
 #include "LinuxAppearanceTest.moc"

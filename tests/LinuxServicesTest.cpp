@@ -4,6 +4,7 @@
 #include "platform/linux/LinuxSettings.h"
 #include "platform/linux/LinuxTimers.h"
 #include "support/Patience.h"
+#include "support/TestArea.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -571,5 +572,5 @@ void LinuxServicesTest::theEntryQuotesWhatDesktopsReplace()
     QVERIFY2(entry.contains("\nExec=\"/opt/100%% %%f/knucklet\"\n"), entry.constData());
 }
 
-QTEST_GUILESS_MAIN(LinuxServicesTest)
+static const TestArea area("LinuxServices", runTest<LinuxServicesTest>);
 #include "LinuxServicesTest.moc"

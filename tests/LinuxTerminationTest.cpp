@@ -1,4 +1,5 @@
 #include "support/Patience.h"
+#include "support/TestArea.h"
 
 #include <QFile>
 #include <QProcess>
@@ -192,5 +193,5 @@ void LinuxTerminationTest::childrenInheritNoBlockedSignal()
         QVERIFY(!isInMask(signal, "SigBlk"));
 }
 
-QTEST_GUILESS_MAIN(LinuxTerminationTest)
+static const TestArea area("LinuxTermination", runTest<LinuxTerminationTest>);
 #include "LinuxTerminationTest.moc"

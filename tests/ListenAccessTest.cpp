@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxListenAccess.h"
 #include "support/Patience.h"
 #include "support/Script.h"
+#include "support/TestArea.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -223,6 +224,6 @@ void ListenAccessTest::nothingIsRequestedInAnXSession()
     QTRY_COMPARE(readLines(*folder, "requests"), QList<QByteArray>({ "wayland" }));
 }
 
-QTEST_GUILESS_MAIN(ListenAccessTest)
+static const TestArea area("ListenAccess", runTest<ListenAccessTest>);
 
 #include "ListenAccessTest.moc"

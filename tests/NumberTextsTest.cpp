@@ -1,5 +1,6 @@
 #include "NumberTexts.h"
 
+#include "support/TestArea.h"
 
 #include <QTest>
 
@@ -59,5 +60,5 @@ void NumberTextsTest::theUsersNumbersFollowTheEnvironment()
     QCOMPARE(numbers.grouped(12'345), std::string("12.345"));
 }
 
-QTEST_GUILESS_MAIN(NumberTextsTest)
+static const TestArea area("NumberTexts", runTest<NumberTextsTest>);
 #include "NumberTextsTest.moc"

@@ -3,6 +3,7 @@
 #include "support/Injector.h"
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QTest>
@@ -309,5 +310,5 @@ void OnboardingDesktopTest::anIconifiedWindowReturns()
     QTRY_COMPARE(windows->active(), window);
 }
 
-QTEST_GUILESS_MAIN(OnboardingDesktopTest)
+static const TestArea area("OnboardingDesktop", runTest<OnboardingDesktopTest>);
 #include "OnboardingDesktopTest.moc"

@@ -1,6 +1,7 @@
 #include "support/GoldenPicture.h"
 #include "support/PseudoTranslator.h"
 #include "support/ShownAssistant.h"
+#include "support/TestArea.h"
 
 #include <QApplication>
 #include <QTemporaryDir>
@@ -81,5 +82,5 @@ void OnboardingGoldenTest::thePagesLookAsTheyDid()
     QVERIFY(looksLikeGolden(picture, name));
 }
 
-QTEST_MAIN(OnboardingGoldenTest)
+static const TestArea area("OnboardingGolden", runTest<OnboardingGoldenTest, QApplication>);
 #include "OnboardingGoldenTest.moc"

@@ -5,6 +5,7 @@
 #include "support/Patience.h"
 #include "support/PseudoTranslator.h"
 #include "support/ShownAssistant.h"
+#include "support/TestArea.h"
 #include "ui/Controls.h"
 #include "ui/Transition.h"
 
@@ -1224,5 +1225,5 @@ void OnboardingTest::theCheckBoxesKeepTheirValuesFromPageToPage()
     QVERIFY(!buttonWith(window, "Launch Knucklet at login")->isChecked());
 }
 
-QTEST_MAIN(OnboardingTest)
+static const TestArea area("Onboarding", runTest<OnboardingTest, QApplication>);
 #include "OnboardingTest.moc"

@@ -3,6 +3,7 @@
 #include "platform/linux/LinuxDesktop.h"
 #include "support/Patience.h"
 #include "support/PrivateBus.h"
+#include "support/TestArea.h"
 
 #include <QDBusConnection>
 #include <QDBusObjectPath>
@@ -25,18 +26,18 @@ QByteArray readFile(const QString& name)
 }
 
 /// A portal that writes down what it is asked to open.
-class Portal final : public QObject {
+class OpeningPortal final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.OpenURI")
 
 public:
-    Portal()
+    OpeningPortal()
         : bus(QDBusConnection::connectToBus(QDBusConnection::SessionBus, "portal"))
     {
         bus.registerObject("/org/freedesktop/portal/desktop", this, QDBusConnection::ExportAllSlots);
         bus.registerService("org.freedesktop.portal.Desktop");
     }
-    ~Portal() override { QDBusConnection::disconnectFromBus("portal"); }
+    ~OpeningPortal() override { QDBusConnection::disconnectFromBus("portal"); }
 
     QString opened;
 
@@ -93,7 +94,7 @@ void OpenFileTest::init()
 
 void OpenFileTest::thePortalReceivesTheOpenFile()
 {
-    const Portal portal;
+    const OpeningPortal portal;
 
     openFile(file());
 
@@ -110,7 +111,7 @@ void OpenFileTest::withoutAPortalTheDesktopsOpenerIsStarted()
 
 void OpenFileTest::aFileThatIsNotThereOpensNothing()
 {
-    const Portal portal;
+    const OpeningPortal portal;
 
     openFile(folder->filePath("no file"));
     openFile(file());
@@ -121,7 +122,7 @@ void OpenFileTest::aFileThatIsNotThereOpensNothing()
 
 void OpenFileTest::inputMonitoringIsExplainedByAPageOfOurOwn()
 {
-    const Portal portal;
+    const OpeningPortal portal;
     LinuxDesktop desktop([] {}, [] {});
 
     desktop.openInputMonitoringSettings();
@@ -134,5 +135,5 @@ void OpenFileTest::inputMonitoringIsExplainedByAPageOfOurOwn()
         QVERIFY2(!page.contains(reference), reference);
 }
 
-QTEST_GUILESS_MAIN(OpenFileTest)
+static const TestArea area("OpenFile", runTest<OpenFileTest>);
 #include "OpenFileTest.moc"

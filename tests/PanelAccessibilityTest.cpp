@@ -1,6 +1,7 @@
 #include "support/PanelOnDesktop.h"
 #include "support/Patience.h"
 #include "support/ScreenReader.h"
+#include "support/TestArea.h"
 
 #include <QDate>
 #include <QLocale>
@@ -140,5 +141,5 @@ void PanelAccessibilityTest::aScreenReaderCanPressWhatItReads()
     QVERIFY(user->knucklet->awaitEnd());
 }
 
-QTEST_GUILESS_MAIN(PanelAccessibilityTest)
+static const TestArea area("PanelAccessibility", runTest<PanelAccessibilityTest>);
 #include "PanelAccessibilityTest.moc"

@@ -1,6 +1,7 @@
 #include "support/PanelOnDesktop.h"
 #include "support/Patience.h"
 #include "support/Screenshot.h"
+#include "support/TestArea.h"
 
 #include <QColor>
 #include <QTest>
@@ -314,5 +315,5 @@ void PanelPlaceTest::anotherWindowManagerLeavesTheOpenPanelUsable()
     QTRY_VERIFY(!user->isOpen());
 }
 
-QTEST_GUILESS_MAIN(PanelPlaceTest)
+static const TestArea area("PanelPlace", runTest<PanelPlaceTest>);
 #include "PanelPlaceTest.moc"

@@ -4,6 +4,7 @@
 #include "support/ScreenReader.h"
 #include "support/Screenshot.h"
 #include "support/SettingsPortal.h"
+#include "support/TestArea.h"
 
 #include <QFile>
 #include <QTest>
@@ -378,5 +379,5 @@ void PanelTest::theLookFollowsTheDesktop()
     QTRY_COMPARE_LT(background(), 60);
 }
 
-QTEST_GUILESS_MAIN(PanelTest)
+static const TestArea area("Panel", runTest<PanelTest>);
 #include "PanelTest.moc"

@@ -4,6 +4,7 @@
 #include "support/FakePortal.h"
 #include "support/Patience.h"
 #include "support/PrivateBus.h"
+#include "support/TestArea.h"
 
 #include <QApplication>
 #include <QDBusArgument>
@@ -528,5 +529,5 @@ void PictureServicesTest::aCommandLineIsFilledIn()
         commandToOpen("/a b.png", { .name = "Viewer", .iconName = "eye", .command = command }), filledIn);
 }
 
-QTEST_MAIN(PictureServicesTest)
+static const TestArea area("PictureServices", runTest<PictureServicesTest, QApplication>);
 #include "PictureServicesTest.moc"

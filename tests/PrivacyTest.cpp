@@ -3,6 +3,7 @@
 #include "support/Injector.h"
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QDBusConnection>
@@ -340,5 +341,5 @@ void PrivacyTest::holdingAKeyCountsOnce()
     QCOMPARE(stats.constBegin().value().toObject().value("keys").toInteger(), 1);
 }
 
-QTEST_GUILESS_MAIN(PrivacyTest)
+static const TestArea area("Privacy", runTest<PrivacyTest>);
 #include "PrivacyTest.moc"

@@ -1,6 +1,7 @@
 #include "ui/RollingNumber.h"
 
 #include "support/Patience.h"
+#include "support/TestArea.h"
 #include "ui/Controls.h"
 #include "ui/Look.h"
 #include "ui/Spring.h"
@@ -402,5 +403,5 @@ void RollingNumberTest::aNumberTooWideIsTruncatedAtItsEnd()
     QVERIFY(end.height > ink(picture, 0, cellWidth()).height + 3);
 }
 
-QTEST_MAIN(RollingNumberTest)
+static const TestArea area("RollingNumber", runTest<RollingNumberTest, QApplication>);
 #include "RollingNumberTest.moc"

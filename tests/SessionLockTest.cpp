@@ -2,6 +2,7 @@
 
 #include "support/Patience.h"
 #include "support/PrivateBus.h"
+#include "support/TestArea.h"
 
 #include <QDBusMessage>
 #include <QDBusObjectPath>
@@ -170,6 +171,6 @@ void SessionLockTest::withoutABusNothingIsLocked()
     QVERIFY(!lock.isLocked());
 }
 
-QTEST_GUILESS_MAIN(SessionLockTest)
+static const TestArea area("SessionLock", runTest<SessionLockTest>);
 
 #include "SessionLockTest.moc"

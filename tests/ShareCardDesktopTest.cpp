@@ -5,6 +5,7 @@
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QApplication>
@@ -385,5 +386,5 @@ void ShareCardDesktopTest::showingTheCardAgainKeepsTheWindowAndShowsWhatIsNew()
     QTRY_VERIFY(!difference(before, screenshot(desktop->display(), windows->place(window))).isNull());
 }
 
-QTEST_MAIN(ShareCardDesktopTest)
+static const TestArea area("ShareCardDesktop", runTest<ShareCardDesktopTest, QApplication>);
 #include "ShareCardDesktopTest.moc"

@@ -3,6 +3,7 @@
 #include "support/Files.h"
 #include "support/Patience.h"
 #include "support/ShownCard.h"
+#include "support/TestArea.h"
 #include "ui/UtilityWindow.h"
 
 #include <QApplication>
@@ -366,5 +367,5 @@ void ShareCardTest::aClosedWindowKeepsNothing()
     QCOMPARE(card.window()->findChildren<QPushButton*>().size(), 0);
 }
 
-QTEST_MAIN(ShareCardTest)
+static const TestArea area("ShareCard", runTest<ShareCardTest, QApplication>);
 #include "ShareCardTest.moc"

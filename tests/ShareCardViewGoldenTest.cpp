@@ -1,5 +1,6 @@
 #include "support/FakeCard.h"
 #include "support/GoldenPicture.h"
+#include "support/TestArea.h"
 
 #include <QApplication>
 #include <QTest>
@@ -70,5 +71,5 @@ void ShareCardViewGoldenTest::theCardLooksAsItDid()
     QVERIFY(looksLikeGolden(half, QString("card-%1").arg(QTest::currentDataTag())));
 }
 
-QTEST_MAIN(ShareCardViewGoldenTest)
+static const TestArea area("ShareCardViewGolden", runTest<ShareCardViewGoldenTest, QApplication>);
 #include "ShareCardViewGoldenTest.moc"

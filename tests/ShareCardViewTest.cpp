@@ -3,6 +3,7 @@
 #include "Theme.h"
 #include "support/FakeCard.h"
 #include "support/RecordedDrawing.h"
+#include "support/TestArea.h"
 #include "ui/Look.h"
 
 #include <QApplication>
@@ -613,5 +614,5 @@ void ShareCardViewTest::daysAreNamedByOneLetter()
     QCOMPARE(letters.join(u' '), "M T W T F S S");
 }
 
-QTEST_MAIN(ShareCardViewTest)
+static const TestArea area("ShareCardView", runTest<ShareCardViewTest, QApplication>);
 #include "ShareCardViewTest.moc"

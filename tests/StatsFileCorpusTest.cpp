@@ -1,5 +1,6 @@
 #include "fuzz/ReferenceParser.h"
 #include "support/Files.h"
+#include "support/TestArea.h"
 
 #include <QtTest>
 
@@ -100,5 +101,5 @@ void StatsFileCorpusTest::theCorpusHoldsReadableAndUnreadableFiles()
     QVERIFY(unreadable >= 30);
 }
 
-QTEST_GUILESS_MAIN(StatsFileCorpusTest)
+static const TestArea area("StatsFileCorpus", runTest<StatsFileCorpusTest>);
 #include "StatsFileCorpusTest.moc"

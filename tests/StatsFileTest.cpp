@@ -1,5 +1,6 @@
 #include "StatsFile.h"
 
+#include "support/TestArea.h"
 
 #include <QtTest>
 
@@ -342,5 +343,5 @@ void StatsFileTest::aDayKeyOfAnyTextIsWrittenAsValidText()
     QCOMPARE(encodeStats({ { "\"\\\n", { 1, 2 } } }), R"({"\"\\\u000a":{"keys":1,"clicks":2}})");
 }
 
-QTEST_GUILESS_MAIN(StatsFileTest)
+static const TestArea area("StatsFile", runTest<StatsFileTest>);
 #include "StatsFileTest.moc"

@@ -3,6 +3,7 @@
 #include "support/Files.h"
 #include "support/HandMovedClock.h"
 #include "support/OneFolder.h"
+#include "support/TestArea.h"
 
 #include <QtTest>
 
@@ -141,5 +142,5 @@ void StatsStoreKillTest::aKilledProcessLeavesAWholeFileNoOlderThanItsLastSave()
     qInfo("%d of %d kills fell within a save", killsWithinASave, kills);
 }
 
-QTEST_GUILESS_MAIN(StatsStoreKillTest)
+static const TestArea area("StatsStoreKill", runTest<StatsStoreKillTest>);
 #include "StatsStoreKillTest.moc"

@@ -4,6 +4,7 @@
 #include "support/ForkedChild.h"
 #include "support/HandMovedClock.h"
 #include "support/OneFolder.h"
+#include "support/TestArea.h"
 
 #include <QtTest>
 
@@ -185,5 +186,5 @@ void StatsStoreLocaleTest::theLastDaysMissNoDayAndRepeatNone()
     QCOMPARE(made, keys);
 }
 
-QTEST_GUILESS_MAIN(StatsStoreLocaleTest)
+static const TestArea area("StatsStoreLocale", runTest<StatsStoreLocaleTest>);
 #include "StatsStoreLocaleTest.moc"

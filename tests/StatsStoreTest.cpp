@@ -5,6 +5,7 @@
 #include "support/ForkedChild.h"
 #include "support/HandMovedClock.h"
 #include "support/OneFolder.h"
+#include "support/TestArea.h"
 
 #include <QtTest>
 
@@ -615,5 +616,5 @@ void StatsStoreTest::everybodySharesOneDayFormatter()
     QCOMPARE(StatsStore::dayFormatter().key(noon), today);
 }
 
-QTEST_GUILESS_MAIN(StatsStoreTest)
+static const TestArea area("StatsStore", runTest<StatsStoreTest>);
 #include "StatsStoreTest.moc"

@@ -1,5 +1,6 @@
 #include "support/GoldenPicture.h"
 #include "support/ShownPanel.h"
+#include "support/TestArea.h"
 
 #include <QApplication>
 #include <QTest>
@@ -76,5 +77,5 @@ void StatsViewGoldenTest::thePanelLooksAsItDid()
     QVERIFY(looksLikeGolden(picture, name));
 }
 
-QTEST_MAIN(StatsViewGoldenTest)
+static const TestArea area("StatsViewGolden", runTest<StatsViewGoldenTest, QApplication>);
 #include "StatsViewGoldenTest.moc"

@@ -5,6 +5,7 @@
 #include "support/ForkedChild.h"
 #include "support/Patience.h"
 #include "support/ShownPanel.h"
+#include "support/TestArea.h"
 #include "ui/Look.h"
 
 #include <QAbstractButton>
@@ -1244,5 +1245,5 @@ void StatsViewTest::everyTextIsTranslatedAndNothingClips()
         QVERIFY2(verbatim.contains(text) || (text.startsWith("[") && text.endsWith("]")), qPrintable(text));
 }
 
-QTEST_MAIN(StatsViewTest)
+static const TestArea area("StatsView", runTest<StatsViewTest, QApplication>);
 #include "StatsViewTest.moc"

@@ -2,6 +2,7 @@
 
 #include "support/Patience.h"
 #include "support/PrivateBus.h"
+#include "support/TestArea.h"
 
 #include <QApplication>
 #include <QDBusArgument>
@@ -921,5 +922,5 @@ void StatusNotifierItemTest::otherToolsUnderstandTheIntrospection()
     QVERIFY(tool.readAllStandardOutput().contains("interface " + interface.toUtf8() + " {"));
 }
 
-QTEST_MAIN(StatusNotifierItemTest)
+static const TestArea area("StatusNotifierItem", runTest<StatusNotifierItemTest, QApplication>);
 #include "StatusNotifierItemTest.moc"

@@ -1,4 +1,5 @@
 #include "support/Patience.h"
+#include "support/TestArea.h"
 #include "support/VirtualMachine.h"
 
 #include <QTest>
@@ -407,6 +408,6 @@ void TapTest::whichKeysWerePressedLeavesNoTrace()
         (first.systemCalls + "\n\n" + second.systemCalls).constData());
 }
 
-QTEST_GUILESS_MAIN(TapTest)
+static const TestArea area("Tap", runTest<TapTest>);
 
 #include "TapTest.moc"

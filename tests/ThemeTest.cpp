@@ -1,5 +1,6 @@
 #include "Theme.h"
 
+#include "support/TestArea.h"
 
 #include <QTest>
 
@@ -60,5 +61,5 @@ void ThemeTest::compactCountIgnoresTheDecimalCommaOfTheLocale()
     QCOMPARE(text, std::string("1.5k"));
 }
 
-QTEST_GUILESS_MAIN(ThemeTest)
+static const TestArea area("Theme", runTest<ThemeTest>);
 #include "ThemeTest.moc"

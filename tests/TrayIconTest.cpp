@@ -3,6 +3,7 @@
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QTest>
@@ -135,5 +136,5 @@ void TrayIconTest::withoutAnyBarAnotherStartOpensAWindow()
     QVERIFY(knucklet.isRunning());
 }
 
-QTEST_GUILESS_MAIN(TrayIconTest)
+static const TestArea area("TrayIcon", runTest<TrayIconTest>);
 #include "TrayIconTest.moc"

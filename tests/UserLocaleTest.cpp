@@ -1,5 +1,6 @@
 #include "support/UserLocale.h"
 
+#include "support/TestArea.h"
 
 #include <QtTest>
 
@@ -167,5 +168,5 @@ void UserLocaleTest::theZoneIsTheOneOfTheMoment()
     QCOMPARE(read, zone);
 }
 
-QTEST_GUILESS_MAIN(UserLocaleTest)
+static const TestArea area("UserLocale", runTest<UserLocaleTest>);
 #include "UserLocaleTest.moc"

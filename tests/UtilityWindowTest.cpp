@@ -2,6 +2,7 @@
 
 #include "platform/WindowActivation.h"
 #include "support/Patience.h"
+#include "support/TestArea.h"
 #include "ui/Controls.h"
 
 #include <QAbstractButton>
@@ -333,5 +334,5 @@ void UtilityWindowTest::theDefaultButtonHasTheFocusFirst()
     QCOMPARE(window.focusWidget(), buttonWith(window, "go"));
 }
 
-QTEST_MAIN(UtilityWindowTest)
+static const TestArea area("UtilityWindow", runTest<UtilityWindowTest, QApplication>);
 #include "UtilityWindowTest.moc"

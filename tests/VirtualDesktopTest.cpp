@@ -3,6 +3,7 @@
 #include "platform/linux/Xcb.h"
 #include "support/Patience.h"
 #include "support/Screenshot.h"
+#include "support/TestArea.h"
 
 #include <QDir>
 #include <QFile>
@@ -172,6 +173,6 @@ void VirtualDesktopTest::everyPartEndsWhenTheProcessCrashes()
     QDir(folder).removeRecursively();
 }
 
-QTEST_GUILESS_MAIN(VirtualDesktopTest)
+static const TestArea area("VirtualDesktop", runTest<VirtualDesktopTest>);
 
 #include "VirtualDesktopTest.moc"

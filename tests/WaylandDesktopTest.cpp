@@ -1,5 +1,6 @@
 #include "support/AssistantOnScreen.h"
 #include "support/Patience.h"
+#include "support/TestArea.h"
 #include "support/VirtualMachine.h"
 
 #include <QJsonDocument>
@@ -254,6 +255,6 @@ void WaylandDesktopTest::withoutAnXServerTheProgramRunsNatively()
     QVERIFY(!hasLoaded("libqxcb.so"));
 }
 
-QTEST_GUILESS_MAIN(WaylandDesktopTest)
+static const TestArea area("WaylandDesktop", runTest<WaylandDesktopTest>);
 
 #include "WaylandDesktopTest.moc"

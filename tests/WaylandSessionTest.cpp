@@ -3,6 +3,7 @@
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
 #include "support/Script.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QDir>
@@ -135,6 +136,6 @@ void WaylandSessionTest::programsThatItStartsChooseForThemselves()
     QTRY_COMPARE(readLines(*folder, "chosen"), QList<QByteArray>({ "none" }));
 }
 
-QTEST_GUILESS_MAIN(WaylandSessionTest)
+static const TestArea area("WaylandSession", runTest<WaylandSessionTest>);
 
 #include "WaylandSessionTest.moc"

@@ -2,6 +2,7 @@
 
 #include "support/Patience.h"
 #include "support/Script.h"
+#include "support/TestArea.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>
@@ -324,6 +325,6 @@ void WaylandTapTest::theHelperEndsWithTheTap()
     QCOMPARE(reports.notices, 0);
 }
 
-QTEST_GUILESS_MAIN(WaylandTapTest)
+static const TestArea area("WaylandTap", runTest<WaylandTapTest>);
 
 #include "WaylandTapTest.moc"

@@ -2,6 +2,7 @@
 
 #include "support/Injector.h"
 #include "support/Patience.h"
+#include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
 #include <QSocketNotifier>
@@ -875,6 +876,6 @@ void X11InputTest::aDeadServerIsQuiet()
     QVERIFY(!secondMonitor);
 }
 
-QTEST_GUILESS_MAIN(X11InputTest)
+static const TestArea area("X11Input", runTest<X11InputTest>);
 
 #include "X11InputTest.moc"

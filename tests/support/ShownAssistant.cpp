@@ -23,7 +23,7 @@ ShownAssistant::ShownAssistant()
 {
     static const bool fontsLoaded = (loadFonts(), true);
     Q_UNUSED(fontsLoaded);
-    platform.addPictures(PICTURE_FOLDER);
+    platform.addPictures(PICTURES_FOLDER);
 }
 
 ShownAssistant::~ShownAssistant()
