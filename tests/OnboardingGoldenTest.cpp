@@ -17,11 +17,16 @@ struct Look {
     bool isRefused = false;
     bool hasPictures = true;
     bool isLonger = false;
+    double tolerance = 3;
 };
+
+// Releases of QtSvg differ in how they draw the round corners of a rectangle, which shows where a keyboard is
+// as large as here: by 7 between 6.4 and 6.8.
+constexpr double toleranceForCorners = 8;
 
 constexpr Look looks[] {
     { .name = "welcome", .page = 0 },
-    { .name = "welcome-without-picture", .page = 0, .hasPictures = false },
+    { .name = "welcome-without-picture", .page = 0, .hasPictures = false, .tolerance = toleranceForCorners },
     { .name = "privacy", .page = 1 },
     { .name = "waiting", .page = 2 },
     { .name = "relaunch", .page = 2, .isGranted = true, .isRefused = true },
@@ -79,7 +84,7 @@ void OnboardingGoldenTest::thePagesLookAsTheyDid()
     const auto name = QString("assistant-%1-%2@%3x")
                           .arg(look.name, isDark ? "dark" : "light")
                           .arg(picture.devicePixelRatio());
-    QVERIFY(looksLikeGolden(picture, name));
+    QVERIFY(looksLikeGolden(picture, name, look.tolerance));
 }
 
 static const TestArea area("OnboardingGolden", runTest<OnboardingGoldenTest, QApplication>);

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr int square = 8;
-constexpr double tolerance = 3;
 
 using Average = std::array<double, 3>;
 
@@ -50,7 +49,7 @@ double greatestDifference(const QImage& one, const QImage& other)
 
 }
 
-bool looksLikeGolden(const QImage& picture, const QString& name)
+bool looksLikeGolden(const QImage& picture, const QString& name, double tolerance)
 {
     const auto file = QString(GOLDEN_FOLDER "/%1.png").arg(name);
     const auto opaque = picture.convertToFormat(QImage::Format_RGB32);
