@@ -149,6 +149,7 @@ void OnboardingDesktopTest::theProgramComesToTheFrontFromTheBackground()
     RunningKnucklet knucklet(*desktop, program);
     QVERIFY(knucklet.awaitItem());
     const auto window = awaitAssistant();
+    knucklet.settle();
     const auto other = windows->openOther({ 0, 0, 1280, 800 });
     QTRY_COMPARE(windows->active(), other);
     QTRY_COMPARE(windows->top(windows->place(window).center()), other);

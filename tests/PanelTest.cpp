@@ -258,7 +258,7 @@ void PanelTest::theNextClickOnTheIconClosesIt()
 
     // The bar tells of a click when the button comes up.
     QTRY_COMPARE(user->reportedClicks(), before + 1);
-    user->settle();
+    user->knucklet->settle();
     // A window that comes up later is there: the panel would be, too.
     const auto later = user->windows->openOther({ 100, 200, 200, 100 });
     QTRY_COMPARE(user->windows->active(), later);
@@ -281,7 +281,7 @@ void PanelTest::scrollingOutsideLeavesItOpen()
     user->type(XK_a);
 
     QTRY_VERIFY(user->knucklet->toolTip().contains("1 keys"));
-    user->settle();
+    user->knucklet->settle();
     QVERIFY(user->isOpen());
 }
 

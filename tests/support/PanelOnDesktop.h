@@ -48,9 +48,6 @@ public:
     /// What the panel looks like now. The pointer is moved out of the way, with the tooltip that it brings.
     QImage picture() const;
 
-    /// Returns when the program has done everything that follows from what the bar has told it so far.
-    void settle() const;
-
     VirtualDesktop desktop;
     std::unique_ptr<Injector> injector;
     std::unique_ptr<DesktopWindows> windows;

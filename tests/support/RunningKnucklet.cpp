@@ -158,6 +158,14 @@ bool RunningKnucklet::choose(const QString& command) const
     return false;
 }
 
+void RunningKnucklet::settle() const
+{
+    // Each answer stands behind what came before its question, and what that has put off comes before the
+    // second one.
+    itemProperty("Title");
+    itemProperty("Title");
+}
+
 bool RunningKnucklet::send(int signal) const
 {
     // No process has the id 0: a signal to it would go to the test itself.

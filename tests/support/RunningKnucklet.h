@@ -39,6 +39,8 @@ public:
     QStringList commands() const;
     /// Chooses from the item's menu as a tray does; false when there is no such command.
     [[nodiscard]] bool choose(const QString& command) const;
+    /// Waits until the program has done what it had been told to do, and what it had put off then.
+    void settle() const;
     /// The item's own name on the bus.
     QString itemService() const { return service; }
     QDBusConnection sessionBus() const { return bus; }
