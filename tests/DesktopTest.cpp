@@ -231,7 +231,7 @@ void DesktopTest::everyPressOfABurstAcrossMidnightIsInTheFile()
     };
     setClock("2026-11-15 23:59:58");
     QProcessEnvironment faked;
-    faked.insert("LD_PRELOAD", FAKETIME_PRELOAD);
+    faked.insert("LD_PRELOAD", FAKETIME_LIBRARY);
     faked.insert("FAKETIME_TIMESTAMP_FILE", clock);
     faked.insert("FAKETIME_NO_CACHE", "1");
     faked.insert("FAKETIME_DONT_FAKE_MONOTONIC", "1");
