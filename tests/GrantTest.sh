@@ -43,6 +43,12 @@ ends 0 "$grant" --revoke; is "755 root:root"
 overrides ""
 ends 0 "$grant" --revoke; is "755 root:root"
 
+# A grant that fails takes nothing away.
+ends 0 "$grant"
+ends 153 sh -c 'ulimit -f 0; exec "$0"' "$grant"; is "2755 root:input"
+overrides "root input 2755 $tap"
+ends 0 "$grant" --revoke
+
 # Everything else is refused, and changes nothing.
 ends 64 "$grant" --grant
 ends 64 "$grant" /bin/sh
