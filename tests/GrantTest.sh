@@ -19,6 +19,20 @@ ends() {
     [ $status = "$code" ] || fail "ended with $status and not $code"
 }
 install_tap() { rm -f "$tap"; cp "$build/knucklet-tap" "$tap"; chown root:root "$tap"; chmod 755 "$tap"; }
+# Another program in the helper's place, which runs until it is killed or nobody can write to it any more.
+run_tap() {
+    install_tap
+    cp "$(command -v cat)" "$tap"
+    "$tap" <"$gate" & program=$!
+    exec 3>"$gate"
+    until [ "/proc/$program/exe" -ef "$tap" ]; do kill -0 $program; done
+}
+was_killed() {
+    exec 3>&-
+    status=0
+    wait $program || status=$?
+    [ $status = 137 ] || fail "who ran ended with $status"
+}
 # A shell stays as the parent, because that is whose right polkit looks at.
 as() { user=$1; shift; setpriv --reuid "$user" --regid nogroup --clear-groups sh -c '"$@"; exit $?' sh "$@"; }
 
@@ -33,6 +47,8 @@ own "$first"
 mkdir -p "$(dirname "$tap")"
 cp "$build/knucklet-grant" "$grant"
 own /var/lib/dpkg
+gate=/var/lib/dpkg/gate
+mkfifo "$gate"
 install_tap
 
 # Granted and revoked, once and again, by the package manager's means.
@@ -47,7 +63,13 @@ ends 0 "$grant" --revoke; is "755 root:root"
 ends 0 "$grant"
 ends 153 sh -c 'ulimit -f 0; exec "$0"' "$grant"; is "2755 root:input"
 overrides "root input 2755 $tap"
-ends 0 "$grant" --revoke
+
+# Who has the right and runs ends when it is taken back, also one whose file has been replaced, and nobody else.
+cat <"$gate" >/dev/null & other=$!
+run_tap; ends 0 "$grant"; ends 0 "$grant" --revoke; was_killed
+run_tap; install_tap; ends 0 "$grant"; ends 0 "$grant" --revoke; was_killed
+wait $other || fail "another program was ended"
+overrides ""; is "755 root:root"
 
 # Everything else is refused, and changes nothing.
 ends 64 "$grant" --grant

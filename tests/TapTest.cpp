@@ -32,6 +32,7 @@ private slots:
     void nothingIsLostWhileTheReaderIsStopped();
     void aKeyboardThatAnotherProgramTakesCountsOnce();
     void theRightIsGrantedWithoutLoggingInAgain();
+    void takingTheRightBackEndsWhoeverHasIt();
     void onlyTheUserAtTheMachineIsCounted();
     void usersAtSeveralSeatsAreNotCounted();
     void theHelperEndsWithItsReader();
@@ -233,6 +234,22 @@ void TapTest::theRightIsGrantedWithoutLoggingInAgain()
 
     QTRY_COMPARE(sh("cat /run/answers"), "77\n0\n77");
     QCOMPARE(sh("stat -c '%a %u %g' " KNUCKLET_TAP), "755 0 0");
+}
+
+void TapTest::takingTheRightBackEndsWhoeverHasIt()
+{
+    // One whose file an upgrade has replaced, one that runs the file itself, one that its owner has stopped.
+    sh("old=$tap; oldreader=$reader; exec 6<>/run/in; cp " KNUCKLET_TAP
+       " /run/new; mv /run/new " KNUCKLET_TAP);
+    QCOMPARE(sh(KNUCKLET_GRANT), QByteArray());
+    sh("start_tap " KNUCKLET_TAP "; kill -STOP $tap; await_stop");
+    QVERIFY(sh("ls -l /proc/$old/exe").endsWith("(deleted)"));
+
+    QCOMPARE(sh(KNUCKLET_GRANT " --revoke"), QByteArray());
+
+    // What has ended has no program.
+    QTRY_COMPARE(sh("for each in $old $tap; do readlink /proc/$each/exe; done"), "");
+    sh("exec 6>&-");
 }
 
 void TapTest::onlyTheUserAtTheMachineIsCounted()
