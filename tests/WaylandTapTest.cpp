@@ -88,6 +88,7 @@ private slots:
     void aHelperThatKeepsEndingIsStartedEverLessOften();
     void aHelperThatHasCountedIsStartedAgainAtOnce();
     void halfARecordCountsNothing();
+    void aBrokenRecordEndsItsHelper_data();
     void aBrokenRecordEndsItsHelper();
     void drainingDeliversWhatTheHelperStillHolds();
     void nothingIsStartedAfterDraining();
@@ -254,10 +255,21 @@ void WaylandTapTest::halfARecordCountsNothing()
     QCOMPARE(starts(), 2);
 }
 
+void WaylandTapTest::aBrokenRecordEndsItsHelper_data()
+{
+    QTest::addColumn<std::uint32_t>("keys");
+    QTest::addColumn<std::uint32_t>("clicks");
+
+    QTest::newRow("of more keys than anybody presses") << 0x64636261U << 0U;
+    QTest::newRow("of more clicks than anybody makes") << 0U << 0x64636261U;
+}
+
 void WaylandTapTest::aBrokenRecordEndsItsHelper()
 {
+    QFETCH(std::uint32_t, keys);
+    QFETCH(std::uint32_t, clicks);
     WaylandTap taps(helper(noteStart() + greet + "if [ $(wc -l <" + folder->filePath("starts").toUtf8()
-        + ") = 1 ]; then\n" + write(0x64636261, 0) + stayUntilGoodbye + "fi\n" + write(2, 1)
+        + ") = 1 ]; then\n" + write(keys, clicks) + stayUntilGoodbye + "fi\n" + write(2, 1)
         + stayUntilGoodbye));
     Reports reports;
 
