@@ -34,6 +34,9 @@ private slots:
     void theRightIsGrantedWithoutLoggingInAgain();
     void takingTheRightBackEndsWhoeverHasIt();
     void onlyTheUserAtTheMachineIsCounted();
+    void whoSitsDownWhileTheHelperIsStoppedIsNotCounted_data();
+    void whoSitsDownWhileTheHelperIsStoppedIsNotCounted();
+    void whoHasLeftAgainIsNotCounted();
     void usersAtSeveralSeatsAreNotCounted();
     void theHelperEndsWithItsReader();
     void theHelperSendsTheRestAtTheGoodbye();
@@ -269,6 +272,46 @@ void TapTest::onlyTheUserAtTheMachineIsCounted()
     QTRY_COMPARE(counted(), "2 0");
 }
 
+void TapTest::whoSitsDownWhileTheHelperIsStoppedIsNotCounted_data()
+{
+    QTest::addColumn<int>("devices");
+
+    QTest::newRow("with one device") << 1;
+    // More than it is told of at once.
+    QTest::newRow("with twenty devices") << 20;
+}
+
+void TapTest::whoSitsDownWhileTheHelperIsStoppedIsNotCounted()
+{
+    QFETCH(int, devices);
+    sh(QString("start_hands %1").arg(devices));
+
+    for (int i = 0; i < 3; ++i) {
+        // Stopped between hearing of a press and reading it: it has the processor only when the hands are
+        // done.
+        const int before = openDevices();
+        sh("act down 30 down 272 stop $tap; await_stop; sit 1001; act up 30 up 272 down 31 up 31 down 273 up "
+           "273");
+        sh("kill -CONT $tap");
+        QTRY_COMPARE(openDevices(), 0);
+        sh("sit 1000");
+        QTRY_COMPARE(openDevices(), before);
+    }
+    sh("say_goodbye; wait $reader");
+
+    QCOMPARE(counted(), "0 0");
+}
+
+void TapTest::whoHasLeftAgainIsNotCounted()
+{
+    sh("start_hands 20; kill -STOP $tap; await_stop");
+
+    sh("sit 1001; act down 30 up 30 down 272 up 272; sit 1000; kill -CONT $tap; await_sleep");
+    sh("act down 30 up 30; say_goodbye; wait $reader");
+
+    QCOMPARE(counted(), "20 0");
+}
+
 void TapTest::usersAtSeveralSeatsAreNotCounted()
 {
     const int before = openDevices();
@@ -402,16 +445,23 @@ void TapTest::whichKeysWerePressedLeavesNoTrace()
         sh("start_hands");
         sh("strace -s 0 -o /run/trace -p $tap 2>/dev/null 7>&- 8>&- & tracer=$!;"
            " until [ $(awk '/^TracerPid/ { print $2 }' /proc/$tap/status) != 0 ]; do usleep 10000; done");
-        // Each waits until the one before has been read, so that a busy machine does not make two into one.
-        int reads = 0;
+        // Each waits until the helper is done with the one before, so that a busy machine does not make two
+        // into one.
+        const auto await = [this](const QString& calls, int number) {
+            sh(QString("until [ $(grep -c '%1' /run/trace) = %2 ]; do usleep 10000; done")
+                    .arg(calls)
+                    .arg(number));
+        };
+        int presses = 0;
         for (const QByteArray& key : keys) {
-            for (const QByteArray& action : { "wait 150 down " + key, "up " + key }) {
-                sh("echo start " + action + " >&8; until [ $(grep -c ^read /run/trace) = "
-                    + QByteArray::number(++reads) + " ]; do usleep 10000; done");
-            }
+            sh("act down " + key);
+            await("^write", ++presses);
+            sh("act up " + key);
+            await("^read.*EAGAIN", 2 * presses);
         }
-        sh("kill -INT $tracer; wait $tracer; exec 8>&-; wait $hands; say_goodbye; wait $reader");
-        return Run { sh("od -An -v -tx1 /run/records"), sh("grep -v detached /run/trace") };
+        sh("kill -INT $tracer; wait $tracer; unplug_hands; say_goodbye; wait $reader");
+        return Run { sh("od -An -v -tx1 /run/records"),
+            sh("sed -e /detached/d -e 's/tv_[n]*sec=[0-9]*//g' -e 's/0x[0-9a-f]*//' /run/trace") };
     };
 
     cleanup();

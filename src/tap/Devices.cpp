@@ -55,6 +55,14 @@ bool deliverOnly(int device, const CodeMask& codes)
 
 }
 
+Devices::Arrived& Devices::Arrived::operator+=(const Arrived& other)
+{
+    presses.keys += other.presses.keys;
+    presses.clicks += other.presses.clicks;
+    isRepeated |= other.isRepeated;
+    return *this;
+}
+
 Devices::Found Devices::openAll()
 {
     Found found;

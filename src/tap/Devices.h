@@ -19,6 +19,8 @@ public:
     struct Arrived {
         TapRecord presses {};
         bool isRepeated = false;
+
+        Arrived& operator+=(const Arrived& other);
     };
 
     /// The descriptors are added to `epoll`, with their places here as data.

@@ -1,6 +1,6 @@
 // knucklet-tap: counts the presses of keys and mouse buttons, and writes two numbers to a pipe at most every
-// 100 ms. It is the one part of Knucklet that may read input devices, and small enough that everybody can see
-// what it does with them. It needs the C library and nothing else.
+// 100 ms. It is the one part of Knucklet that may read input devices,
+// and small enough that everybody can see what it does with them. It needs the C library and nothing else.
 //
 // usage: knucklet-tap            counts until its input or its output is closed at the other end
 //        knucklet-tap --probe    says by its exit code whether it may count
@@ -45,8 +45,8 @@ public:
     {
         // A device that is plugged in becomes readable only when its group has been set. The login manager
         // replaces its files whenever somebody else comes to sit at the machine.
-        return inotify_add_watch(inotify, deviceFolder, IN_CREATE | IN_ATTRIB) >= 0
-            && inotify_add_watch(inotify, seatFolder, IN_MOVED_TO | IN_DELETE) >= 0
+        deviceWatch = inotify_add_watch(inotify, deviceFolder, IN_CREATE | IN_ATTRIB);
+        return deviceWatch >= 0 && inotify_add_watch(inotify, seatFolder, IN_MOVED_TO | IN_DELETE) >= 0
             && watch(inotify, EPOLLIN, changes);
     }
 
@@ -98,28 +98,21 @@ private:
         const bool isIdle = sum == TapRecord {};
         const int size
             = epoll_pwait(epoll, room.data(), room.size(), isIdle ? -1 : millisecondsUntilRecord(), nullptr);
-        const std::span events(room.data(), static_cast<std::size_t>(std::max(size, 0)));
-
-        // This comes first: once somebody else sits at the machine, nothing counts.
-        for (const epoll_event& event : events) {
-            if (event.data.u32 == changes)
-                followChanges();
-        }
+        if (size <= 0)
+            return true;
 
         bool isWanted = true;
-        bool isHeld = false;
-        bool isPressed = false;
-        for (const epoll_event& event : events) {
+        Devices::Arrived arrived;
+        for (const epoll_event& event : std::span(room.data(), static_cast<std::size_t>(size))) {
             isWanted &= event.data.u32 != otherEnd;
-            if (event.data.u32 >= Devices::mostSources)
-                continue;
-            const auto arrived = devices.read(event.data.u32);
-            sum.keys += arrived.presses.keys;
-            sum.clicks += arrived.presses.clicks;
-            isPressed |= arrived.presses != TapRecord {};
-            isHeld |= arrived.isRepeated;
+            if (event.data.u32 < Devices::mostSources)
+                arrived += devices.read(event.data.u32);
         }
-        if (isHeld && !isPressed && isWanted)
+        followChanges(arrived);
+
+        sum.keys += arrived.presses.keys;
+        sum.clicks += arrived.presses.clicks;
+        if (arrived.isRepeated && arrived.presses == TapRecord {} && isWanted)
             rest();
         return isWanted;
     }
@@ -132,13 +125,41 @@ private:
         nanosleep(&time, nullptr);
     }
 
-    void followChanges()
+    /// Looks for notices after the devices have been read, and whether or not one has been announced: its
+    /// user can stop this process between any two steps and let it go on when somebody else has typed. So
+    /// what has been read counts only if nobody had sat down or left by then, and what waits in the devices
+    /// when somebody does is thrown away with them.
+    void followChanges(Devices::Arrived& arrived)
     {
-        // What has changed is soon seen: it may be one device or twenty, plugged in with their dock.
-        char notices[4096];
-        while (read(inotify, notices, sizeof notices) > 0)
-            continue;
-        followActiveUser();
+        const Changes found = readNotices();
+        if (found.ofSeats) {
+            devices.closeAll();
+            arrived.presses = {};
+        }
+        if (found.ofSeats || found.ofDevices)
+            followActiveUser();
+    }
+
+    struct Changes {
+        bool ofDevices = false;
+        bool ofSeats = false;
+    };
+
+    Changes readNotices() const
+    {
+        // Which device or seat it was is soon seen: it may be one or twenty, plugged in with their dock.
+        Changes found;
+        alignas(inotify_event) char notices[4096];
+        ssize_t size = 0;
+        while ((size = read(inotify, notices, sizeof notices)) > 0) {
+            for (const char* next = notices; next < notices + size;) {
+                const auto& notice = *reinterpret_cast<const inotify_event*>(next);
+                // A notice of neither folder says that there were too many, and some are lost.
+                (notice.wd == deviceWatch ? found.ofDevices : found.ofSeats) = true;
+                next += sizeof notice + notice.len;
+            }
+        }
+        return found;
     }
 
     /// While somebody else sits at the machine, no device is open.
@@ -172,6 +193,7 @@ private:
     int epoll = epoll_create1(EPOLL_CLOEXEC);
     int inotify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     Devices devices { epoll };
+    int deviceWatch = -1;
     TapRecord sum;
     std::int64_t lastRecord = 0;
 };
