@@ -27,6 +27,7 @@ private slots:
     void modifiersLocksAndMediaKeysNeitherCountNorWakeAnybody();
     void motionAndTheWheelNeitherCountNorWakeAnybody();
     void aKeyboardThatIsPluggedInIsCounted();
+    void keyboardsThatTakeTheNumbersOfOthersAreCounted();
     void fifteenKeysAreKeptWhileTheHelperIsStopped();
     void moreKeysThanTheKernelKeepsAreLostAndTheNextOnesCount();
     void nothingIsLostWhileTheReaderIsStopped();
@@ -155,6 +156,19 @@ void TapTest::aKeyboardThatIsPluggedInIsCounted()
     machine->typeKey("a");
 
     QTRY_COMPARE(counted(), "2 0");
+}
+
+void TapTest::keyboardsThatTakeTheNumbersOfOthersAreCounted()
+{
+    sh("start_hands 20");
+    const int before = openDevices();
+    sh("kill -STOP $tap; await_stop");
+
+    sh("unplug_hands; plug_in_hands 20; kill -CONT $tap");
+    QTRY_COMPARE(openDevices(), before);
+    sh("act down 30 up 30");
+
+    QTRY_COMPARE(counted(), "20 0");
 }
 
 void TapTest::fifteenKeysAreKeptWhileTheHelperIsStopped()

@@ -60,6 +60,7 @@ Devices::Arrived& Devices::Arrived::operator+=(const Arrived& other)
     presses.keys += other.presses.keys;
     presses.clicks += other.presses.clicks;
     isRepeated |= other.isRepeated;
+    isGone |= other.isGone;
     return *this;
 }
 
@@ -98,7 +99,8 @@ Devices::Arrived Devices::read(std::uint32_t place)
         explicit_bzero(events, sizeof events);
     } while (size == sizeof events);
 
-    if (size < 0 && errno != EAGAIN && errno != EINTR)
+    arrived.isGone = size < 0 && errno != EAGAIN && errno != EINTR;
+    if (arrived.isGone)
         close(source);
     return arrived;
 }

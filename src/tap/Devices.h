@@ -19,6 +19,7 @@ public:
     struct Arrived {
         TapRecord presses {};
         bool isRepeated = false;
+        bool isGone = false;
 
         Arrived& operator+=(const Arrived& other);
     };
@@ -33,7 +34,8 @@ public:
     Found openAll();
     void closeAll();
 
-    /// Closes the descriptor when its device is gone.
+    /// Closes the descriptor when its device is gone. Another one may have its number by then, which
+    /// `openAll` has taken for the one that was still open.
     Arrived read(std::uint32_t place);
 
     static constexpr std::uint32_t mostSources = 128;

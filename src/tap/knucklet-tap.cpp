@@ -136,7 +136,7 @@ private:
             devices.closeAll();
             arrived.presses = {};
         }
-        if (found.ofSeats || found.ofDevices)
+        if (found.ofSeats || found.ofDevices || arrived.isGone)
             followActiveUser();
     }
 
