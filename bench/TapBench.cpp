@@ -65,7 +65,7 @@ bool measureHelper()
     // A press, a release, and a record that has to wait for its turn.
     const double timeBefore = guest.number("cut -d' ' -f1 /proc/$tap/schedstat");
     judge("wake-ups for a key, at ten a second",
-        guest.wakeUps(repeated("wait 50 down 30 wait 50 up 30", 100)) / 100, 3);
+        guest.wakeUps(repeated("wait 30 down 30 wait 40 up 30 wait 30", 100)) / 100, 3);
     const double time = guest.number("cut -d' ' -f1 /proc/$tap/schedstat") - timeBefore;
     judge("wake-ups a second while a key is held", guest.wakeUps("down 30 wait 5000 up 30") / 5, 11);
     judge("memory of its own, in KiB",

@@ -26,6 +26,9 @@ private slots:
     void aHeldKeyCountsOnce();
     void modifiersLocksAndMediaKeysNeitherCountNorWakeAnybody();
     void motionAndTheWheelNeitherCountNorWakeAnybody();
+    void aRecordTellsTheTenthOfASecondAndNoMore_data();
+    void aRecordTellsTheTenthOfASecondAndNoMore();
+    void aHelperThatIsStoppedWhileAKeyIsHeldGoesOn();
     void aKeyboardThatIsPluggedInIsCounted();
     void keyboardsThatTakeTheNumbersOfOthersAreCounted();
     void fifteenKeysAreKeptWhileTheHelperIsStopped();
@@ -138,6 +141,57 @@ void TapTest::motionAndTheWheelNeitherCountNorWakeAnybody()
     QTRY_COMPARE(counted(), "0 1");
     const int wakeUpsInAll = wakeUps() - before;
     QVERIFY2(wakeUpsInAll <= mostForOnePress, QByteArray::number(wakeUpsInAll));
+}
+
+void TapTest::aRecordTellsTheTenthOfASecondAndNoMore_data()
+{
+    QTest::addColumn<bool>("isKeyHeld");
+
+    QTest::newRow("while nothing happens") << false;
+    // The helper rests then, and what is pressed waits for it.
+    QTest::newRow("while a key is held") << true;
+}
+
+void TapTest::aRecordTellsTheTenthOfASecondAndNoMore()
+{
+    QFETCH(bool, isKeyHeld);
+    cleanup();
+    sh("start_tap " KNUCKLET_TAP " read_with_times; start_hands");
+    if (isKeyHeld) {
+        machine->pressKey("a");
+        QTRY_COMPARE(counted(), "1 0");
+    }
+
+    // On a busy machine a record is noticed late, at any time: then another twenty say more. One that goes
+    // out when it pleases does so in none.
+    const QDeadlineTimer deadline(patience);
+    QByteArray hundredths;
+    int clicks = 0;
+    do {
+        // Always in the middle of a tenth of a second, after one in which nobody has clicked.
+        sh(": >/run/times");
+        for (int i = 0; i < 20; ++i)
+            sh("act start wait 250 down 272 up 272");
+        clicks += 20;
+        QTRY_COMPARE(counted(), (isKeyHeld ? "1 " : "0 ") + QByteArray::number(clicks));
+        hundredths = sh("echo $(sort /run/times | cut -c2)").replace(' ', "");
+    } while (hundredths.count('0') + hundredths.count('1') <= 13 && !deadline.hasExpired());
+    machine->releaseKey("a");
+
+    QVERIFY2(hundredths.count('0') + hundredths.count('1') > 13, hundredths.constData());
+}
+
+void TapTest::aHelperThatIsStoppedWhileAKeyIsHeldGoesOn()
+{
+    sh("start_hands; act down 30 start wait 500");
+    QTRY_COMPARE(counted(), "1 0");
+
+    // Nearly all the time it rests.
+    for (int i = 0; i < 10; ++i)
+        sh("act start wait 30 stop $tap; await_stop; kill -CONT $tap");
+    sh("act up 30 down 31 up 31");
+
+    QTRY_COMPARE(counted(), "2 0");
 }
 
 void TapTest::aKeyboardThatIsPluggedInIsCounted()

@@ -1,5 +1,5 @@
-// knucklet-tap: counts the presses of keys and mouse buttons, and writes two numbers to a pipe at most every
-// 100 ms. It is the one part of Knucklet that may read input devices,
+// knucklet-tap: counts the presses of keys and mouse buttons, and writes two numbers to a pipe, at the end of
+// a tenth of a second in which there were any. It is the one part of Knucklet that may read input devices,
 // and small enough that everybody can see what it does with them. It needs the C library and nothing else.
 //
 // usage: knucklet-tap            counts until its input or its output is closed at the other end
@@ -12,6 +12,7 @@
 
 #include <sys/epoll.h>
 #include <sys/inotify.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,17 +26,33 @@
 
 namespace {
 
-constexpr std::int64_t recordInterval = 100;
+// In nanoseconds, as is all time here.
+constexpr std::int64_t second = 1'000'000'000;
+constexpr std::int64_t recordInterval = second / 10;
+
+// The kernel lets a wait take longer by one two-hundredth of it at most, but at least by this. So all waits
+// for a record take longer by the same, and do not tell when they began.
+constexpr unsigned long waitSlack = recordInterval / 100;
 
 // What an event of epoll belongs to, if not to a device.
 constexpr std::uint32_t changes = Devices::mostSources;
 constexpr std::uint32_t otherEnd = changes + 1;
 
-std::int64_t milliseconds()
+std::int64_t currentTime()
 {
     timespec now {};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t { now.tv_sec } * 1000 + now.tv_nsec / 1'000'000;
+    return std::int64_t { now.tv_sec } * second + now.tv_nsec;
+}
+
+timespec timespecOf(std::int64_t time) { return { time / second, time % second }; }
+
+/// The end of this tenth of a second. Records are written at such moments only: if a press could choose the
+/// moment, that would say to the microsecond when somebody types.
+std::int64_t nextRecordTime()
+{
+    const std::int64_t now = currentTime();
+    return now - now % recordInterval + recordInterval;
 }
 
 class Tap {
@@ -96,8 +113,8 @@ private:
     {
         std::array<epoll_event, 32> room {};
         const bool isIdle = sum == TapRecord {};
-        const int size
-            = epoll_pwait(epoll, room.data(), room.size(), isIdle ? -1 : millisecondsUntilRecord(), nullptr);
+        const timespec time = timespecOf(std::max<std::int64_t>(0, recordTime - currentTime()));
+        const int size = epoll_pwait2(epoll, room.data(), room.size(), isIdle ? nullptr : &time, nullptr);
         if (size <= 0)
             return true;
 
@@ -110,6 +127,8 @@ private:
         }
         followChanges(arrived);
 
+        if (isIdle)
+            recordTime = nextRecordTime();
         sum.keys += arrived.presses.keys;
         sum.clicks += arrived.presses.clicks;
         if (arrived.isRepeated && arrived.presses == TapRecord {} && isWanted)
@@ -121,8 +140,8 @@ private:
     /// Presses wait in the kernel meanwhile.
     void rest() const
     {
-        const timespec time { 0, recordInterval * 1'000'000 };
-        nanosleep(&time, nullptr);
+        const timespec end = timespecOf(nextRecordTime());
+        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr);
     }
 
     /// Looks for notices after the devices have been read, and whether or not one has been announced: its
@@ -172,18 +191,13 @@ private:
         }
     }
 
-    int millisecondsUntilRecord() const
-    {
-        return static_cast<int>(std::max<std::int64_t>(0, lastRecord + recordInterval - milliseconds()));
-    }
-
-    bool isRecordDue() const { return sum != TapRecord {} && millisecondsUntilRecord() == 0; }
+    bool isRecordDue() const { return sum != TapRecord {} && currentTime() >= recordTime; }
 
     /// False when nobody can read it any more. A reader that is only busy gets the presses with a later
     /// record.
     bool writeRecord()
     {
-        lastRecord = milliseconds();
+        recordTime = nextRecordTime();
         if (write(STDOUT_FILENO, &sum, sizeof sum) != sizeof sum)
             return errno == EAGAIN;
         sum = {};
@@ -195,7 +209,7 @@ private:
     Devices devices { epoll };
     int deviceWatch = -1;
     TapRecord sum;
-    std::int64_t lastRecord = 0;
+    std::int64_t recordTime = 0;
 };
 
 TapExit work(std::span<char*> arguments)
@@ -217,7 +231,7 @@ TapExit work(std::span<char*> arguments)
         return TapExit::Failed;
     if (!probes && !tap.watchOtherEnds())
         return TapExit::WrongUse;
-    if (!confine())
+    if (prctl(PR_SET_TIMERSLACK, waitSlack) != 0 || !confine())
         return TapExit::Failed;
     const TapExit answer = tap.probe();
     if (probes || answer == TapExit::NotPermitted)

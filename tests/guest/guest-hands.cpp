@@ -1,7 +1,8 @@
 // guest-hands [NUMBER]: a keyboard and a mouse, or a number of them that move as one, whose user does what
 // the standard input says, one word after the other: "down" or "up" with a key code, "move", "wheel", "wait"
 // with milliseconds, and "stop" with a process. The times that are waited add up exactly, from the last
-// "start" on. "done" is answered when everything before it has been done.
+// "start" on, which waits for a full tenth of a second. "done" is answered when everything before it has been
+// done.
 
 #include "guest/VirtualInput.h"
 
@@ -30,7 +31,9 @@ int main(int count, char* arguments[])
     std::chrono::steady_clock::time_point now;
     while (std::cin >> action) {
         if (action == "start") {
-            now = std::chrono::steady_clock::now();
+            now = std::chrono::ceil<std::chrono::duration<std::int64_t, std::deci>>(
+                std::chrono::steady_clock::now());
+            std::this_thread::sleep_until(now);
             continue;
         }
         if (action == "done") {
