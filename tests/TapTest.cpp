@@ -42,6 +42,11 @@ private slots:
     void whoSitsDownWhileTheHelperIsStoppedIsNotCounted();
     void whoHasLeftAgainIsNotCounted();
     void usersAtSeveralSeatsAreNotCounted();
+    void aUserWhoseNumberCannotBeReadIsSomebodyElse_data();
+    void aUserWhoseNumberCannotBeReadIsSomebodyElse();
+    void whileSomebodyElseSitsThereNoDeviceIsOpened();
+    void toAskForTheRightOpensNoDevice();
+    void withFewDescriptorsWhatFitsIsCounted();
     void theHelperEndsWithItsReader();
     void theHelperSendsTheRestAtTheGoodbye();
     void theHelperRefusesToWriteToAnythingButAPipe();
@@ -390,6 +395,76 @@ void TapTest::usersAtSeveralSeatsAreNotCounted()
     machine->typeKey("a");
 
     QTRY_COMPARE(counted(), "1 0");
+}
+
+void TapTest::aUserWhoseNumberCannotBeReadIsSomebodyElse_data()
+{
+    QTest::addColumn<QString>("number");
+
+    QTest::newRow("root's, were it cut to its lower half") << "4294967296";
+    QTest::newRow("none") << "";
+    QTest::newRow("one with something behind it") << "0x";
+    QTest::newRow("a negative one") << "-1";
+}
+
+void TapTest::aUserWhoseNumberCannotBeReadIsSomebodyElse()
+{
+    QFETCH(QString, number);
+    cleanup();
+    sh("sit 0; user=root start_tap " KNUCKLET_TAP);
+    QTRY_VERIFY(openDevices() > 0);
+
+    sh("sit '" + number + "'");
+    QTRY_COMPARE(openDevices(), 0);
+    sh("sit 0");
+    QTRY_VERIFY(openDevices() > 0);
+    sh("sit '" + number + "' seat1");
+
+    QTRY_COMPARE(openDevices(), 0);
+}
+
+void TapTest::whileSomebodyElseSitsThereNoDeviceIsOpened()
+{
+    // Its input is closed, so that it ends as soon as it has opened what it counts.
+    const auto opened = [this] {
+        return sh("strace -f -e trace=openat -o /run/trace su ada -c ': | " KNUCKLET_TAP " | wc -c';"
+                  " grep -c event /run/trace");
+    };
+
+    const QByteArray whileUserSitsThere = opened();
+    sh("sit 1001");
+    const QByteArray whileAnotherDoes = opened();
+
+    QVERIFY2(
+        whileUserSitsThere.startsWith("8\n") && whileUserSitsThere != "8\n0", whileUserSitsThere.constData());
+    QCOMPARE(whileAnotherDoes, "8\n0");
+}
+
+void TapTest::toAskForTheRightOpensNoDevice()
+{
+    const QByteArray answer = sh("strace -f -e trace=openat -o /run/trace su ada -c '" KNUCKLET_TAP
+                                 " --probe'; echo $?; grep -c event /run/trace");
+
+    QCOMPARE(answer, "0\n0");
+}
+
+void TapTest::withFewDescriptorsWhatFitsIsCounted()
+{
+    cleanup();
+    QCOMPARE(sh("su ada -c 'ulimit -n 20; " KNUCKLET_TAP " --probe; echo $?'"), "0");
+    sh("limits='ulimit -n 20' start_tap " KNUCKLET_TAP);
+    const int before = openDevices();
+
+    // What it has no room for must not keep it from asking who sits there.
+    sh("plug_in_hands 20; await_sleep");
+    machine->typeKey("a");
+    QTRY_COMPARE(counted(), "1 0");
+    sh("sit 1001");
+    QTRY_COMPARE(openDevices(), 0);
+    sh("sit 1000");
+
+    QTRY_VERIFY(openDevices() > 0);
+    QVERIFY(before > 0);
 }
 
 void TapTest::theHelperEndsWithItsReader()

@@ -13,6 +13,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -22,8 +23,13 @@ namespace {
 bool limitResources()
 {
     // Enough for two descriptors for each of 64 devices. No core file, no file that grows, no new process.
+    // What is limited further already stays so.
     const auto limit = [](auto resource, rlim_t most) {
-        const rlimit both { most, most };
+        rlimit both {};
+        if (getrlimit(resource, &both) != 0)
+            return false;
+        both.rlim_max = std::min(both.rlim_max, most);
+        both.rlim_cur = both.rlim_max;
         return setrlimit(resource, &both) == 0;
     };
     return limit(RLIMIT_NOFILE, 144) && limit(RLIMIT_CORE, 0) && limit(RLIMIT_FSIZE, 0)

@@ -5,7 +5,9 @@
 #include <linux/input.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
@@ -64,14 +66,38 @@ Devices::Arrived& Devices::Arrived::operator+=(const Arrived& other)
     return *this;
 }
 
-Devices::Found Devices::openAll()
+Devices::Devices(int epoll)
+    : epoll(epoll)
 {
-    Found found;
+    // However few descriptors there may be, some are left to ask who sits at the machine.
+    constexpr rlim_t others = 12;
+    rlimit limit {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlim_t most = limit.rlim_max - std::min(limit.rlim_max, others);
+    sources = std::span(places).first(std::min<rlim_t>(most, mostSources));
+}
+
+Devices::Access Devices::access()
+{
+    Access found;
     forEachEntry(deviceFolder, [&](int folder, const char* name) {
-        open(folder, name, PressKind::Key, found);
-        open(folder, name, PressKind::Click, found);
+        if (deviceNumber(name) < 0)
+            return;
+        if (faccessat(folder, name, R_OK, AT_EACCESS) == 0) {
+            ++found.allowed;
+        } else {
+            found.denied += errno == EACCES || errno == EPERM;
+        }
     });
     return found;
+}
+
+void Devices::openAll()
+{
+    forEachEntry(deviceFolder, [&](int folder, const char* name) {
+        open(folder, name, PressKind::Key);
+        open(folder, name, PressKind::Click);
+    });
 }
 
 void Devices::closeAll()
@@ -110,7 +136,7 @@ const CodeMask& Devices::codesOf(PressKind kind)
     return kind == PressKind::Key ? countableKeys : mouseButtons;
 }
 
-void Devices::open(int folder, const char* name, PressKind kind, Found& found)
+void Devices::open(int folder, const char* name, PressKind kind)
 {
     const int device = deviceNumber(name);
     if (device < 0)
@@ -119,16 +145,13 @@ void Devices::open(int folder, const char* name, PressKind kind, Found& found)
     if (!place || isOpen(device, kind))
         return;
     const int descriptor = openat(folder, name, openFlags);
-    if (descriptor < 0) {
-        found.denied += errno == EACCES || errno == EPERM;
+    if (descriptor < 0)
         return;
-    }
     epoll_event wanted { .events = EPOLLIN,
         .data = { .u32 = static_cast<std::uint32_t>(place - sources.data()) } };
     if (hasAny(descriptor, codesOf(kind)) && deliverOnly(descriptor, codesOf(kind))
         && epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &wanted) == 0) {
         *place = { device, kind, descriptor };
-        ++found.opened;
     } else {
         ::close(descriptor);
     }

@@ -5,14 +5,16 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 /// The input devices of the machine. Each is opened once for its keys and once for its buttons, and the
 /// kernel is told to hold everything else back; so it is the descriptor that tells a key from a click, and
 /// the code of an event is never looked at.
 class Devices {
 public:
-    struct Found {
-        int opened = 0;
+    /// How many devices the process may read, and how many it may not.
+    struct Access {
+        int allowed = 0;
         int denied = 0;
     };
     /// What has arrived on a descriptor since it was last read.
@@ -25,13 +27,13 @@ public:
     };
 
     /// The descriptors are added to `epoll`, with their places here as data.
-    explicit Devices(int epoll)
-        : epoll(epoll)
-    {
-    }
+    explicit Devices(int epoll);
+
+    /// To find out, no device is opened.
+    static Access access();
 
     /// Opens what is not open yet.
-    Found openAll();
+    void openAll();
     void closeAll();
 
     /// Closes the descriptor when its device is gone. Another one may have its number by then, which
@@ -49,11 +51,12 @@ private:
     };
 
     static const CodeMask& codesOf(PressKind kind);
-    void open(int folder, const char* name, PressKind kind, Found& found);
+    void open(int folder, const char* name, PressKind kind);
     Source* freePlace();
     bool isOpen(int device, PressKind kind) const;
     void close(Source& source);
 
     int epoll;
-    std::array<Source, mostSources> sources {};
+    std::array<Source, mostSources> places {};
+    std::span<Source> sources;
 };

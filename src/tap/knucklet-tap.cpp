@@ -55,6 +55,16 @@ std::int64_t nextRecordTime()
     return now - now % recordInterval + recordInterval;
 }
 
+TapExit accessToDevices()
+{
+    const auto found = Devices::access();
+    // Without the group, one device may be readable that the others are not like: some game controllers are
+    // there for everybody. With it, one may be denied whose group somebody has changed.
+    if (found.denied > 0 && (found.allowed == 0 || getegid() == getgid()))
+        return TapExit::NotPermitted;
+    return found.allowed > 0 ? TapExit::Done : TapExit::NoDevice;
+}
+
 class Tap {
 public:
     /// Opens all that is not a device. False when the machine lacks something of it.
@@ -78,16 +88,6 @@ public:
                 return false;
         }
         return fcntl(STDOUT_FILENO, F_SETFL, O_NONBLOCK) == 0;
-    }
-
-    TapExit probe()
-    {
-        const auto found = devices.openAll();
-        // Without the group, one device may be readable that the others are not like: some game controllers
-        // are there for everybody. With it, one may be denied whose group somebody has changed.
-        if (found.denied > 0 && (found.opened == 0 || getegid() == getgid()))
-            return TapExit::NotPermitted;
-        return found.opened > 0 ? TapExit::Done : TapExit::NoDevice;
     }
 
     void run()
@@ -231,9 +231,9 @@ TapExit work(std::span<char*> arguments)
         return TapExit::Failed;
     if (!probes && !tap.watchOtherEnds())
         return TapExit::WrongUse;
+    const TapExit answer = accessToDevices();
     if (prctl(PR_SET_TIMERSLACK, waitSlack) != 0 || !confine())
         return TapExit::Failed;
-    const TapExit answer = tap.probe();
     if (probes || answer == TapExit::NotPermitted)
         return answer;
 
