@@ -143,6 +143,11 @@ knownItems=%1
 showAllItems=true
 )";
 
+// A panel of Plasma 6 keeps a distance from the edge of the screen otherwise.
+const char* const plasmaPanelSettings = R"([PlasmaViews][Panel 2]
+floating=0
+)";
+
 // The desktop's user may be root, for whom sway does not run; it is another user's then, and lets everybody
 // in.
 const char* const swaySettings = R"(xwayland force
@@ -218,18 +223,23 @@ BarSetup mate()
 
 BarSetup plasma()
 {
-    const QStringList items { "battery", "clipboard", "devicenotifier", "keyboardindicator", "keyboardlayout",
-        "manage-inputmethod", "mediacontroller", "networkmanagement", "notifications", "printmanager",
-        "volume" };
-    const QStringList session { "KDE_FULL_SESSION=true", "KDE_SESSION_VERSION=5", "XDG_CURRENT_DESKTOP=KDE",
-        "QT_QUICK_BACKEND=software" };
+    const QStringList items { "battery", "cameraindicator", "clipboard", "devicenotifier",
+        "keyboardindicator", "keyboardlayout", "manage-inputmethod", "mediacontroller", "networkmanagement",
+        "notifications", "printmanager", "volume" };
+    // Plasma 6 or Plasma 5, whichever is installed.
+    const QString version = programOfService("org.kde.kded6").isEmpty() ? "5" : "6";
+    const QStringList session { "KDE_FULL_SESSION=true", "KDE_SESSION_VERSION=" + version,
+        "XDG_CURRENT_DESKTOP=KDE", "QT_QUICK_BACKEND=software" };
     const QString activities = "org.kde.ActivityManager";
     return {
         .files = { { ".config/plasma-org.kde.plasma.desktop-appletsrc",
-            QString(plasmaSettings).arg("org.kde.plasma." + items.join(",org.kde.plasma.")).toUtf8() } },
+                       QString(plasmaSettings)
+                           .arg("org.kde.plasma." + items.join(",org.kde.plasma."))
+                           .toUtf8() },
+            { ".config/plasmashellrc", plasmaPanelSettings } },
         .processes = {
             { programOfService(activities), {}, activities, session },
-            { "kded5", {}, watcherName, session },
+            { "kded" + version, {}, watcherName, session },
             { "plasmashell", {}, "org.kde.plasmashell", session },
         },
     };
