@@ -358,9 +358,7 @@ bool VirtualDesktop::startGnome()
         || !awaitBusName(address, "org.gnome.Shell") || !leaveOverview())
         return fail();
 
-    QFile log(folder() + "/gnome-shell.log");
-    log.open(QFile::ReadOnly);
-    const auto said = QString::fromLocal8Bit(log.readAll());
+    const QString said = logOf("gnome-shell");
     const auto find
         = [&said](const char* pattern) { return QRegularExpression(pattern).match(said).captured(1); };
     const QString runtime = folder() + "/runtime/";
@@ -373,9 +371,13 @@ bool VirtualDesktop::startGnome()
     return !session.value("DISPLAY").isEmpty() || fail();
 }
 
-// It comes up when the desktop has started, and only then can it be left.
+// It comes up while the desktop starts. Whoever leaves it before that is done keeps GNOME 48 from ever being
+// done with it, and from showing an icon.
 bool VirtualDesktop::leaveOverview()
 {
+    const auto hasStarted = [this] { return logOf("gnome-shell").contains("GNOME Shell started at "); };
+    if (!QTest::qWaitFor(hasStarted, patience))
+        return false;
     auto bus = QDBusConnection::connectToBus(address, address);
     const auto property = [&bus](const char* method, const QVariantList& value) {
         auto call = QDBusMessage::createMethodCall(
@@ -428,8 +430,13 @@ QByteArray VirtualDesktop::awaitFirstLine()
 bool VirtualDesktop::fail()
 {
     const QProcess& part = *processes.back();
-    QFile log(folder() + '/' + QFileInfo(part.program()).fileName() + ".log");
-    log.open(QFile::ReadOnly);
-    failureText = part.program() + ": " + part.errorString() + '\n' + QString::fromLocal8Bit(log.readAll());
+    failureText = part.program() + ": " + part.errorString() + '\n' + logOf(part.program());
     return false;
+}
+
+// What a part has said so far.
+QString VirtualDesktop::logOf(const QString& program) const
+{
+    QFile log(folder() + '/' + QFileInfo(program).fileName() + ".log");
+    return log.open(QFile::ReadOnly) ? QString::fromLocal8Bit(log.readAll()) : QString();
 }

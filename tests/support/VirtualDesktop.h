@@ -88,6 +88,7 @@ private:
     QByteArray awaitFirstLine();
     void killPart(std::size_t place);
     bool fail();
+    QString logOf(const QString& program) const;
 
     DesktopParts parts;
     QTemporaryDir directory;
