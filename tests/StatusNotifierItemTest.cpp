@@ -28,6 +28,7 @@ const QString itemPath = QStringLiteral("/StatusNotifierItem");
 const QString itemInterface = QStringLiteral("org.kde.StatusNotifierItem");
 const QString menuPath = QStringLiteral("/MenuBar");
 const QString menuInterface = QStringLiteral("com.canonical.dbusmenu");
+const QString introspectableInterface = QStringLiteral("org.freedesktop.DBus.Introspectable");
 const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 
 QString itemService()
@@ -202,6 +203,8 @@ private slots:
     void aBarThatTakesTextInTheIconOnlyGetsItThere();
     void aBarThatTakesTextInTheIconOnlyIsToldOfEachChangeOnce();
     void theNextBarIsTakenForWhatItIs();
+    void aBarThatReadsTheLabelTooEarlyIsToldOfItOnceMore();
+    void otherBarsAreNotToldOfTheLabelTwice();
     void anIconThemeThatEveryHostSearchesIsNotNamed();
 
     void aChangeOfTheLabelIsAnnouncedOnce();
@@ -520,6 +523,39 @@ void StatusNotifierItemTest::theNextBarIsTakenForWhatItIs()
     QCOMPARE(property("IconName"), "org.knucklet.Knucklet-symbolic");
     const auto pixmap = qdbus_cast<QList<IconPixmap>>(property("IconPixmap")).value(0);
     QCOMPARE(pixmap.width, pixmap.height);
+}
+
+void StatusNotifierItemTest::aBarThatReadsTheLabelTooEarlyIsToldOfItOnceMore()
+{
+    const Watcher watcher(bus->address(), "gnome-shell");
+    install();
+    item->setLabel({ "1 · 2", "1 keys · 2 clicks" });
+    QTRY_COMPARE(watcher.registered, QStringList(itemService()));
+    QCOMPARE(property("XAyatanaLabel"), "1 · 2");
+    const SignalLog log(*host);
+
+    call(itemPath, introspectableInterface, "Introspect", {});
+
+    // It would take the same text for no change.
+    QTRY_COMPARE(log.names(), QStringList({ "XAyatanaNewLabel", "XAyatanaNewLabel" }));
+    QCOMPARE(log.messages[0].arguments(), (QVariantList { "", "" }));
+    QCOMPARE(log.messages[1].arguments(), (QVariantList { "1 · 2", "" }));
+}
+
+void StatusNotifierItemTest::otherBarsAreNotToldOfTheLabelTwice()
+{
+    const Watcher watcher(bus->address(), "xfce4-panel");
+    install();
+    item->setLabel({ "1 · 2", "1 keys · 2 clicks" });
+    QTRY_COMPARE(watcher.registered, QStringList(itemService()));
+    const SignalLog log(*host);
+
+    call(itemPath, introspectableInterface, "Introspect", {});
+    // What has been put off by then comes before the answer.
+    QCOMPARE(property("Title"), "Knucklet");
+    item->setLabel({ "2 · 2", "1 keys · 2 clicks" });
+
+    QTRY_COMPARE(log.names(), QStringList("XAyatanaNewLabel"));
 }
 
 void StatusNotifierItemTest::anIconThemeThatEveryHostSearchesIsNotNamed()

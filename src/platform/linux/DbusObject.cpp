@@ -109,6 +109,8 @@ QString DbusObject::introspect(const QString&) const
         xml.writeAttribute("access", "read");
     }
     xml.writeEndElement();
+    if (interface.introspected)
+        interface.introspected();
     return text;
 }
 

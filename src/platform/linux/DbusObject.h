@@ -42,6 +42,8 @@ struct DbusInterface {
     std::vector<DbusMethod> methods;
     std::vector<DbusProperty> properties;
     std::vector<DbusSignal> emits;
+    /// Called when somebody has asked what the object has; may be empty.
+    std::function<void()> introspected = {};
 };
 
 /// An object of one interface on a bus, for interfaces whose clients look closely at what is there: a

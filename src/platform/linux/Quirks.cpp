@@ -12,6 +12,8 @@ bool isWaybar(const QString& bar) { return bar == "waybar"; }
 
 bool isLxqt(const QString& bar) { return bar == "lxqt-panel"; }
 
+bool isGnome(const QString& bar) { return bar == "gnome-shell"; }
+
 }
 
 QString processName(uint processId)
@@ -34,6 +36,12 @@ bool takesTextInTheIconOnly(const QString& bar) { return isMate(bar) || isWaybar
 // Tried: a gray instead, which is 3.1 to 1 there, and 1.1 to 1 on the blue that waybar's own style gives its
 // tray.
 bool drawsNamedIconsUncolored(const QString& bar) { return isMate(bar) || isWaybar(bar) || isLxqt(bar); }
+
+// The AppIndicator extension 59 in gnome-shell 48.7 makes its icon as soon as it has an item's properties,
+// but knows labels only a moment later: no counts are seen until they change. It introspects the item after
+// that. Tried: the same label again, which it takes for no change; another one before it, and it shows both
+// at once.
+bool readsLabelTooEarly(const QString& bar) { return isGnome(bar); }
 
 // mate-panel 1.27.0 and waybar 0.9.17 call Activate with a point of the icon's own small window. Taken for
 // one of the screen, it opens the panel in the upper left corner.

@@ -12,5 +12,8 @@ QString processName(uint processId);
 bool takesTextInTheIconOnly(const QString& bar);
 /// Draws a named icon in the near-black of its file, whatever the color of the bar.
 bool drawsNamedIconsUncolored(const QString& bar);
+/// Looks at the label before it can show one, and from then on at changes only. It can when it introspects
+/// the item.
+bool readsLabelTooEarly(const QString& bar);
 /// Says where within the icon a click was, not where on the screen.
 bool countsPlacesFromTheIcon(const QString& bar);

@@ -141,7 +141,7 @@ void StatusNotifierItem::setLabel(const MenuBarLabel& label)
             pixmaps.clear();
             object->emitSignal("NewIcon");
         } else {
-            object->emitSignal("XAyatanaNewLabel", { this->label(), QString("") });
+            announceLabel(this->label());
         }
     }
     if (current.toolTip != previous.toolTip)
@@ -201,7 +201,25 @@ DbusInterface StatusNotifierItem::description()
         { "NewStatus", { { "status", "s" } } },
         { "XAyatanaNewLabel", { { "label", "s" }, { "guide", "s" } } },
     };
+    description.introspected = [this] { showLabelAgain(); };
     return description;
+}
+
+/// Later, so that the host has its answer first.
+void StatusNotifierItem::showLabelAgain()
+{
+    if (!readsLabelTooEarly(bar) || current.text.empty())
+        return;
+    const auto announce = [this] {
+        announceLabel("");
+        announceLabel(label());
+    };
+    QMetaObject::invokeMethod(object.get(), announce, Qt::QueuedConnection);
+}
+
+void StatusNotifierItem::announceLabel(const QString& text)
+{
+    object->emitSignal("XAyatanaNewLabel", { text, QString("") });
 }
 
 /// A new question takes the place of the last, so that the newest watcher is the one that counts.

@@ -38,6 +38,8 @@ public:
 private:
     DbusInterface description();
     QString label() const;
+    void showLabelAgain();
+    void announceLabel(const QString& text);
     void lookForWatcher();
     void watcherIs(WatcherState state);
     void watcherAppeared(uint processId);
