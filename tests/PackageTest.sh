@@ -36,9 +36,10 @@ does() {
 }
 is() { [ "$(stat -c '%a %U:%G' $helper)" = "$1" ] || fail "$(stat -c '%a %U:%G' $helper) and not $1"; }
 overrides() { [ "$(dpkg-statoverride --list $helper)" = "$1" ] || fail "$(dpkg-statoverride --list $helper)"; }
-# Where packages put things. dpkg keeps the last state of its own files, and man-db a cache of manuals for each language.
+# Where packages put things, without what everybody may write to. dpkg keeps the last state of its own files, and man-db a
+# cache of manuals for each language.
 files() {
-    find /etc /opt /srv /usr /var -xdev -printf '%y %m %u:%g %p\n' \
+    find /etc /opt /srv /usr /var -xdev -path /var/tmp -prune -o -printf '%y %m %u:%g %p\n' \
         | grep -v -e ' /var/lib/dpkg/.*-old$' -e ' /var/cache/man/' | sort
 }
 as_user() { setpriv --reuid nobody --regid nogroup --clear-groups "$@"; }
