@@ -1,8 +1,8 @@
-#include "AppState.h"
 #include "BusyYears.h"
-#include "StatsFile.h"
+#include "model/AppState.h"
+#include "model/StatsFile.h"
 #include "platform/fake/FakePlatform.h"
-#include "platform/linux/LinuxClock.h"
+#include "platform/linux/process/SystemClock.h"
 #include "support/AtomicFile.h"
 
 #include <QTemporaryDir>
@@ -35,7 +35,7 @@ public:
     {
     }
 
-    Appearance& appearance() override { return fake.appearance(); }
+    int run() override { return fake.run(); }
     Clock& clock() override { return wallClock; }
     Desktop& desktop() override { return fake.desktop(); }
     EventTap& eventTap() override { return fake.eventTap(); }
@@ -45,17 +45,12 @@ public:
     LoginItem& loginItem() override { return fake.loginItem(); }
     MenuBarItem& menuBarItem() override { return fake.menuBarItem(); }
     MouseMonitor& mouseMonitor() override { return fake.mouseMonitor(); }
-    PanelHost& panelHost() override { return fake.panelHost(); }
-    Pasteboard& pasteboard() override { return fake.pasteboard(); }
-    SavePanel& savePanel() override { return fake.savePanel(); }
     Settings& settings() override { return fake.settings(); }
-    ShareSheet& shareSheet() override { return fake.shareSheet(); }
     Timers& timers() override { return fake.timers(); }
-    WindowActivation& windowActivation() override { return fake.windowActivation(); }
 
 private:
     FakePlatform& fake;
-    LinuxClock wallClock;
+    SystemClock wallClock;
 };
 
 /// The model of a program that has been used for ten years, the tap running and nothing visible.
@@ -80,7 +75,7 @@ public:
 
 private:
     QTemporaryDir folder;
-    LinuxClock clock;
+    SystemClock clock;
     FakePlatform fake;
     PlatformOnTime platform;
     std::unique_ptr<AppState> state;

@@ -1,7 +1,7 @@
 #include "BusyYears.h"
 
-#include "DayFormatter.h"
-#include "StatsStore.h"
+#include "model/DayFormatter.h"
+#include "model/StatsStore.h"
 
 DayTable busyYears(std::int64_t years, Moment moment)
 {

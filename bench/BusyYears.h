@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DayCount.h"
+#include "model/DayCount.h"
 #include "platform/Clock.h"
 
 #include <cstdint>

@@ -61,8 +61,7 @@ void buildThePanel(benchmark::State& run)
     auto& platform = panel->program.platform;
     for (auto _ : run) {
         Host host([&] {
-            return StatsView { *panel->state, platform.clock(), panel->dates, platform.listenAccess(),
-                platform.desktop() }
+            return StatsView { *panel->state, panel->dates, platform.listenAccess(), platform.desktop() }
                 .body();
         });
         host.renderNow();
@@ -84,7 +83,7 @@ void openAgain(benchmark::State& run)
 void makeDateTexts(benchmark::State& run)
 {
     for (auto _ : run)
-        benchmark::DoNotOptimize(DateTexts("de_DE", "Europe/Berlin"));
+        benchmark::DoNotOptimize(DateTexts("de_DE"));
 }
 
 }

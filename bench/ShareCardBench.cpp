@@ -1,5 +1,5 @@
 #include "support/ShownCard.h"
-#include "ui/UtilityWindow.h"
+#include "windows/ui/UtilityWindow.h"
 
 #include <QApplication>
 #include <QPushButton>

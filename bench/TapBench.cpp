@@ -2,7 +2,8 @@
 // and what the program does with a record here. What is beyond its limit is named and fails nothing; times
 // have no limit.
 
-#include "platform/linux/WaylandTap.h"
+#include "platform/linux/input/WaylandTap.h"
+#include "platform/linux/windows/ServedLoop.h"
 #include "support/Script.h"
 #include "support/VirtualMachine.h"
 
@@ -76,12 +77,6 @@ bool measureHelper()
     return true;
 }
 
-const TapEvent* count(EventType, const TapEvent* event, void* userInfo)
-{
-    ++*static_cast<int*>(userInfo);
-    return event;
-}
-
 double processorMicroseconds()
 {
     timespec time {};
@@ -98,13 +93,13 @@ void measureProgram()
         "printf '\\0\\0\\0\\0\\0\\0\\0\\0'\nfor key in $(seq 50); do\n"
         "sleep 0.1; printf '\\1\\0\\0\\0\\0\\0\\0\\0'\ndone\ncat\n");
 
-    WaylandTap taps(helper);
+    EventLoop loop;
+    const ServedLoop served(loop);
+    WaylandTap tap(loop, helper.toStdString());
     int counted = 0;
-    const auto tap = taps.create({ .eventsOfInterest = eventMask(EventType::KeyDown) }, count, &counted);
-    if (!tap)
+    if (!tap.create([&counted](const TapEvent&) { ++counted; }))
         return;
-    taps.addToMainRunLoop(taps.makeRunLoopSource(*tap));
-    taps.enable(*tap);
+    tap.enable();
     const double before = processorMicroseconds();
     while (counted < keys)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);

@@ -21,21 +21,6 @@
     </message>
 </context>
 <context>
-    <name>KnuckletApp</name>
-    <message>
-        <source>Open Knucklet</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Quit Knucklet</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Setup Assistant…</source>
-        <translation type="unfinished"></translation>
-    </message>
-</context>
-<context>
     <name>OnboardingView</name>
     <message>
         <source>Page %1 of %2</source>
@@ -105,6 +90,73 @@
     <name>PrivacyPage</name>
     <message>
         <source>Counts, not keys</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>SaveDialog</name>
+    <message>
+        <source>Save PNG</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>PNG image</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ShareCardPreview</name>
+    <message>
+        <source>%1: %2 keys · %3 clicks</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Save PNG</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Share</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Knucklet day card</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ShareCardView</name>
+    <message>
+        <source>KNUCKLET</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>★ Best day yet</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>my fingers did the work · Knucklet for Mac</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ShareCardWindowController</name>
+    <message>
+        <source>Day Card</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ShareChooser</name>
+    <message>
+        <source>E-mail…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No application opens pictures</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

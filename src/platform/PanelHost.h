@@ -4,6 +4,15 @@
 #include "platform/WindowActivation.h"
 
 #include <functional>
+#include <optional>
+
+/// A place on the screens, in points (device-independent pixels), origin at the top left of the first screen.
+struct ScreenPoint {
+    int x = 0;
+    int y = 0;
+
+    bool operator==(const ScreenPoint&) const = default;
+};
 
 /// Part of the screens, in points, with the origin of `ScreenPoint`.
 struct ScreenArea {
@@ -20,6 +29,10 @@ class PanelHost {
 public:
     virtual ~PanelHost() = default;
 
+    /// The point beside which the panel opens after something that happened there. Where that is not known,
+    /// or on no screen, it is the last one that was, and before there was any, where most menu bars have
+    /// their items.
+    virtual ScreenPoint pointAt(std::optional<ScreenPixel> place) = 0;
     /// The part of the screen with that place, or of the first screen, that no bar covers. Asked for anew at
     /// every opening: screens and bars come and go.
     virtual ScreenArea workArea(ScreenPoint place) const = 0;

@@ -1,12 +1,8 @@
 #include "support/UserLocale.h"
 
-#include <unicode/timezone.h>
-#include <unicode/unistr.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <memory>
 #include <string_view>
 
 namespace {
@@ -79,24 +75,3 @@ std::string userLocale(const char* category)
 std::string userDateLocale() { return userLocale("LC_TIME"); }
 
 std::string userNumberLocale() { return userLocale("LC_NUMERIC"); }
-
-std::string userTimeZone()
-{
-    // Asks the machine anew; ICU's default zone stays what it was when the process first asked for it.
-    const std::unique_ptr<icu::TimeZone> host(icu::TimeZone::detectHostTimeZone());
-    icu::UnicodeString id;
-    host->getID(id);
-
-    // A TZ such as "XYZ-3" gives a zone whose name means nothing to anybody; only its offset does.
-    const std::unique_ptr<icu::TimeZone> known(icu::TimeZone::createTimeZone(id));
-    if (*known == icu::TimeZone::getUnknown()) {
-        const auto minutes = host->getRawOffset() / 60'000;
-        const auto distance = std::abs(minutes);
-        id = icu::UnicodeString("GMT").append(minutes < 0 ? u'-' : u'+');
-        for (const auto digit : { distance / 600, distance / 60 % 10, distance % 60 / 10, distance % 10 })
-            id.append(static_cast<char16_t>(u'0' + digit));
-    }
-
-    std::string zone;
-    return id.toUTF8String(zone);
-}

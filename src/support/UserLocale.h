@@ -8,6 +8,3 @@ std::string userDateLocale();
 
 /// The locale for numbers, in the same way from LC_ALL, LC_NUMERIC or LANG.
 std::string userNumberLocale();
-
-/// The zone that the machine is in now, by an id that ICU accepts, such as "Europe/Berlin".
-std::string userTimeZone();

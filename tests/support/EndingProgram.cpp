@@ -1,14 +1,24 @@
 // A program that does nothing but end, for the test of how programs end. It says what happens to it on its
-// standard output. Its argument names what is special about it.
+// standard output. Its first argument names what is special about it, and its second whether the toolkit
+// serves its loop.
 
-#include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/process/AutostartEntry.h"
+#include "platform/linux/process/Child.h"
+#include "platform/linux/process/OwnProcess.h"
+#include "platform/linux/process/WaylandDisplay.h"
+#include "platform/linux/windows/ServedLoop.h"
+#include "platform/linux/windows/ToolkitEnd.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 
+#include <unistd.h>
+
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -24,8 +34,24 @@ void say(const char* words)
 int main(int argc, char** argv)
 {
     const std::string_view kind = argc > 1 ? argv[1] : "";
-    QCoreApplication application(argc, argv);
-    LinuxDesktop desktop([] { say("drained"); }, [] { say("made way"); });
+    const bool hasToolkit = argc > 2 && std::string_view(argv[2]) == "with the toolkit";
+    std::optional<QCoreApplication> application;
+    EventLoop loop;
+    OwnProcess desktop(loop,
+        {
+            .drainInput = [] { say("drained"); },
+            .makeWay = [] { say("made way"); },
+            .openFile = {},
+        });
+    WaylandDisplay display(loop, [&desktop] { desktop.displayLost(); });
+    std::optional<ServedLoop> served;
+    std::optional<ToolkitEnd> toolkitEnd;
+    if (hasToolkit) {
+        application.emplace(argc, argv);
+        served.emplace(loop);
+        toolkitEnd.emplace(desktop, display);
+        loop.handOver({ .run = QCoreApplication::exec, .quit = QCoreApplication::exit });
+    }
     desktop.onWillTerminate([] { say("first observer"); });
     desktop.onWillTerminate([&] {
         say("second observer");
@@ -35,10 +61,25 @@ int main(int argc, char** argv)
 
     if (kind == "ends itself" || kind == "ends itself without cleaning up")
         desktop.terminate();
-    QTimer::singleShot(0, &application, [&] {
+    loop.callLater([&] {
         say("running");
-        if (kind == "loses its display")
+        if (kind == "loses its display in the toolkit")
             std::exit(1);
+        if (kind == "hears that the Wayland connection broke") {
+            // As Qt says it before it ends the process by itself.
+            qWarning("The Wayland connection broke. Did the Wayland compositor die?");
+            _exit(255);
+        }
+        if (kind == "hears something fatal from another thread") {
+            std::signal(SIGABRT, [](int) { _exit(255); });
+            std::thread([] { qFatal("no display"); }).detach();
+        }
+        if (kind == "hears something fatal") {
+            std::signal(SIGABRT, [](int) { _exit(255); });
+            qFatal("no display");
+        }
+        if (kind == "loses its display")
+            desktop.displayLost();
         if (kind == "cannot start itself again") {
             std::remove(argv[0]);
             desktop.openNewInstance([&] {
@@ -47,12 +88,20 @@ int main(int argc, char** argv)
             });
             say("still running");
         }
+        if (kind == "cannot be started at login") {
+            std::remove(argv[0]);
+            say(AutostartEntry().registerItem() ? "registered" : "not registered");
+            desktop.terminate();
+        }
+        if (kind == "starts a program") {
+            std::ignore = startDetached({ "grep", "SigBlk", "/proc/self/status" }, ChildStreams::Inherited);
+        }
         if (kind == "ends itself twice") {
             desktop.terminate();
             desktop.terminate();
         }
     });
-    const int result = application.exec();
+    const int result = loop.run();
     say("loop returned");
     if (kind == "ends itself without cleaning up")
         std::exit(result);

@@ -1,9 +1,9 @@
 #include "support/FakeCard.h"
 
-#include "ui/Look.h"
+#include "windows/ui/Look.h"
 
 FakeCard::FakeCard(const std::string& stats, const std::string& locale)
-    : dates(locale, "UTC")
+    : dates(locale)
     , numbers(locale)
 {
     static const bool fontsLoaded = (loadFonts(), true);

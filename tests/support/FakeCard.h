@@ -1,9 +1,9 @@
 #pragma once
 
-#include "DateTexts.h"
-#include "NumberTexts.h"
-#include "ShareCardView.h"
 #include "support/FakeProgram.h"
+#include "windows/DateTexts.h"
+#include "windows/NumberTexts.h"
+#include "windows/ShareCardView.h"
 
 #include <cstdint>
 #include <string>

@@ -29,6 +29,14 @@ void Injector::click(std::uint8_t button)
 
 void Injector::moveTo(std::int16_t x, std::int16_t y) { fake(XCB_MOTION_NOTIFY, 0, x, y); }
 
+void Injector::pause(std::chrono::milliseconds time)
+{
+    // A motion by nothing, once the time has passed.
+    constexpr std::uint8_t relative = 1;
+    xcb_test_fake_input(connection.get(), XCB_MOTION_NOTIFY, relative,
+        static_cast<std::uint32_t>(time.count()), XCB_WINDOW_NONE, 0, 0, 0);
+}
+
 std::uint8_t Injector::keyCode(xcb_keysym_t symbol)
 {
     const xcb_setup_t* setup = xcb_get_setup(connection.get());

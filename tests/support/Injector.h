@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 
+#include <chrono>
 #include <cstdint>
 
 /// Plays a user's hands on a display: keys, buttons and motion enter the X server where those of real devices
@@ -22,6 +23,9 @@ public:
     void scrollUp() { click(4); }
     void scrollDown() { click(5); }
     void moveTo(std::int16_t x, std::int16_t y);
+
+    /// Between what comes before and after it.
+    void pause(std::chrono::milliseconds time);
 
     /// The key that produces this symbol (of <X11/keysym.h>) without any modifier; 0 when there is none.
     std::uint8_t keyCode(xcb_keysym_t symbol);

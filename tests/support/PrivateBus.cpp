@@ -39,8 +39,14 @@ PrivateBus::PrivateBus()
     busAddress = QString::fromUtf8(daemon.readLine()).trimmed();
 }
 
-PrivateBus::~PrivateBus()
+PrivateBus::~PrivateBus() { end(); }
+
+void PrivateBus::hang() { kill(static_cast<pid_t>(daemon.processId()), SIGSTOP); }
+
+void PrivateBus::goOn() { kill(static_cast<pid_t>(daemon.processId()), SIGCONT); }
+
+void PrivateBus::end()
 {
-    daemon.terminate();
+    daemon.kill();
     daemon.waitForFinished(patience);
 }

@@ -15,6 +15,11 @@ public:
     /// Where to connect to; empty when the bus did not start.
     QString address() const { return busAddress; }
 
+    /// Neither reads nor answers until it goes on.
+    void hang();
+    void goOn();
+    void end();
+
 private:
     QTemporaryFile configuration;
     QProcess daemon;

@@ -3,13 +3,10 @@
 // it has saved for the last time, it writes its process id and today's keys to the file "said" in its folder,
 // which the instance that follows it continues.
 
-#include "AppState.h"
+#include "model/AppState.h"
 #include "platform/Desktop.h"
 #include "platform/Instance.h"
-#include "platform/Platform.h"
-
-#include <QGuiApplication>
-#include <QSocketNotifier>
+#include "platform/linux/ResidentPlatform.h"
 
 #include <unistd.h>
 
@@ -48,9 +45,8 @@ void say(const char* what, const AppState& state)
 
 }
 
-int main(int argc, char* argv[])
+int main()
 {
-    const QGuiApplication application(argc, argv);
     const auto platform = makePlatform();
     if (!platform->instance().claim())
         return 0;
@@ -61,14 +57,14 @@ int main(int argc, char* argv[])
         });
     platform->desktop().onWillTerminate([&] { say("ending", state); });
 
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &input, [&] {
-        input.setEnabled(false);
+    auto& loop = static_cast<ResidentPlatform&>(*platform).eventLoop();
+    DescriptorWatch input(loop, STDIN_FILENO, [&] {
+        input.watch(DescriptorWatch::For::Nothing);
         if (!awaitLine())
             return;
         state.relaunch();
         std::ignore = awaitLine();
     });
     say("counting", state);
-    return QGuiApplication::exec();
+    return platform->run();
 }

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QUuid>
 
@@ -48,6 +49,15 @@ QString settingsPath(const VirtualDesktop& desktop)
 
 }
 
+bool copyProgram(const QString& program, const QTemporaryDir& folder)
+{
+    const QDir modules(QFileInfo(program).dir().filePath("modules"));
+    bool isCopied = QFile::copy(program, folder.filePath("knucklet")) && QDir(folder.path()).mkdir("modules");
+    for (const QString& module : modules.entryList({ "*.so" }, QDir::Files))
+        isCopied = QFile::copy(modules.filePath(module), folder.filePath("modules/" + module)) && isCopied;
+    return isCopied;
+}
+
 RunningKnucklet::RunningKnucklet(
     const VirtualDesktop& desktop, const QString& program, const QProcessEnvironment& extra)
     : desktop(desktop)
@@ -80,7 +90,8 @@ bool RunningKnucklet::awaitItem()
         }
         return !service.isEmpty();
     };
-    return QTest::qWaitFor(isRegistered, patience);
+    // Nothing else hears that it has started when the item is there at once.
+    return process->waitForStarted(patience) && QTest::qWaitFor(isRegistered, patience);
 }
 
 bool RunningKnucklet::awaitCounting()

@@ -13,6 +13,11 @@
 
 class VirtualDesktop;
 
+class QTemporaryDir;
+
+/// Copies a program that was built into a folder of its own, as "knucklet" with its modules in "modules".
+[[nodiscard]] bool copyProgram(const QString& program, const QTemporaryDir& folder);
+
 /// The real program on a virtual desktop, seen from outside: its item on the bus, its file, its end.
 class RunningKnucklet final {
 public:

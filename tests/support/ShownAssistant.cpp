@@ -1,7 +1,7 @@
 #include "support/ShownAssistant.h"
 
-#include "Onboarding.h"
-#include "ui/Look.h"
+#include "windows/Onboarding.h"
+#include "windows/ui/Look.h"
 
 #include <QApplication>
 
@@ -40,7 +40,8 @@ AppState& ShownAssistant::start()
     appearance = settings.observe(apply);
     state = std::make_unique<AppState>(platform,
         WindowFactories {
-            .onboarding = [this] { return std::make_unique<OnboardingWindowController>(platform, [] {}); },
+            .onboarding
+            = [this] { return std::make_unique<OnboardingWindowController>(platform, platform, [] {}); },
             .shareCard = [] { return std::make_unique<NoShareCard>(); },
         });
     return *state;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "AppState.h"
+#include "model/AppState.h"
 #include "platform/fake/FakePlatform.h"
 
 #include <QTemporaryDir>

@@ -1,7 +1,7 @@
 #include "support/ShownCard.h"
 
-#include "ui/Look.h"
-#include "ui/UtilityWindow.h"
+#include "windows/ui/Look.h"
+#include "windows/ui/UtilityWindow.h"
 
 #include <QApplication>
 #include <QPushButton>
@@ -20,7 +20,7 @@ void ShownCard::show()
 {
     if (!state) {
         state = &fake.start();
-        controller = std::make_unique<ShareCardWindowController>(platform, [] {});
+        controller = std::make_unique<ShareCardWindowController>(platform, platform, [] {});
     }
     controller->show(*state);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ShareCard.h"
 #include "support/FakeCard.h"
+#include "windows/ShareCard.h"
 
 #include <QImage>
 #include <QRect>

@@ -1,12 +1,12 @@
 #include "support/ShownPanel.h"
 
-#include "ui/Look.h"
+#include "windows/ui/Look.h"
 
 #include <QApplication>
 #include <QTest>
 
 ShownPanel::ShownPanel(const std::string& locale)
-    : dates(locale, "UTC")
+    : dates(locale)
 {
     static const bool fontsLoaded = (loadFonts(), true);
     Q_UNUSED(fontsLoaded);
@@ -31,8 +31,7 @@ Host& ShownPanel::open()
 
         host = std::make_unique<Host>([this, &platform] {
             ++renders;
-            return StatsView { *state, platform.clock(), dates, platform.listenAccess(), platform.desktop() }
-                .body();
+            return StatsView { *state, dates, platform.listenAccess(), platform.desktop() }.body();
         });
         model = state->observe([this] { host->invalidate(); });
     }

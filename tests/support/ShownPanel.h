@@ -1,9 +1,9 @@
 #pragma once
 
-#include "DateTexts.h"
-#include "StatsView.h"
 #include "support/FakeProgram.h"
-#include "ui/View.h"
+#include "windows/DateTexts.h"
+#include "windows/StatsView.h"
+#include "windows/ui/View.h"
 
 #include <memory>
 #include <string>

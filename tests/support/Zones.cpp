@@ -1,36 +1,69 @@
 #include "support/Zones.h"
 
-#include <unicode/uenum.h>
-#include <unicode/unistr.h>
+#include "support/Files.h"
 
-std::vector<std::string> zones(USystemTimeZoneType type)
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <set>
+
+namespace {
+
+using namespace std::chrono;
+
+long offsetAt(sys_seconds moment)
 {
-    UErrorCode status = U_ZERO_ERROR;
-    const icu::LocalUEnumerationPointer ids(ucal_openTimeZoneIDEnumeration(type, nullptr, nullptr, &status));
+    const std::time_t time = moment.time_since_epoch().count();
+    std::tm local = {};
+    localtime_r(&time, &local);
+    return local.tm_gmtoff;
+}
+
+}
+
+void setZone(const std::string& zone)
+{
+    changeZone(zone);
+    tzset();
+}
+
+void changeZone(const std::string& zone) { setenv("TZ", zone.c_str(), 1); }
+
+std::vector<std::string> zones()
+{
+    const std::filesystem::path folder = "/usr/share/zoneinfo";
     std::vector<std::string> zones;
-    while (const auto* id = uenum_next(ids.getAlias(), nullptr, &status))
-        zones.emplace_back(id);
+    std::set<std::string> contents;
+    for (auto file = std::filesystem::recursive_directory_iterator(folder); file != end(file); ++file) {
+        // Clocks that count leap seconds are not those of computers.
+        if (file->path().filename() == "right")
+            file.disable_recursion_pending();
+        if (!file->is_regular_file())
+            continue;
+        const auto content = contentOf(file->path());
+        if (content.starts_with("TZif") && contents.insert(content).second)
+            zones.push_back(file->path().lexically_relative(folder));
+    }
     return zones;
 }
 
-std::vector<Moment> clockChanges(const std::string& zone)
+std::vector<Moment> clockChanges()
 {
-    constexpr Moment first = std::chrono::sys_days(std::chrono::year(2000) / 1 / 1);
-    constexpr Moment last = std::chrono::sys_days(std::chrono::year(2037) / 12 / 31);
+    constexpr sys_seconds first = sys_days(year(2000) / 1 / 1);
+    constexpr sys_seconds last = sys_days(year(2038) / 1 / 1);
 
-    UErrorCode status = U_ZERO_ERROR;
-    const auto id = icu::UnicodeString::fromUTF8(zone);
-    const icu::LocalUCalendarPointer calendar(
-        ucal_open(id.getBuffer(), id.length(), "en_US", UCAL_GREGORIAN, &status));
-    auto next = static_cast<UDate>(first.time_since_epoch().count());
     std::vector<Moment> changes;
-    for (;;) {
-        ucal_setMillis(calendar.getAlias(), next, &status);
-        if (!ucal_getTimeZoneTransitionDate(calendar.getAlias(), UCAL_TZ_TRANSITION_NEXT, &next, &status))
-            return changes;
-        const Moment change(std::chrono::milliseconds(static_cast<std::int64_t>(next)));
-        if (change > last)
-            return changes;
-        changes.push_back(change);
+    for (auto day = first; day < last; day += days(1)) {
+        const auto offset = offsetAt(day);
+        auto same = day;
+        auto other = day + days(1);
+        if (offsetAt(other) == offset)
+            continue;
+        while (other - same > seconds(1)) {
+            const auto middle = same + (other - same) / 2;
+            (offsetAt(middle) == offset ? same : other) = middle;
+        }
+        changes.emplace_back(other);
     }
+    return changes;
 }

@@ -2,13 +2,17 @@
 
 #include "platform/Clock.h"
 
-#include <unicode/ucal.h>
-
 #include <string>
 #include <vector>
 
-/// The ids of the time zones that ICU knows: all, or without those that are merely another name of one.
-std::vector<std::string> zones(USystemTimeZoneType type);
+/// Puts the process into a zone, in any form that TZ may have.
+void setZone(const std::string& zone);
 
-/// The moments at which the zone's clock changes from 2000 to 2037.
-std::vector<Moment> clockChanges(const std::string& zone);
+/// The same without a word to the C library, as when the machine's zone changes.
+void changeZone(const std::string& zone);
+
+/// The names of all zones that the machine has, without those that are merely another name of one.
+std::vector<std::string> zones();
+
+/// The moments at which the clock of the process's zone changes from 2000 to 2037.
+std::vector<Moment> clockChanges();

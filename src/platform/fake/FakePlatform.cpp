@@ -4,61 +4,36 @@
 #include <cassert>
 #include <utility>
 
-namespace {
-
-class FakeEvent final : public TapEvent {
-public:
-    explicit FakeEvent(std::int64_t autorepeat)
-        : autorepeat(autorepeat)
-    {
-    }
-
-    std::int64_t integer(EventField field) const override
-    {
-        return field == EventField::KeyboardAutorepeat ? autorepeat : 0;
-    }
-
-private:
-    std::int64_t autorepeat;
-};
-
-constexpr EventTapId theTap { 1 };
-constexpr RunLoopSourceId theSource { 1 };
-constexpr MouseMonitorId theMonitor { 1 };
-
-}
-
 FakePlatform::FakePlatform(std::filesystem::path applicationSupport, Moment start)
     : supportFolder(std::move(applicationSupport))
     , wallClock(start)
 {
 }
 
-void FakePlatform::press() { sendToTap(EventType::KeyDown, 0); }
+void FakePlatform::press(std::optional<Moment> moment)
+{
+    sendToTap({ .kind = TapEvent::Kind::Key, .moment = moment });
+}
 
 void FakePlatform::hold(int repeats)
 {
     press();
     for (int i = 0; i < repeats; ++i)
-        sendToTap(EventType::KeyDown, 1);
+        sendToTap({ .kind = TapEvent::Kind::RepeatedKey });
 }
 
-void FakePlatform::click(EventType button)
+void FakePlatform::click(std::optional<Moment> moment)
 {
-    sendToTap(button, 0);
-    if (monitor && (monitor->eventMask & eventMask(button)))
-        monitor->handler();
+    sendToTap({ .kind = TapEvent::Kind::Click, .moment = moment });
+    if (monitor)
+        monitor(moment);
 }
 
-void FakePlatform::deliver(EventType type) { sendToTap(type, 0); }
-
-void FakePlatform::disableTap(EventType notice)
+void FakePlatform::disableTap()
 {
     assert(tapEnabled);
     tapEnabled = false;
-    const FakeEvent event(0);
-    if (callback(notice, &event, callbackUserInfo) != &event)
-        everyEventCameBack = false;
+    tapHandler({ .kind = TapEvent::Kind::Disabled });
 }
 
 void FakePlatform::advance(std::chrono::milliseconds time)
@@ -110,9 +85,16 @@ void FakePlatform::pressOutside()
         tell();
 }
 
-void FakePlatform::clickMenuBarItem(ScreenPoint place) { menuBarItemActivated(place); }
+// Tests serve it step by step.
+int FakePlatform::run()
+{
+    runDeferred();
+    return 0;
+}
 
-void FakePlatform::chooseCommand(const std::string& title, ScreenPoint place)
+void FakePlatform::clickMenuBarItem(ScreenPixel place) { menuBarItemActivated(place); }
+
+void FakePlatform::chooseCommand(const std::string& title, std::optional<ScreenPixel> place)
 {
     const auto command = std::ranges::find(menuBarCommands, title, &MenuBarCommand::title);
     assert(command != menuBarCommands.end());
@@ -200,35 +182,18 @@ void FakePlatform::openInputMonitoringSettings()
     calls.push_back("open " + std::string(inputMonitoringSettingsUrl));
 }
 
-std::optional<EventTapId> FakePlatform::create(
-    const EventTapParameters& newParameters, TapCallback newCallback, void* userInfo)
+bool FakePlatform::create(std::function<void(const TapEvent&)> handler)
 {
     calls.emplace_back("create tap");
     if (tapRefused)
-        return std::nullopt;
-    parameters = newParameters;
-    callback = newCallback;
-    callbackUserInfo = userInfo;
-    return theTap;
+        return false;
+    tapHandler = std::move(handler);
+    return true;
 }
 
-RunLoopSourceId FakePlatform::makeRunLoopSource([[maybe_unused]] EventTapId tap)
+void FakePlatform::enable()
 {
-    assert(tap == theTap);
-    calls.emplace_back("make source");
-    return theSource;
-}
-
-void FakePlatform::addToMainRunLoop([[maybe_unused]] RunLoopSourceId source)
-{
-    assert(source == theSource);
-    calls.emplace_back("add source");
-    tapDelivers = true;
-}
-
-void FakePlatform::enable([[maybe_unused]] EventTapId tap)
-{
-    assert(tap == theTap);
+    assert(tapHandler);
     calls.emplace_back("enable tap");
     tapEnabled = true;
 }
@@ -275,7 +240,8 @@ bool FakePlatform::unregisterItem()
     return !loginItemRefused;
 }
 
-void FakePlatform::install(std::function<void(ScreenPoint)> activated, std::vector<MenuBarCommand> commands)
+void FakePlatform::install(
+    MenuBarAction activated, std::vector<MenuBarCommand> commands, ShowMenu /*showMenu*/)
 {
     calls.emplace_back("install menu-bar item");
     menuBarItemActivated = std::move(activated);
@@ -288,21 +254,29 @@ void FakePlatform::setLabel(const MenuBarLabel& newLabel)
     label = newLabel;
 }
 
-std::optional<MouseMonitorId> FakePlatform::add(std::uint64_t eventMask, std::function<void()> handler)
+bool FakePlatform::start(std::function<void(std::optional<Moment>)> handler)
 {
-    calls.emplace_back("add monitor");
+    calls.emplace_back("start monitor");
     if (mouseMonitorRefused)
-        return std::nullopt;
+        return false;
     assert(!monitor);
-    monitor = RunningMonitor { eventMask, std::move(handler) };
-    return theMonitor;
+    monitor = std::move(handler);
+    return true;
 }
 
-void FakePlatform::remove([[maybe_unused]] MouseMonitorId id)
+void FakePlatform::stop()
 {
-    assert(id == theMonitor && monitor);
-    calls.emplace_back("remove monitor");
-    monitor.reset();
+    assert(monitor);
+    calls.emplace_back("stop monitor");
+    monitor = nullptr;
+}
+
+// A pixel is a point here.
+ScreenPoint FakePlatform::pointAt(std::optional<ScreenPixel> place)
+{
+    if (place)
+        return { place->x, place->y };
+    return { freeArea.x + freeArea.width - 1, freeArea.y };
 }
 
 void FakePlatform::watchPressesOutside(std::function<void()> pressed)
@@ -374,11 +348,8 @@ void FakePlatform::activate(NativeWindow window)
     activated.push_back(window);
 }
 
-void FakePlatform::sendToTap(EventType type, std::int64_t autorepeat)
+void FakePlatform::sendToTap(const TapEvent& event)
 {
-    if (!tapEnabled || !tapDelivers)
-        return;
-    const FakeEvent event(autorepeat);
-    if (callback(type, &event, callbackUserInfo) != &event)
-        everyEventCameBack = false;
+    if (tapEnabled)
+        tapHandler(event);
 }

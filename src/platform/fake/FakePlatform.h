@@ -18,6 +18,7 @@
 #include "platform/ShareSheet.h"
 #include "platform/Timers.h"
 #include "platform/WindowActivation.h"
+#include "platform/WindowPlatform.h"
 
 #include <chrono>
 #include <deque>
@@ -32,6 +33,7 @@
 /// It writes down what the program asks of it.
 class FakePlatform final
     : public Platform
+    , public WindowPlatform
     , private Appearance
     , private Clock
     , private Desktop
@@ -58,17 +60,13 @@ public:
     FakePlatform(std::filesystem::path applicationSupport, Moment start);
 
     // What a user and a system do.
-    void press();
+    void press(std::optional<Moment> moment = {});
     /// The key stays down: one real press, then repeats.
     void hold(int repeats);
     /// A mouse press is seen by the tap and by the monitor, whichever of them run.
-    void click(EventType button = EventType::LeftMouseDown);
-    /// Any other event that the system may hand to an enabled tap.
-    void deliver(EventType type);
+    void click(std::optional<Moment> moment = {});
     /// The system switches the tap off and says so.
-    void disableTap(EventType notice);
-    /// What only a broken system would do: the tap's user pointer is gone.
-    void loseTapUserInfo() { callbackUserInfo = nullptr; }
+    void disableTap();
     void grantAccess() { accessGranted = true; }
     void withdrawAccess() { accessGranted = false; }
     void refuseTap() { tapRefused = true; }
@@ -101,8 +99,8 @@ public:
     void releaseButton() { pressHeld = false; }
     /// There is no menu bar any more.
     void removeMenuBar() { menuBarIsThere = false; }
-    void clickMenuBarItem(ScreenPoint place);
-    void chooseCommand(const std::string& title, ScreenPoint place = {});
+    void clickMenuBarItem(ScreenPixel place);
+    void chooseCommand(const std::string& title, std::optional<ScreenPixel> place = {});
 
     /// The user chooses a place in the save panel that was opened first, or closes it.
     void choosePlace(const std::filesystem::path& place);
@@ -111,9 +109,8 @@ public:
     // What the program did.
     std::optional<bool> setting(const std::string& key) const;
     bool isTapEnabled() const { return tapEnabled; }
-    bool hasMouseMonitor() const { return monitor.has_value(); }
+    bool hasMouseMonitor() const { return monitor != nullptr; }
     std::vector<std::chrono::milliseconds> runningTimers() const;
-    const std::optional<EventTapParameters>& tapParameters() const { return parameters; }
     const std::optional<MenuBarLabel>& menuBarLabel() const { return label; }
     bool hasTerminated() const { return terminated; }
     /// The windows that were brought to the front, in order.
@@ -125,12 +122,12 @@ public:
     std::vector<std::string> proposedNames() const;
     const std::vector<SharedPicture>& sharedPictures() const { return shared; }
 
-    bool hasEveryEventBack() const { return everyEventCameBack; }
-
     /// What the program asked for and changed, in order.
     mutable std::vector<std::string> calls;
 
     Appearance& appearance() override { return *this; }
+    int run() override;
+
     Clock& clock() override { return *this; }
     Desktop& desktop() override { return *this; }
     EventTap& eventTap() override { return *this; }
@@ -158,10 +155,6 @@ private:
         std::string proposedName;
         std::function<void(const std::filesystem::path&)> chosen;
     };
-    struct RunningMonitor {
-        std::uint64_t eventMask;
-        std::function<void()> handler;
-    };
 
     ColorScheme colorScheme() const override { return scheme; }
     Motion motion() const override { return motionWanted; }
@@ -171,10 +164,8 @@ private:
     void terminate() override;
     void openNewInstance(std::function<void()> done) override;
     void openInputMonitoringSettings() override;
-    std::optional<EventTapId> create(const EventTapParameters&, TapCallback, void* userInfo) override;
-    RunLoopSourceId makeRunLoopSource(EventTapId tap) override;
-    void addToMainRunLoop(RunLoopSourceId source) override;
-    void enable(EventTapId tap) override;
+    bool create(std::function<void(const TapEvent&)> handler) override;
+    void enable() override;
     std::optional<std::filesystem::path> applicationSupport() const override;
     bool claim() override;
     void onStartedAgain(std::function<void()> callback) override;
@@ -184,11 +175,12 @@ private:
     LoginItemStatus status() override;
     bool registerItem() override;
     bool unregisterItem() override;
-    void install(std::function<void(ScreenPoint)> activated, std::vector<MenuBarCommand> commands) override;
+    void install(MenuBarAction activated, std::vector<MenuBarCommand> commands, ShowMenu showMenu) override;
     void setLabel(const MenuBarLabel& newLabel) override;
     bool isShown() const override { return menuBarIsThere; }
-    std::optional<MouseMonitorId> add(std::uint64_t eventMask, std::function<void()> handler) override;
-    void remove(MouseMonitorId) override;
+    bool start(std::function<void(std::optional<Moment>)> handler) override;
+    void stop() override;
+    ScreenPoint pointAt(std::optional<ScreenPixel> place) override;
     ScreenArea workArea(ScreenPoint) const override { return freeArea; }
     void prepare(NativeWindow) override { calls.emplace_back("prepare panel"); }
     void watchPressesOutside(std::function<void()> pressed) override;
@@ -205,7 +197,7 @@ private:
     void callLater(std::function<void()> call) override;
     void activate(NativeWindow window) override;
 
-    void sendToTap(EventType type, std::int64_t autorepeat);
+    void sendToTap(const TapEvent& event);
 
     std::optional<std::filesystem::path> supportFolder;
     std::optional<std::filesystem::path> pictureFolder;
@@ -223,14 +215,9 @@ private:
     Observers appearanceObservers;
     std::map<std::string, bool, std::less<>> settingValues;
 
-    std::optional<EventTapParameters> parameters;
-    TapCallback callback = nullptr;
-    void* callbackUserInfo = nullptr;
-    bool tapDelivers = false;
+    std::function<void(const TapEvent&)> tapHandler;
     bool tapEnabled = false;
-    bool everyEventCameBack = true;
-
-    std::optional<RunningMonitor> monitor;
+    std::function<void(std::optional<Moment>)> monitor;
     std::uint64_t nextTimer = 1;
     std::map<std::uint64_t, RunningTimer> timersRunning;
     std::deque<std::function<void()>> deferred;
@@ -241,7 +228,7 @@ private:
     ScreenArea freeArea { .x = 0, .y = 28, .width = 800, .height = 572 };
     std::function<void()> startedAgain;
     bool menuBarIsThere = true;
-    std::function<void(ScreenPoint)> menuBarItemActivated;
+    MenuBarAction menuBarItemActivated;
     std::vector<MenuBarCommand> menuBarCommands;
     std::optional<MenuBarLabel> label;
     std::vector<NativeWindow> activated;

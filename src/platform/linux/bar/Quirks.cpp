@@ -1,0 +1,48 @@
+#include "platform/linux/bar/Quirks.h"
+
+#include <fstream>
+
+namespace {
+
+// The notification area of mate-panel runs as a process of its own,
+// /usr/lib/mate-panel/notification-area-applet, or inside the panel where the distribution has built it so.
+bool isMate(const std::string& bar) { return bar == "notification-ar" || bar == "mate-panel"; }
+
+bool isWaybar(const std::string& bar) { return bar == "waybar"; }
+
+bool isLxqt(const std::string& bar) { return bar == "lxqt-panel"; }
+
+bool isGnome(const std::string& bar) { return bar == "gnome-shell"; }
+
+}
+
+std::string processName(std::uint32_t processId)
+{
+    std::string name;
+    std::ifstream file("/proc/" + std::to_string(processId) + "/comm");
+    std::getline(file, name);
+    return name;
+}
+
+// mate-panel 1.27.0 shows a label in place of the icon: as soon as the property is there, even empty, the
+// icon is gone. Tried: the label alone, which leaves two numbers that nobody can tell from a clock. waybar
+// 0.9.17 ignores labels. Both scale an icon to the height of the bar and let it be as wide as it is.
+// mate-panel does so in points: on a screen with two pixels to a point the text is there, but not sharp. A
+// larger pixmap changes nothing.
+bool takesTextInTheIconOnly(const std::string& bar) { return isMate(bar) || isWaybar(bar); }
+
+// mate-panel 1.27.0, waybar 0.9.17 and lxqt-panel 1.2.1 load a symbolic icon like any other. Its drawing is
+// #232629 for those that look no further, and on a dark bar nothing is to be seen: 1.2 to 1 on #353535.
+// Tried: a gray instead, which is 3.1 to 1 there, and 1.1 to 1 on the blue that waybar's own style gives its
+// tray.
+bool drawsNamedIconsUncolored(const std::string& bar) { return isMate(bar) || isWaybar(bar) || isLxqt(bar); }
+
+// The AppIndicator extension 59 in gnome-shell 48.7 makes its icon as soon as it has an item's properties,
+// but knows labels only a moment later: no counts are seen until they change. It introspects the item after
+// that. Tried: the same label again, which it takes for no change; another one before it, and it shows both
+// at once.
+bool readsLabelTooEarly(const std::string& bar) { return isGnome(bar); }
+
+// mate-panel 1.27.0 and waybar 0.9.17 call Activate with a point of the icon's own small window. Taken for
+// one of the screen, it opens the panel in the upper left corner.
+bool countsPlacesFromTheIcon(const std::string& bar) { return isMate(bar) || isWaybar(bar); }

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/ListenAccess.h"
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+class Child;
+class EventLoop;
+
+/// An X server shows its input to every client, so that nothing needs granting there. A Wayland session shows
+/// it to nobody; there the right is that of knucklet-tap to read the input devices, which knucklet-grant
+/// gives to it once and for all.
+class HelperAccess final : public ListenAccess {
+public:
+    HelperAccess(EventLoop& loop, std::filesystem::path tapProgram, std::filesystem::path grantProgram);
+    ~HelperAccess() override;
+
+    bool preflight() override;
+    void request() override;
+
+private:
+    /// What is known of the helper's file, on which its right depends.
+    struct State {
+        ino_t file = 0;
+        mode_t mode = 0;
+        gid_t group = 0;
+        std::int64_t changed = 0;
+
+        bool operator==(const State&) const = default;
+    };
+
+    std::optional<State> helperState() const;
+    std::optional<bool> askHelper() const;
+
+    EventLoop& loop;
+    std::filesystem::path tapProgram;
+    std::filesystem::path grantProgram;
+    std::unique_ptr<Child> grant;
+    std::optional<State> askedFor;
+    bool isGranted = false;
+};

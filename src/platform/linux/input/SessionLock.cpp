@@ -1,0 +1,73 @@
+#include "platform/linux/input/SessionLock.h"
+
+#include "platform/linux/bus/Bus.h"
+
+namespace {
+
+constexpr const char* service = "org.freedesktop.login1";
+constexpr const char* sessionInterface = "org.freedesktop.login1.Session";
+constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
+constexpr const char* lockedHint = "LockedHint";
+
+}
+
+SessionLock::SessionLock(Bus& systemBus)
+    : bus(systemBus)
+    , managers(bus.listen({ .sender = "org.freedesktop.DBus",
+                              .path = "/org/freedesktop/DBus",
+                              .interface = "org.freedesktop.DBus",
+                              .member = "NameOwnerChanged",
+                              .firstValue = service },
+          [this](BusReader values) {
+              values.skip("ss");
+              // One that has ended is not started again: it has told what there is to know.
+              if (!values.readString().empty())
+                  findSession();
+          }))
+{
+    findSession();
+}
+
+SessionLock::~SessionLock() = default;
+
+/// The session that this process belongs to; for one that the user's service manager has started, the session
+/// with the display. Asked for by name because signals come from the object of that name only.
+void SessionLock::findSession()
+{
+    question = bus.call({ .destination = service,
+                            .path = "/org/freedesktop/login1",
+                            .interface = "org.freedesktop.login1.Manager",
+                            .member = "GetSession",
+                            .arguments = [](BusWriter& arguments) { arguments.writeString("auto"); },
+                            .startsService = true },
+        [this](const BusAnswer& answer) { sessionFound(answer); });
+}
+
+void SessionLock::sessionFound(const BusAnswer& session)
+{
+    const auto path = session.values().readObjectPath();
+    if (session.isError() || path.empty())
+        return;
+    changes = bus.listen({ .sender = session.sender(),
+                             .path = path,
+                             .interface = propertiesInterface,
+                             .member = "PropertiesChanged",
+                             .firstValue = sessionInterface },
+        [this](BusReader values) {
+            values.skip("s");
+            locked = values.readBooleanOf(lockedHint).value_or(locked);
+        });
+    question = bus.call({ .destination = session.sender(),
+                            .path = path,
+                            .interface = propertiesInterface,
+                            .member = "Get",
+                            .arguments =
+                                [](BusWriter& arguments) {
+                                    arguments.writeString(sessionInterface);
+                                    arguments.writeString(lockedHint);
+                                } },
+        [this](const BusAnswer& answer) {
+            if (!answer.isError())
+                locked = answer.values().readBooleanInVariant().value_or(locked);
+        });
+}

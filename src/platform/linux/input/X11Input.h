@@ -1,0 +1,126 @@
+#pragma once
+
+#include "platform/EventTap.h"
+#include "platform/MenuBarItem.h"
+#include "platform/MouseMonitor.h"
+#include "platform/linux/Xcb.h"
+#include "platform/linux/input/HeldKeys.h"
+#include "platform/linux/input/KeyboardMap.h"
+#include "platform/linux/input/ServerTime.h"
+#include "platform/linux/process/EventLoop.h"
+#include "support/Lifetime.h"
+
+#include <bitset>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <optional>
+
+/// The key and mouse presses of an X11 session, read on a connection of its own to the X server, which sends
+/// them whichever program has the focus or a grab. One tap and one monitor at a time; while the tap runs, the
+/// monitor receives nothing. Touching a touch screen is no mouse press.
+class X11Input final
+    : private EventTap
+    , private MouseMonitor {
+public:
+    /// Connects to the display that the environment names. Without a server that can report presses, taps and
+    /// monitors are refused. When the server goes away later, all that it has sent is reported, then `lost`
+    /// is called, once and from the loop. Loop and clock must outlive it.
+    X11Input(EventLoop& loop, const Clock& clock, std::function<void()> lost = {});
+    X11Input(const X11Input&) = delete;
+    X11Input& operator=(const X11Input&) = delete;
+    ~X11Input() override;
+
+    enum class ButtonMove { Pressed, Released };
+
+    EventTap& eventTap() { return *this; }
+    MouseMonitor& mouseMonitor() { return *this; }
+
+    /// Calls at each press and release of a mouse button, the wheel left out, besides what is counted. One
+    /// function at a time; an empty one ends it, also from within the call. Meanwhile every press is told at
+    /// once.
+    void watchButtons(std::function<void(ButtonMove)> moved);
+
+    /// Whether there is a server, as far as has been noticed, whatever it can report.
+    bool hasServer() const { return !xcb_connection_has_error(connection.get()); }
+
+    /// How long presses may wait while somebody types; 0 for not at all. A quarter of a second unless it is
+    /// set, which whoever looks at a number beside the icon takes for at once.
+    void letPressesWait(std::chrono::milliseconds time);
+
+    /// Delivers all presses that the server has seen so far. Takes a second at most, when the server does not
+    /// answer.
+    void drain();
+
+    /// Where the pointer is, on the whole of the screens. Nothing when the server does not answer within a
+    /// tenth of a second. Presses that come meanwhile are delivered from the loop.
+    std::optional<ScreenPixel> pointer();
+
+private:
+    using Steady = EventLoop::Clock;
+
+    struct Tap {
+        std::function<void(const TapEvent&)> handler;
+        bool isRunning = false;
+    };
+    /// What becomes of key presses while the server owes its keyboard.
+    enum class UnknownKeyboard { Waits, IsAsKnownLast };
+
+    bool create(std::function<void(const TapEvent&)> handler) override;
+    void enable() override;
+
+    bool start(std::function<void(std::optional<Moment>)> handler) override;
+    void stop() override;
+
+    bool serverReportsPresses();
+    bool isConnected() const;
+    void select();
+    void askForTime();
+    void learnKeyboards();
+    void learnKeyboardsLater();
+    void watchReleases(std::uint16_t device);
+
+    void announced();
+    void fetchBurst();
+    void endBurst();
+
+    bool dispatch();
+    void dispatchLater();
+    bool receive();
+    XcbReply<void> await(unsigned int request, Steady::time_point deadline);
+    void handleReceived(UnknownKeyboard unknown = UnknownKeyboard::Waits);
+    void handle(const xcb_generic_event_t& event);
+    bool isKeyPress(const xcb_generic_event_t& event) const;
+    bool isInput(const xcb_generic_event_t& event) const;
+    void hearTime(const xcb_generic_event_t& event);
+    Moment momentOf(std::uint32_t serverTime) const;
+    void deliver(const TapEvent& event);
+    void tellOfButton(ButtonMove move);
+    void noticeLoss();
+
+    EventLoop& loop;
+    const Clock& clock;
+    std::function<void()> lost;
+    XcbConnection connection;
+    std::uint8_t inputExtension = 0;
+    KeyboardMap keyboard;
+    /// There while the server is.
+    std::optional<DescriptorWatch> socket;
+    std::chrono::milliseconds burstInterval { 250 };
+    /// Runs while the presses of a burst are fetched now and then and the socket is not listened to.
+    LoopTimer burst;
+    std::optional<Steady::time_point> lastAnnounced;
+    HeldKeys heldKeys;
+    std::bitset<256> knownKeyboards;
+    bool willLearnKeyboards = false;
+    ServerTime serverTime;
+    std::optional<Steady::time_point> timeAsked;
+    /// Its changes come with the server's time. Never shown.
+    xcb_window_t timeWindow = XCB_WINDOW_NONE;
+    std::optional<Tap> tap;
+    std::function<void(std::optional<Moment>)> monitor;
+    std::function<void(ButtonMove)> buttonMoved;
+    /// What is still to be handled, unread.
+    std::deque<XcbReply<xcb_generic_event_t>> received;
+    Lifetime lifetime;
+};

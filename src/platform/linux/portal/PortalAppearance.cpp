@@ -1,0 +1,129 @@
+#include "platform/linux/portal/PortalAppearance.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <utility>
+
+namespace {
+
+const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
+
+const QString sharedGroup = QStringLiteral("org.freedesktop.appearance");
+const QString gnomeGroup = QStringLiteral("org.gnome.desktop.interface");
+const QString plasmaGroup = QStringLiteral("org.kde.kdeglobals.KDE");
+
+/// "a{sa{sv}}"
+using SettingGroups = QMap<QString, QVariantMap>;
+
+/// Some portals wrap a value once more.
+QVariant unwrapped(QVariant value)
+{
+    while (value.canConvert<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    return value;
+}
+
+}
+
+PortalAppearance::PortalAppearance(const QDBusConnection& bus)
+    : bus(bus)
+    , portal(portalService, bus, QDBusServiceWatcher::WatchForRegistration)
+{
+    if (!bus.isConnected())
+        return;
+    qDBusRegisterMetaType<SettingGroups>();
+    // QtDBus knows the type, but it looks up the arguments of a slot by their names, and connects to nothing
+    // when it finds none.
+    qRegisterMetaType<QDBusVariant>();
+    this->bus.connect(portalService, portalPath, settingsInterface, "SettingChanged", this,
+        SLOT(settingChanged(QString, QString, QDBusVariant)));
+    // At login the portal may come after this program.
+    connect(&portal, &QDBusServiceWatcher::serviceRegistered, this, &PortalAppearance::read);
+    read();
+}
+
+void PortalAppearance::awaitAnswer(std::chrono::milliseconds patience)
+{
+    if (hasAnswered || !bus.isConnected())
+        return;
+    QEventLoop loop;
+    connect(this, &PortalAppearance::answerCame, &loop, &QEventLoop::quit);
+    QTimer::singleShot(patience, &loop, &QEventLoop::quit);
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
+}
+
+Motion PortalAppearance::motion() const
+{
+    const bool isReduced
+        = current.reducesMotion || current.switchesAnimationsOff || current.cutsAnimationsToNothing;
+    return isReduced ? Motion::Reduced : Motion::Full;
+}
+
+Observers::Subscription PortalAppearance::observe(std::function<void()> changed)
+{
+    return observers.add(std::move(changed));
+}
+
+void PortalAppearance::settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
+{
+    Wishes wishes = current;
+    apply(wishes, group, key, value.variant());
+    become(wishes);
+}
+
+void PortalAppearance::read()
+{
+    auto call = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface, "ReadAll");
+    call << QStringList { sharedGroup, gnomeGroup, plasmaGroup };
+    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, &PortalAppearance::answered);
+}
+
+void PortalAppearance::answered(QDBusPendingCallWatcher* call)
+{
+    call->deleteLater();
+    hasAnswered = true;
+    emit answerCame();
+    const QDBusPendingReply<SettingGroups> reply = *call;
+    if (reply.isError())
+        return;
+    Wishes wishes;
+    const SettingGroups groups = reply.value();
+    for (auto group = groups.begin(); group != groups.end(); ++group) {
+        for (auto setting = group->begin(); setting != group->end(); ++setting)
+            apply(wishes, group.key(), setting.key(), setting.value());
+    }
+    become(wishes);
+}
+
+void PortalAppearance::apply(
+    Wishes& wishes, const QString& group, const QString& key, const QVariant& wrapped)
+{
+    const QVariant value = unwrapped(wrapped);
+    if (group == sharedGroup && key == "color-scheme") {
+        wishes.colorScheme = value.toUInt() == 1 ? ColorScheme::Dark : ColorScheme::Light;
+    } else if (group == sharedGroup && key == "reduced-motion") {
+        wishes.reducesMotion = value.toUInt() == 1;
+    } else if (group == gnomeGroup && key == "enable-animations") {
+        wishes.switchesAnimationsOff = !value.toBool();
+    } else if (group == plasmaGroup && key == "AnimationDurationFactor") {
+        bool isNumber = false;
+        const double factor = value.toDouble(&isNumber);
+        wishes.cutsAnimationsToNothing = isNumber && factor <= 0;
+    }
+}
+
+void PortalAppearance::become(const Wishes& wishes)
+{
+    if (std::exchange(current, wishes) == wishes)
+        return;
+    observers.notify();
+}

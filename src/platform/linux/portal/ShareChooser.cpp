@@ -1,0 +1,111 @@
+#include "platform/linux/portal/ShareChooser.h"
+
+#include "platform/linux/portal/PictureApplications.h"
+#include "platform/linux/portal/PortalRequest.h"
+#include "platform/linux/process/BaseFolders.h"
+#include "platform/linux/process/Child.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QDBusUnixFileDescriptor>
+#include <QFile>
+#include <QIcon>
+#include <QMenu>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <tuple>
+
+namespace {
+
+void start(const QStringList& command)
+{
+    Command encoded;
+    for (const auto& argument : command)
+        encoded.push_back(QFile::encodeName(argument).toStdString());
+    // A program that does not start is nothing that anybody is told of.
+    std::ignore = startDetached(encoded, ChildStreams::Nowhere);
+}
+
+/// Where the user looks: at the pointer, or in the middle of the window that has the keyboard.
+QPoint placeForMenu()
+{
+    const auto pointer = QCursor::pos();
+    const auto* window = QApplication::activeWindow();
+    if (!window || window->frameGeometry().contains(pointer))
+        return pointer;
+    return window->frameGeometry().center();
+}
+
+}
+
+ShareChooser::ShareChooser(const QDBusConnection& bus)
+    : bus(bus)
+{
+}
+
+ShareChooser::~ShareChooser() = default;
+
+void ShareChooser::share(std::string_view png, const std::string& title)
+{
+    if (const auto file = write(png, title))
+        askPortal(*file);
+}
+
+std::optional<ShareChooser::SharedFile> ShareChooser::write(std::string_view png, const std::string& title)
+{
+    const auto runtime = QFile::decodeName(runtimeFolder().value_or("/tmp").c_str());
+    SharedFile shared { std::make_shared<QTemporaryDir>(runtime + "/knucklet-XXXXXX"), {} };
+    if (!shared.folder->isValid())
+        return {};
+    shared.path = shared.folder->filePath(QString::fromStdString(title) + ".png");
+    QFile file(shared.path);
+    const auto size = static_cast<qint64>(png.size());
+    const bool isWritten = file.open(QFile::WriteOnly | QFile::NewOnly, QFile::ReadOwner | QFile::WriteOwner)
+        && file.write(png.data(), size) == size && file.flush();
+    return isWritten ? std::optional(shared) : std::nullopt;
+}
+
+void ShareChooser::askPortal(const SharedFile& shared)
+{
+    QFile file(shared.path);
+    if (!file.open(QFile::ReadOnly))
+        return;
+    PortalRequest::send(bus,
+        {
+            .interface = "OpenURI",
+            .method = "OpenFile",
+            .arguments = { QString(), QVariant::fromValue(QDBusUnixFileDescriptor(file.handle())) },
+            .options = { { "ask", true } },
+            .done = [this, shared](const QVariantMap&) { keep(shared); },
+            .unavailable = [this, shared] { openMenu(shared); },
+        });
+}
+
+void ShareChooser::openMenu(const SharedFile& file)
+{
+    auto* menu = new QMenu;
+    // The file goes with the last of its commands, unless one of them was chosen.
+    QObject::connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
+    for (const auto& application : pictureApplications())
+        addCommand(
+            *menu, application.iconName, application.name, file, commandToOpen(file.path, application));
+    menu->addSeparator();
+    if (const auto mailer = QStandardPaths::findExecutable("xdg-email"); !mailer.isEmpty())
+        addCommand(*menu, "mail-message-new", tr("E-mail…"), file, { mailer, "--attach", file.path });
+    if (menu->isEmpty())
+        menu->addAction(tr("No application opens pictures"))->setEnabled(false);
+    menu->popup(placeForMenu());
+}
+
+void ShareChooser::addCommand(QMenu& menu, const QString& iconName, const QString& title,
+    const SharedFile& file, const QStringList& command)
+{
+    const auto* action = menu.addAction(QIcon::fromTheme(iconName), title);
+    QObject::connect(action, &QAction::triggered, action, [this, file, command] {
+        keep(file);
+        start(command);
+    });
+}
+
+void ShareChooser::keep(const SharedFile& file) { handedOn.push_back(file.folder); }

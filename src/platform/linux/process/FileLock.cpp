@@ -1,0 +1,186 @@
+#include "platform/linux/process/FileLock.h"
+
+#include "support/AtomicFile.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <tuple>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Asks again and again, because a wait for a lock in the kernel has no limit.
+LockResult retry(const std::function<LockResult()>& attempt, std::chrono::milliseconds patience)
+{
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    for (;;) {
+        const auto result = attempt();
+        if (result != LockResult::HeldByAnother || std::chrono::steady_clock::now() >= deadline)
+            return result;
+        std::this_thread::sleep_for(10ms);
+    }
+}
+
+LockResult tryToLock(int file)
+{
+    if (flock(file, LOCK_EX | LOCK_NB) == 0)
+        return LockResult::Taken;
+    if (errno == EWOULDBLOCK || errno == EINTR)
+        return LockResult::HeldByAnother;
+    // Some file systems know this kind only. Like the other, it belongs to the descriptor.
+    struct flock whole { };
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    if (fcntl(file, F_OFD_SETLK, &whole) == 0)
+        return LockResult::Taken;
+    const bool isHeld = errno == EAGAIN || errno == EACCES || errno == EINTR;
+    return isHeld ? LockResult::HeldByAnother : LockResult::Impossible;
+}
+
+/// Who has a place: a process of a machine.
+struct Owner {
+    std::string machine;
+    /// Changes each time that the machine starts.
+    std::string boot;
+    /// What the process's number counts in. A container has its own.
+    std::string numbers;
+    long process = 0;
+    /// When it was started, since numbers are used again.
+    std::string start;
+
+    bool operator==(const Owner&) const = default;
+};
+
+std::string firstLine(const std::string& file)
+{
+    std::string line;
+    std::getline(std::ifstream(file), line);
+    return line;
+}
+
+/// When a process of this machine was started; empty when it is gone.
+std::string startOf(long process)
+{
+    const auto status = firstLine("/proc/" + std::to_string(process) + "/stat");
+    // Its name, which may hold anything, is within brackets.
+    std::istringstream behindName(status.substr(std::min(status.size(), status.rfind(')') + 1)));
+    std::string word;
+    behindName >> word;
+    // One that nobody has been told of yet.
+    if (word == "Z")
+        return {};
+    constexpr int further = 19;
+    for (int i = 0; i < further; ++i)
+        behindName >> word;
+    return word;
+}
+
+Owner thisProcess()
+{
+    utsname machine {};
+    uname(&machine);
+    std::error_code unknown;
+    return { .machine = machine.nodename,
+        .boot = firstLine("/proc/sys/kernel/random/boot_id"),
+        .numbers = std::filesystem::read_symlink("/proc/self/ns/pid", unknown).string(),
+        .process = getpid(),
+        .start = startOf(getpid()) };
+}
+
+std::string textOf(const Owner& owner)
+{
+    return owner.machine + ' ' + owner.boot + ' ' + owner.numbers + ' ' + std::to_string(owner.process) + ' '
+        + owner.start + '\n';
+}
+
+/// Nothing when the file names nobody, as while it is being written.
+std::optional<Owner> ownerIn(const std::filesystem::path& file)
+{
+    Owner owner;
+    std::istringstream words(readFile(file).value_or(""));
+    words >> owner.machine >> owner.boot >> owner.numbers >> owner.process >> owner.start;
+    return words ? std::optional(owner) : std::nullopt;
+}
+
+/// What a process of another machine, or of another container, does cannot be known from here.
+bool isGone(const Owner& owner)
+{
+    const auto here = thisProcess();
+    if (owner.machine != here.machine)
+        return false;
+    if (owner.boot != here.boot)
+        return true;
+    return owner.numbers == here.numbers && startOf(owner.process) != owner.start;
+}
+
+bool makeOwnerFile(const std::filesystem::path& file)
+{
+    const FileDescriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    const auto text = textOf(thisProcess());
+    return made.isOpen() && write(made.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+/// The place of somebody who is gone. Of several who see that, the last one to write has it.
+bool takeOver(const std::filesystem::path& file)
+{
+    constexpr auto untilAllHaveWritten = 100ms;
+    if (!replaceFile(file, textOf(thisProcess())))
+        return false;
+    std::this_thread::sleep_for(untilAllHaveWritten);
+    return ownerIn(file) == thisProcess();
+}
+
+}
+
+LockResult lockFile(const FileDescriptor& file, std::chrono::milliseconds patience)
+{
+    return retry([&] { return tryToLock(file.get()); }, patience);
+}
+
+FileLock::~FileLock()
+{
+    if (ownerFile && ownerIn(*ownerFile) == thisProcess())
+        unlink(ownerFile->c_str());
+}
+
+LockResult FileLock::take(const std::filesystem::path& file, std::chrono::milliseconds patience)
+{
+    lock = FileDescriptor(
+        open(file.c_str(), O_RDWR | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    const auto result = lockFile(lock, patience);
+    if (result != LockResult::Impossible || !lock.isOpen())
+        return result;
+    return takeOwnerFile(file.string() + ".owner", patience);
+}
+
+LockResult FileLock::takeOwnerFile(const std::filesystem::path& file, std::chrono::milliseconds patience)
+{
+    auto result = retry(
+        [&] {
+            if (makeOwnerFile(file))
+                return LockResult::Taken;
+            if (errno != EEXIST)
+                return LockResult::Impossible;
+            const auto owner = ownerIn(file);
+            return owner && isGone(*owner) && takeOver(file) ? LockResult::Taken : LockResult::HeldByAnother;
+        },
+        patience);
+    // A crash has left it behind that came before the name.
+    if (result == LockResult::HeldByAnother && !ownerIn(file) && takeOver(file))
+        result = LockResult::Taken;
+    if (result == LockResult::Taken)
+        ownerFile = file;
+    return result;
+}

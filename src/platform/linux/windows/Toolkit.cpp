@@ -1,0 +1,111 @@
+#include "platform/linux/windows/Toolkit.h"
+
+#include "platform/linux/Xcb.h"
+#include "platform/linux/process/OwnProcess.h"
+#include "platform/linux/process/Session.h"
+
+#include <QWindow>
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+namespace {
+
+constexpr const char* toolkitPlatform = "QT_QPA_PLATFORM";
+
+// What messages are told to, which come without an argument.
+OwnProcess* processOfMessages = nullptr;
+
+/// The program says nothing, and neither does the toolkit in its name.
+void handleMessage(QtMsgType type, const QMessageLogContext&, const QString&)
+{
+    if (type != QtFatalMsg)
+        return;
+    // Such as a display that goes away while it is being opened. A core file would help nobody.
+    if (processOfMessages)
+        processOfMessages->willTerminate();
+    std::_Exit(EXIT_FAILURE);
+}
+
+/// Hears of all windows that come and go.
+class ShownWindows final : public QObject {
+public:
+    explicit ShownWindows(std::function<void(bool)> changed)
+        : changed(std::move(changed))
+    {
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if ((event->type() == QEvent::Show || event->type() == QEvent::Hide) && watched->isWindowType())
+            update();
+        return false;
+    }
+
+private:
+    void update()
+    {
+        const auto windows = QGuiApplication::topLevelWindows();
+        const bool areShown
+            = std::ranges::any_of(windows, [](const auto* window) { return window->isVisible(); });
+        if (std::exchange(wereShown, areShown) != areShown)
+            changed(areShown);
+    }
+
+    std::function<void(bool)> changed;
+    bool wereShown = false;
+};
+
+bool hasXServer()
+{
+    const XcbConnection connection(xcb_connect(nullptr, nullptr));
+    return !xcb_connection_has_error(connection.get());
+}
+
+}
+
+bool hasDisplay()
+{
+    // Who names the toolkit's platform knows what there is.
+    return qEnvironmentVariableIsSet(toolkitPlatform) || qEnvironmentVariableIsSet("WAYLAND_DISPLAY")
+        || hasXServer();
+}
+
+Toolkit::Toolkit(OwnProcess& process, std::function<void(bool)> windowsShown)
+    : shownWindows(std::make_unique<ShownWindows>(std::move(windowsShown)))
+{
+    processOfMessages = &process;
+    qInstallMessageHandler(handleMessage);
+
+    // A Wayland session places windows as it likes; its X server, where it has one, lets the panel stand
+    // beside its icon.
+    const bool prefersXServer = isWaylandSession() && qEnvironmentVariableIsSet("DISPLAY")
+        && !qEnvironmentVariableIsSet(toolkitPlatform);
+    if (prefersXServer)
+        qputenv(toolkitPlatform, "xcb;wayland");
+    // All that the program shows it draws itself. On a desktop that is built with GTK its theme would load
+    // that toolkit as well: measured with Qt 6.4, 13 MB more in memory and 26 ms more of processor time, with
+    // the same picture. Plasma's brings 24 MB.
+    if (qgetenv("XDG_CURRENT_DESKTOP") != "KDE")
+        QGuiApplication::setDesktopSettingsAware(false);
+
+    // The toolkit takes options of its own, and keeps what it is given.
+    static int count = 1;
+    static char name[] = "knucklet";
+    static char* arguments[] { name, nullptr };
+    application.emplace(count, arguments);
+    // The choice is made, and not one for the programs that this one starts.
+    if (prefersXServer)
+        qunsetenv(toolkitPlatform);
+
+    QApplication::setApplicationName("Knucklet");
+    QApplication::setApplicationVersion(KNUCKLET_VERSION);
+    QApplication::setDesktopFileName("org.knucklet.Knucklet");
+    // A program of the menu bar outlives its windows.
+    QApplication::setQuitOnLastWindowClosed(false);
+    application->installEventFilter(shownWindows.get());
+}
+
+Toolkit::~Toolkit() { processOfMessages = nullptr; }

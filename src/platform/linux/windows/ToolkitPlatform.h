@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/WindowPlatform.h"
+#include "platform/linux/portal/PortalAppearance.h"
+#include "platform/linux/portal/SaveDialog.h"
+#include "platform/linux/portal/ShareChooser.h"
+#include "platform/linux/windows/Clipboard.h"
+#include "platform/linux/windows/ServedLoop.h"
+#include "platform/linux/windows/Toolkit.h"
+#include "platform/linux/windows/ToolkitEnd.h"
+#include "platform/linux/windows/X11Activation.h"
+#include "platform/linux/windows/X11PanelHost.h"
+
+#include <optional>
+
+class ResidentPlatform;
+
+/// What the program needs for its windows, with the toolkit.
+class ToolkitPlatform final : public WindowPlatform {
+public:
+    /// The resident platform must outlive this one.
+    explicit ToolkitPlatform(ResidentPlatform& resident);
+    ~ToolkitPlatform() override;
+
+    Appearance& appearance() override { return portalSettings; }
+    PanelHost& panelHost() override { return panel; }
+    Pasteboard& pasteboard() override { return clipboard; }
+    SavePanel& savePanel() override { return saveDialog; }
+    ShareSheet& shareSheet() override { return shareChooser; }
+    WindowActivation& windowActivation() override { return activation; }
+
+private:
+    Toolkit toolkit;
+    ToolkitEnd end;
+    PortalAppearance portalSettings;
+    X11PanelHost panel;
+    Clipboard clipboard;
+    SaveDialog saveDialog;
+    ShareChooser shareChooser;
+    X11Activation activation;
+    std::optional<ServedLoop> served;
+};

@@ -1,0 +1,139 @@
+#include "platform/linux/windows/X11PanelHost.h"
+
+#include "platform/linux/input/X11Input.h"
+#include "platform/linux/windows/X11Windows.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QtMath>
+
+#include <utility>
+
+namespace {
+
+/// How long after the release of a button a bar may take to report the click, in milliseconds. Measured:
+/// Xfce, Plasma and LXQt report it at once; a busy machine may be slower.
+constexpr qint64 clickDelay = 250;
+
+/// Nothing when the pixel lies outside every screen.
+std::optional<ScreenPoint> logicalPoint(QPoint physical)
+{
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        // Screens keep their place when they are scaled; only their extent shrinks.
+        const QPoint origin = screen->geometry().topLeft();
+        const qreal ratio = screen->devicePixelRatio();
+        if (!QRect(origin, (QSizeF(screen->geometry().size()) * ratio).toSize()).contains(physical))
+            continue;
+        const QPoint logical = origin + (QPointF(physical - origin) / ratio).toPoint();
+        return ScreenPoint { logical.x(), logical.y() };
+    }
+    return {};
+}
+
+ScreenPoint topRight()
+{
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return {};
+    const QPoint corner = screen->availableGeometry().topRight();
+    return { corner.x(), corner.y() };
+}
+
+}
+
+X11PanelHost::X11PanelHost(X11Input& input)
+    : input(input)
+{
+}
+
+ScreenPoint X11PanelHost::pointAt(std::optional<ScreenPixel> pixel)
+{
+    if (pixel) {
+        if (const auto point = logicalPoint({ pixel->x, pixel->y }))
+            lastPlace = point;
+    }
+    return lastPlace.value_or(topRight());
+}
+
+ScreenArea X11PanelHost::workArea(ScreenPoint place) const
+{
+    const auto* screen = QGuiApplication::screenAt({ place.x, place.y });
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    const QRect points = screen->geometry();
+    // Screens keep their origin when they are scaled; only their extent shrinks.
+    const qreal scale = screen->devicePixelRatio();
+    const QRect pixels(points.topLeft(), (QSizeF(points.size()) * scale).toSize());
+    const QRect free = withoutBars(pixels);
+    // Points that fall between two pixels go to the pixel after, and none under a bar.
+    const auto pointAfter
+        = [scale](int pixel, int origin) { return origin + qCeil((pixel - origin - 0.5) / scale); };
+    const auto pointBefore
+        = [scale](int pixel, int origin) { return origin + qFloor((pixel - origin) / scale); };
+    const int left = pointAfter(free.left(), points.left());
+    const int top = pointAfter(free.top(), points.top());
+    const int right = pointBefore(free.left() + free.width(), points.left());
+    const int bottom = pointBefore(free.top() + free.height(), points.top());
+    QRect area(left, top, right - left, bottom - top);
+    // Bars that only the toolkit knows. Among several screens it takes those of one from all.
+    if (QGuiApplication::screens().size() == 1)
+        area &= screen->availableGeometry();
+    return { area.x(), area.y(), area.width(), area.height() };
+}
+
+void X11PanelHost::prepare(NativeWindow panel) { keepAboveAndOutOfLists(panel); }
+
+void X11PanelHost::watchPressesOutside(std::function<void()> pressed)
+{
+    // Presses from before the panel was there, such as that on the icon, are none outside it.
+    input.drain();
+    pressedOutside = std::move(pressed);
+    input.watchButtons([this](X11Input::ButtonMove move) {
+        if (move == X11Input::ButtonMove::Pressed)
+            buttonPressed();
+        else
+            buttonReleased();
+    });
+}
+
+void X11PanelHost::stopWatching()
+{
+    // The panel may have closed because the press gave the focus to another window. That press is on its way
+    // here.
+    if (pressedOutside)
+        input.drain();
+    pressedOutside = nullptr;
+    if (!isPressHeld)
+        input.watchButtons({});
+}
+
+bool X11PanelHost::isClickSpent() const
+{
+    // The bus may be faster than the server: the click's own press must have been heard of.
+    input.drain();
+    return isPressHeld || (sinceRelease.isValid() && !sinceRelease.hasExpired(clickDelay));
+}
+
+void X11PanelHost::buttonPressed()
+{
+    // What a bar reports from now on is a click of this press.
+    isPressHeld = false;
+    sinceRelease.invalidate();
+    if (!pressedOutside) {
+        input.watchButtons({});
+        return;
+    }
+    if (isPointerOverOwnWindow())
+        return;
+    isPressHeld = true;
+    // Closing the panel ends the watch, and with it this function.
+    std::exchange(pressedOutside, nullptr)();
+}
+
+void X11PanelHost::buttonReleased()
+{
+    // The watch goes on: only another press tells apart a click that the bar is slow to report from a new
+    // one.
+    if (std::exchange(isPressHeld, false))
+        sinceRelease.start();
+}

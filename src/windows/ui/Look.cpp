@@ -1,0 +1,166 @@
+#include "windows/ui/Look.h"
+
+#include "windows/ui/Shapes.h"
+
+#include <QApplication>
+#include <QFontDatabase>
+#include <QPainter>
+#include <QPalette>
+#include <QProxyStyle>
+#include <QResource>
+#include <QStyleOption>
+#include <QToolTip>
+
+namespace {
+
+/// The style that Qt brings along, so that nothing of the desktop's is loaded; what the program draws itself
+/// asks it whether to move.
+class Style final : public QProxyStyle {
+public:
+    explicit Style(Motion motion)
+        : QProxyStyle("fusion")
+        , motion(motion)
+    {
+    }
+
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+        QStyleHintReturn* data) const override
+    {
+        if (hint == SH_Widget_Animation_Duration && motion == Motion::Reduced)
+            return 0;
+        return QProxyStyle::styleHint(hint, option, widget, data);
+    }
+
+    // The style's own tooltips have a black frame and no room around their text.
+    int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override
+    {
+        return metric == PM_ToolTipLabelFrameWidth ? 5 : QProxyStyle::pixelMetric(metric, option, widget);
+    }
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+        const QWidget* widget) const override
+    {
+        if (element != PE_PanelTipLabel) {
+            QProxyStyle::drawPrimitive(element, option, painter, widget);
+            return;
+        }
+        painter->fillRect(option->rect, option->palette.color(QPalette::ToolTipBase));
+        drawOutline(*painter, option->rect, option->palette.color(QPalette::Mid));
+    }
+
+    const Motion motion;
+};
+
+struct Colors {
+    QColor window;
+    QColor text;
+    /// The face of a button.
+    QColor button;
+    QColor pressedButton;
+    /// Around buttons and boxes.
+    QColor border;
+    /// The face of a box or a field.
+    QColor base;
+    QColor toolTip;
+};
+
+constexpr QColor gray(int level, int alpha = 255) { return { level, level, level, alpha }; }
+
+Colors colors(ColorScheme scheme)
+{
+    if (scheme == ColorScheme::Dark) {
+        return {
+            .window = { 40, 40, 43 },
+            .text = gray(245),
+            .button = gray(255, 38),
+            .pressedButton = gray(255, 70),
+            .border = gray(255, 64),
+            .base = gray(255, 26),
+            .toolTip = { 58, 58, 61 },
+        };
+    }
+    return {
+        .window = { 246, 246, 247 },
+        .text = { 28, 28, 30 },
+        .button = gray(255),
+        .pressedButton = gray(225),
+        .border = gray(0, 64),
+        .base = gray(255),
+        .toolTip = gray(255),
+    };
+}
+
+/// The color in which the desktop marks what is chosen, as Qt found it before it was given colors of ours.
+QColor desktopAccent()
+{
+    static const auto accent = QApplication::palette().color(QPalette::Highlight);
+    return accent;
+}
+
+QPalette palette(ColorScheme scheme)
+{
+    const auto accent = desktopAccent();
+    const auto [window, text, button, pressedButton, border, base, toolTip] = colors(scheme);
+
+    QPalette palette;
+    palette.setColor(QPalette::Window, window);
+    palette.setColor(QPalette::WindowText, text);
+    palette.setColor(QPalette::Text, text);
+    palette.setColor(QPalette::ButtonText, text);
+    palette.setColor(QPalette::Button, button);
+    palette.setColor(QPalette::Midlight, pressedButton);
+    palette.setColor(QPalette::Mid, border);
+    palette.setColor(QPalette::Base, base);
+    palette.setColor(QPalette::ToolTipBase, toolTip);
+    palette.setColor(QPalette::ToolTipText, text);
+    palette.setColor(QPalette::Highlight, accent);
+    palette.setColor(QPalette::HighlightedText, accent.lightnessF() > 0.7 ? Qt::black : Qt::white);
+    return palette;
+}
+
+}
+
+void loadFonts()
+{
+    for (const auto* name : { "400Regular", "500Medium", "600SemiBold", "700Bold" }) {
+        const QResource file(QString(":/fonts/SNPro_%1.ttf").arg(name));
+        // The data are part of the program's own file: used in place, they cost no memory of their own.
+        QFontDatabase::addApplicationFontFromData(
+            QByteArray::fromRawData(reinterpret_cast<const char*>(file.data()), file.size()));
+    }
+    QApplication::setFont(font(13));
+}
+
+void applyLook(ColorScheme scheme, Motion motion)
+{
+    const auto colors = palette(scheme);
+    const auto* style = dynamic_cast<const Style*>(QApplication::style());
+    if (!style || style->motion != motion)
+        QApplication::setStyle(new Style(motion));
+    QApplication::setPalette(colors);
+    QToolTip::setPalette(colors);
+    QToolTip::setFont(font(11));
+}
+
+QFont font(int size, QFont::Weight weight)
+{
+    QFont font;
+    font.setFamilies({ "SN Pro", "Noto Sans", "sans-serif" });
+    font.setPixelSize(size);
+    font.setWeight(weight);
+    // Letters keep their shape and their distances at every scale.
+    font.setHintingPreference(QFont::PreferNoHinting);
+    return font;
+}
+
+QColor resolved(const ThemeColor& color, const QColor& primary)
+{
+    auto result = primary;
+    const bool isDark = primary.lightnessF() > 0.5;
+    if (const auto& rgb = isDark && color.darkComponents ? color.darkComponents : color.components) {
+        result = QColor::fromRgbF(
+            static_cast<float>(rgb->red), static_cast<float>(rgb->green), static_cast<float>(rgb->blue));
+    }
+    result.setAlphaF(result.alphaF() * static_cast<float>(color.opacity));
+    return result;
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/Appearance.h"
+#include "windows/Theme.h"
+
+#include <QColor>
+#include <QFont>
+
+/// Gives the application the fonts that the program brings along. Once, before the first view.
+void loadFonts();
+
+/// Gives the application its widget style and its colors, which are the same on every desktop but for the
+/// desktop's own accent. May be called again at any time; what is shown follows.
+void applyLook(ColorScheme scheme, Motion motion);
+
+/// The program's font; the size is in device-independent pixels.
+QFont font(int size, QFont::Weight weight = QFont::Normal);
+
+QColor resolved(const ThemeColor& color, const QColor& primary);

@@ -1,0 +1,415 @@
+#include "app/KnuckletApp.h"
+
+#include "platform/fake/FakePlatform.h"
+#include "support/Patience.h"
+#include "support/TestArea.h"
+#include "windows/PanelWindow.h"
+#include "windows/ProgramWindows.h"
+
+#include <QAbstractButton>
+#include <QAbstractSlider>
+#include <QApplication>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+
+using namespace std::chrono;
+
+namespace {
+
+/// The application on the fake platform, with the permission and some counts of today.
+struct FakeApp {
+    explicit FakeApp(const QByteArray& stats = {}, bool showsCounts = false)
+        : platform(folder.path().toStdString(), sys_days(2026y / 11 / 15) + 12h)
+    {
+        platform.grantAccess();
+        platform.storeSetting("hasCompletedOnboarding", true);
+        platform.storeSetting("showCountsInMenuBar", showsCounts);
+        if (!stats.isEmpty()) {
+            QDir(folder.path()).mkpath("Knucklet");
+            QFile file(folder.filePath("Knucklet/stats.json"));
+            QVERIFY(file.open(QFile::WriteOnly));
+            file.write(stats);
+        }
+    }
+
+    KnuckletApp::MakeWindows windows()
+    {
+        return [this](AppState& state) {
+            ++windowsMade;
+            return std::make_unique<ProgramWindows>(platform, platform, state);
+        };
+    }
+
+    std::string label() const { return platform.menuBarLabel().value_or(MenuBarLabel {}).text; }
+    std::string toolTip() const { return platform.menuBarLabel().value_or(MenuBarLabel {}).toolTip; }
+
+    QTemporaryDir folder;
+    FakePlatform platform;
+    int windowsMade = 0;
+};
+
+/// The panel, while it is open.
+QWidget* openPanel()
+{
+    for (auto* window : QApplication::topLevelWidgets()) {
+        if (window->windowTitle() == "Knucklet" && window->isVisible())
+            return window;
+    }
+    return nullptr;
+}
+
+/// The button or check box with that text in whatever window is open.
+QAbstractButton* button(const QString& text)
+{
+    for (auto* window : QApplication::topLevelWidgets()) {
+        for (auto* button : window->findChildren<QAbstractButton*>()) {
+            if (button->text() == text && button->isVisible())
+                return button;
+        }
+    }
+    return nullptr;
+}
+
+}
+
+class KnuckletAppTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void theIconStandsAloneUnlessTheCountsAreWanted();
+    void theCountsStandBesideTheIconInShortForm();
+    void theCountsComeAndGoWithTheCheckBoxAndAreBackAfterARestart();
+    void theToolTipAlwaysHasTheCounts();
+    void aBurstOfPressesUpdatesTheLabelOnce();
+    void noWindowIsMadeBeforeOneOpens();
+    void whereNoWindowCanBeMadeTheProgramCountsAllTheSame();
+    void theMenuOpensTheAssistant();
+    void thePanelOpensTheAssistant();
+    void theAssistantsCheckBoxPutsTheCountsIntoTheMenuBarAtOnce();
+    void theMenuQuits();
+    void anotherStartOpensThePanelAndLeavesItOpen();
+    void withoutAMenuBarAnotherStartOpensAWindowThatStays();
+    void theWindowIsThePanelAgainWhenThereIsAMenuBar();
+    void thePanelStandsOnABarAtTheBottomWhateverItsHeight();
+    void onALowScreenThePanelScrolls();
+    void aWindowOpensBesideItsPlaceWithinTheWorkArea_data();
+    void aWindowOpensBesideItsPlaceWithinTheWorkArea();
+};
+
+void KnuckletAppTest::initTestCase()
+{
+    qputenv("TZ", "UTC");
+    qputenv("LC_ALL", "C.UTF-8");
+    tzset();
+}
+
+void KnuckletAppTest::theIconStandsAloneUnlessTheCountsAreWanted()
+{
+    FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})");
+
+    const KnuckletApp app(fake.platform, fake.windows());
+
+    QCOMPARE(fake.label(), std::string());
+}
+
+void KnuckletAppTest::theCountsStandBesideTheIconInShortForm()
+{
+    FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})", true);
+
+    const KnuckletApp app(fake.platform, fake.windows());
+
+    QCOMPARE(fake.label(), std::string("1.2k · 56"));
+}
+
+void KnuckletAppTest::theCountsComeAndGoWithTheCheckBoxAndAreBackAfterARestart()
+{
+    FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})");
+    {
+        const KnuckletApp app(fake.platform, fake.windows());
+        fake.platform.clickMenuBarItem({ 400, 10 });
+        auto* box = button("Show counts in menu bar");
+
+        QTest::mouseClick(box, Qt::LeftButton);
+        fake.platform.runDeferred();
+        QCOMPARE(fake.label(), std::string("1.2k · 56"));
+
+        QTest::mouseClick(box, Qt::LeftButton);
+        fake.platform.runDeferred();
+        QCOMPARE(fake.label(), std::string());
+
+        QTest::mouseClick(box, Qt::LeftButton);
+    }
+
+    const KnuckletApp secondRun(fake.platform, fake.windows());
+
+    QCOMPARE(fake.label(), std::string("1.2k · 56"));
+}
+
+void KnuckletAppTest::theToolTipAlwaysHasTheCounts()
+{
+    FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})");
+
+    const KnuckletApp app(fake.platform, fake.windows());
+    fake.platform.click();
+    fake.platform.runDeferred();
+
+    QCOMPARE(fake.toolTip(), std::string("1.2k keys · 57 clicks"));
+}
+
+void KnuckletAppTest::aBurstOfPressesUpdatesTheLabelOnce()
+{
+    FakeApp fake({}, true);
+    const KnuckletApp app(fake.platform, fake.windows());
+    fake.platform.calls.clear();
+
+    for (int i = 0; i < 1000; ++i)
+        fake.platform.press();
+    QCOMPARE(fake.label(), std::string("0 · 0"));
+    fake.platform.runDeferred();
+
+    QCOMPARE(fake.label(), std::string("1.0k · 0"));
+    QCOMPARE(std::ranges::count(fake.platform.calls, "call later"), 1);
+    QCOMPARE(std::ranges::count(fake.platform.calls, "set label"), 1);
+}
+
+void KnuckletAppTest::noWindowIsMadeBeforeOneOpens()
+{
+    FakeApp fake({}, true);
+    const KnuckletApp app(fake.platform, fake.windows());
+
+    fake.platform.press();
+    fake.platform.runDeferred();
+    fake.platform.advance(20s);
+    QCOMPARE(fake.windowsMade, 0);
+
+    fake.platform.clickMenuBarItem({ 400, 10 });
+    fake.platform.clickMenuBarItem({ 400, 10 });
+    fake.platform.chooseCommand("Setup Assistant…");
+    QCOMPARE(fake.windowsMade, 1);
+}
+
+void KnuckletAppTest::whereNoWindowCanBeMadeTheProgramCountsAllTheSame()
+{
+    FakeApp fake({}, true);
+    int attempts = 0;
+    const KnuckletApp app(fake.platform, [&](AppState&) {
+        ++attempts;
+        return nullptr;
+    });
+
+    fake.platform.clickMenuBarItem({ 400, 10 });
+    fake.platform.chooseCommand("Open Knucklet");
+    fake.platform.chooseCommand("Setup Assistant…");
+    fake.platform.startAgain();
+    fake.platform.press();
+    fake.platform.runDeferred();
+
+    QCOMPARE(attempts, 4);
+    QCOMPARE(fake.label(), std::string("1 · 0"));
+    QVERIFY(!fake.platform.hasTerminated());
+}
+
+void KnuckletAppTest::theMenuOpensTheAssistant()
+{
+    FakeApp fake;
+    const KnuckletApp app(fake.platform, fake.windows());
+    QVERIFY(!button("Get Started"));
+
+    fake.platform.chooseCommand("Setup Assistant…");
+
+    QVERIFY(button("Get Started"));
+}
+
+void KnuckletAppTest::thePanelOpensTheAssistant()
+{
+    FakeApp fake;
+    const KnuckletApp app(fake.platform, fake.windows());
+    fake.platform.clickMenuBarItem({ 400, 10 });
+
+    QTest::mouseClick(button("Setup Assistant…"), Qt::LeftButton);
+
+    QVERIFY(button("Get Started"));
+}
+
+void KnuckletAppTest::theAssistantsCheckBoxPutsTheCountsIntoTheMenuBarAtOnce()
+{
+    FakeApp fake(R"({"2026-11-15":{"keys":1234,"clicks":56}})");
+    const KnuckletApp app(fake.platform, fake.windows());
+    fake.platform.chooseCommand("Setup Assistant…");
+    for (const auto* step : { "Get Started", "Continue", "Continue" }) {
+        QTest::mouseClick(button(step), Qt::LeftButton);
+        QCoreApplication::processEvents();
+    }
+
+    QTest::mouseClick(button("Show live counts next to the menu bar icon"), Qt::LeftButton);
+    fake.platform.runDeferred();
+
+    QCOMPARE(fake.label(), std::string("1.2k · 56"));
+    QVERIFY(button("Finish"));
+}
+
+void KnuckletAppTest::theMenuQuits()
+{
+    FakeApp fake;
+    const KnuckletApp app(fake.platform, fake.windows());
+
+    fake.platform.chooseCommand("Quit Knucklet");
+
+    QVERIFY(fake.platform.hasTerminated());
+}
+
+void KnuckletAppTest::anotherStartOpensThePanelAndLeavesItOpen()
+{
+    FakeApp fake;
+    const KnuckletApp app(fake.platform, fake.windows());
+    QVERIFY(!openPanel());
+
+    fake.platform.startAgain();
+    QVERIFY(openPanel());
+    fake.platform.startAgain();
+
+    QVERIFY(openPanel());
+}
+
+void KnuckletAppTest::withoutAMenuBarAnotherStartOpensAWindowThatStays()
+{
+    FakeApp fake;
+    fake.platform.removeMenuBar();
+    const KnuckletApp app(fake.platform, fake.windows());
+
+    fake.platform.startAgain();
+    auto* window = openPanel();
+    QVERIFY(window);
+    fake.platform.pressOutside();
+    QEvent deactivation(QEvent::WindowDeactivate);
+    QApplication::sendEvent(window, &deactivation);
+
+    QCOMPARE(window->windowType(), Qt::Window);
+    QVERIFY(!std::ranges::count(fake.platform.calls, "prepare panel"));
+    QVERIFY(window->isVisible());
+    QTest::keyClick(window, Qt::Key_Escape);
+    QVERIFY(!openPanel());
+}
+
+void KnuckletAppTest::theWindowIsThePanelAgainWhenThereIsAMenuBar()
+{
+    FakeApp fake;
+    fake.platform.removeMenuBar();
+    const KnuckletApp app(fake.platform, fake.windows());
+    fake.platform.startAgain();
+    fake.platform.clickMenuBarItem({ 400, 0 });
+    QVERIFY(!openPanel());
+
+    fake.platform.clickMenuBarItem({ 400, 0 });
+
+    const auto* panel = openPanel();
+    QVERIFY(panel);
+    QCOMPARE(panel->windowType(), Qt::Tool);
+    QCOMPARE(panel->pos(), QPoint(250, 28));
+}
+
+void KnuckletAppTest::thePanelStandsOnABarAtTheBottomWhateverItsHeight()
+{
+    FakeApp fake;
+    fake.platform.withdrawAccess();
+    const KnuckletApp app(fake.platform, fake.windows());
+    fake.platform.clickMenuBarItem({ 400, 799 });
+    const auto* panel = openPanel();
+    QVERIFY(panel);
+    const int heightWithoutAccess = panel->height();
+    QCOMPARE(panel->geometry().bottom(), 599);
+
+    // The banner gives way to a smaller one.
+    fake.platform.grantAccess();
+    fake.platform.refuseTap();
+    fake.platform.advance(2s);
+
+    QTRY_COMPARE_LT(panel->height(), heightWithoutAccess);
+    QCOMPARE(panel->geometry().bottom(), 599);
+    QCOMPARE(panel->geometry().left(), 250);
+}
+
+void KnuckletAppTest::onALowScreenThePanelScrolls()
+{
+    FakeApp fake;
+    fake.platform.withdrawAccess();
+    fake.platform.setWorkArea({ .x = 0, .y = 28, .width = 800, .height = 250 });
+    const KnuckletApp app(fake.platform, fake.windows());
+    const auto inside = [](const QWidget* widget) {
+        const auto* panel = openPanel();
+        return panel->rect().contains(QRect(widget->mapTo(panel, QPoint()), widget->size()));
+    };
+
+    fake.platform.clickMenuBarItem({ 400, 14 });
+    auto* panel = openPanel();
+    QVERIFY(panel);
+    QCOMPARE(panel->geometry(), QRect(250, 28, 300, 250));
+    QVERIFY(!inside(button("Quit Knucklet")));
+
+    auto* scrollBar = panel->findChild<QAbstractSlider*>();
+    QVERIFY(scrollBar->isVisible());
+
+    // By the wheel.
+    const QPoint middle(150, 125);
+    QWheelEvent down(middle, panel->mapToGlobal(middle), {}, QPoint(0, -120 * 10), {}, {}, {}, false);
+    QCoreApplication::sendEvent(panel, &down);
+    QVERIFY(inside(button("Quit Knucklet")));
+    QVERIFY(!inside(button("Grant access…")));
+
+    // By its bar.
+    QTest::mouseClick(scrollBar, Qt::LeftButton, {}, { 6, 2 });
+    QVERIFY(!inside(button("Quit Knucklet")));
+    QTest::mousePress(scrollBar, Qt::LeftButton, {}, { 6, 20 });
+    QTest::mouseMove(scrollBar, { 6, 240 });
+    QVERIFY(inside(button("Quit Knucklet")));
+
+    // By the keyboard, to where the focus is.
+    QVERIFY(QTest::qWaitForWindowActive(panel, patience));
+    button("Quit Knucklet")->setFocus();
+    QVERIFY(inside(button("Quit Knucklet")));
+    button("Grant access…")->setFocus();
+    QVERIFY(inside(button("Grant access…")));
+
+    // Each opening begins at the top.
+    panel->hide();
+    fake.platform.clickMenuBarItem({ 400, 14 });
+    QVERIFY(!inside(button("Quit Knucklet")));
+    // And nothing scrolls any more when there is room.
+    fake.platform.setWorkArea({ .x = 0, .y = 28, .width = 800, .height = 400 });
+    fake.platform.grantAccess();
+    fake.platform.advance(2s);
+    QTRY_VERIFY(inside(button("Quit Knucklet")));
+    QCOMPARE_LT(panel->height(), 400);
+    QVERIFY(!scrollBar->isVisible());
+}
+
+void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea_data()
+{
+    QTest::addColumn<QPoint>("place");
+    QTest::addColumn<QPoint>("corner");
+
+    // A bar of 28 points along the top of a screen of 1280 by 800.
+    QTest::newRow("in the bar, far from its ends") << QPoint(640, 14) << QPoint(490, 28);
+    QTest::newRow("at the right end of the bar") << QPoint(1270, 14) << QPoint(980, 28);
+    QTest::newRow("at the left end of the bar") << QPoint(5, 14) << QPoint(0, 28);
+    QTest::newRow("at the bottom") << QPoint(640, 795) << QPoint(490, 700);
+    QTest::newRow("off the screen") << QPoint(5000, -5000) << QPoint(980, 28);
+}
+
+void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea()
+{
+    QFETCH(const QPoint, place);
+    QFETCH(const QPoint, corner);
+
+    QCOMPARE(placeBeside(place, QSize(300, 100), QRect(0, 0, 1280, 800), QRect(0, 28, 1280, 772)), corner);
+}
+
+static const TestArea area("KnuckletApp", runTest<KnuckletAppTest, QApplication>);
+#include "KnuckletAppTest.moc"

@@ -1,0 +1,256 @@
+#include "platform/linux/input/SessionLock.h"
+
+#include "platform/linux/bus/Bus.h"
+#include "platform/linux/windows/ServedLoop.h"
+#include "support/Patience.h"
+#include "support/PrivateBus.h"
+#include "support/TestArea.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusReply>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QString interface = QStringLiteral("org.freedesktop.login1.Session");
+
+/// A session as the login manager shows it.
+class Session final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Session")
+    Q_PROPERTY(bool LockedHint MEMBER lockedHint)
+
+public:
+    Session(const QDBusConnection& bus, const QString& path)
+        : bus(bus)
+        , path(path)
+    {
+        this->bus.registerObject(path, this, QDBusConnection::ExportAllProperties);
+    }
+
+    void setLocked(bool isLocked)
+    {
+        lockedHint = isLocked;
+        changed(interface, { { "LockedHint", isLocked } });
+    }
+
+    void changed(const QString& changedInterface, const QVariantMap& properties)
+    {
+        auto signal
+            = QDBusMessage::createSignal(path, "org.freedesktop.DBus.Properties", "PropertiesChanged");
+        signal << changedInterface << properties << QStringList();
+        bus.send(signal);
+    }
+
+    bool lockedHint = false;
+
+private:
+    QDBusConnection bus;
+    QString path;
+};
+
+/// The login manager, with the session of this process and another one.
+class LoginManager final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
+
+public:
+    explicit LoginManager(const QDBusConnection& bus)
+        : own(bus, "/org/freedesktop/login1/session/_32")
+        , another(bus, "/org/freedesktop/login1/session/_33")
+        , bus(bus)
+    {
+        this->bus.registerObject("/org/freedesktop/login1", this, QDBusConnection::ExportAllSlots);
+        this->bus.registerService("org.freedesktop.login1");
+    }
+
+    Session own;
+    Session another;
+
+public slots:
+    QDBusObjectPath GetSession(const QString& name) // NOLINT(readability-identifier-naming)
+    {
+        return QDBusObjectPath("/org/freedesktop/login1/session/" + QString(name == "auto" ? "_32" : "_33"));
+    }
+
+private:
+    QDBusConnection bus;
+};
+
+}
+
+class SessionLockTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void aSessionThatIsLockedAtTheStartIsLocked();
+    void lockingAndUnlockingIsFollowed();
+    void anotherSessionsLockIsNotOurs();
+    void onlyTheLoginManagerIsBelieved();
+    void aLoginManagerThatIsStartedAnewIsFollowed();
+    void whenTheBusIsLostTheLastWordHolds();
+    void withoutALoginManagerNothingIsLocked();
+    void withoutABusNothingIsLocked();
+
+private:
+    QDBusConnection connect(const QString& name)
+    {
+        return QDBusConnection::connectToBus(systemBus->address(), name);
+    }
+
+    void awaitAnswer();
+
+    std::unique_ptr<PrivateBus> systemBus;
+    std::unique_ptr<EventLoop> loop;
+    std::unique_ptr<ServedLoop> served;
+    std::unique_ptr<Bus> bus;
+};
+
+void SessionLockTest::init()
+{
+    systemBus = std::make_unique<PrivateBus>();
+    loop = std::make_unique<EventLoop>();
+    served = std::make_unique<ServedLoop>(*loop);
+    bus = std::make_unique<Bus>(*loop, systemBus->address().toStdString());
+}
+
+void SessionLockTest::cleanup()
+{
+    bus.reset();
+    served.reset();
+    loop.reset();
+    QDBusConnection::disconnectFromBus("manager");
+    QDBusConnection::disconnectFromBus("another");
+    systemBus.reset();
+}
+
+/// A connection gets the messages of one sender in their order, so that this answer comes after the signals
+/// that the manager has sent.
+void SessionLockTest::awaitAnswer()
+{
+    bool isAnswered = false;
+    const auto answer
+        = bus->call({ "org.freedesktop.login1", "/org/freedesktop/login1", "org.freedesktop.login1.Manager",
+                        "GetSession", [](BusWriter& arguments) { arguments.writeString("auto"); } },
+            [&](const BusAnswer& session) { isAnswered = !session.isError(); });
+    QTRY_VERIFY(isAnswered);
+}
+
+void SessionLockTest::aSessionThatIsLockedAtTheStartIsLocked()
+{
+    LoginManager manager(connect("manager"));
+    manager.own.lockedHint = true;
+
+    const SessionLock lock(*bus);
+
+    QTRY_VERIFY(lock.isLocked());
+}
+
+void SessionLockTest::lockingAndUnlockingIsFollowed()
+{
+    LoginManager manager(connect("manager"));
+    manager.own.lockedHint = true;
+    const SessionLock lock(*bus);
+    QTRY_VERIFY(lock.isLocked());
+
+    manager.own.setLocked(false);
+    QTRY_VERIFY(!lock.isLocked());
+    manager.own.setLocked(true);
+
+    QTRY_VERIFY(lock.isLocked());
+}
+
+void SessionLockTest::anotherSessionsLockIsNotOurs()
+{
+    LoginManager manager(connect("manager"));
+    manager.own.lockedHint = true;
+    const SessionLock lock(*bus);
+    QTRY_VERIFY(lock.isLocked());
+
+    manager.another.setLocked(false);
+    manager.own.changed("org.freedesktop.login1.Another", { { "LockedHint", false } });
+    manager.own.changed(interface, { { "IdleHint", false } });
+    awaitAnswer();
+
+    QVERIFY(lock.isLocked());
+}
+
+// Whoever may send to this program can send it any signal.
+void SessionLockTest::onlyTheLoginManagerIsBelieved()
+{
+    LoginManager manager(connect("manager"));
+    manager.own.lockedHint = true;
+    const SessionLock lock(*bus);
+    QTRY_VERIFY(lock.isLocked());
+    const auto another = connect("another");
+
+    for (const auto& name : another.interface()->registeredServiceNames().value()) {
+        auto forged = QDBusMessage::createTargetedSignal(name, "/org/freedesktop/login1/session/_32",
+            "org.freedesktop.DBus.Properties", "PropertiesChanged");
+        forged << interface << QVariantMap { { "LockedHint", false } } << QStringList();
+        QVERIFY(another.send(forged));
+    }
+    // Comes after them, by way of the manager.
+    const auto asked
+        = QDBusMessage::createMethodCall("org.freedesktop.login1", "/", "org.freedesktop.DBus.Peer", "Ping");
+    another.call(asked, QDBus::BlockWithGui, patience);
+    awaitAnswer();
+
+    QVERIFY(lock.isLocked());
+}
+
+void SessionLockTest::aLoginManagerThatIsStartedAnewIsFollowed()
+{
+    auto manager = std::make_unique<LoginManager>(connect("manager"));
+    const SessionLock lock(*bus);
+    awaitAnswer();
+    QVERIFY(!lock.isLocked());
+    manager.reset();
+    QDBusConnection::disconnectFromBus("manager");
+
+    LoginManager next(connect("another"));
+    next.own.lockedHint = true;
+    QTRY_VERIFY(lock.isLocked());
+    next.own.setLocked(false);
+
+    QTRY_VERIFY(!lock.isLocked());
+}
+
+void SessionLockTest::whenTheBusIsLostTheLastWordHolds()
+{
+    LoginManager manager(connect("manager"));
+    manager.own.lockedHint = true;
+    const SessionLock lock(*bus);
+    QTRY_VERIFY(lock.isLocked());
+
+    systemBus->end();
+    QTRY_VERIFY(!bus->isOpen());
+
+    QVERIFY(lock.isLocked());
+}
+
+void SessionLockTest::withoutALoginManagerNothingIsLocked()
+{
+    const SessionLock lock(*bus);
+
+    QVERIFY(!lock.isLocked());
+}
+
+void SessionLockTest::withoutABusNothingIsLocked()
+{
+    Bus none(*loop, "unix:path=/nowhere");
+    const SessionLock lock(none);
+
+    QVERIFY(!lock.isLocked());
+}
+
+static const TestArea area("SessionLock", runTest<SessionLockTest>);
+
+#include "SessionLockTest.moc"

@@ -1,0 +1,338 @@
+#include "windows/ui/UtilityWindow.h"
+
+#include "platform/WindowActivation.h"
+#include "support/Patience.h"
+#include "support/TestArea.h"
+#include "windows/ui/Controls.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QLabel>
+#include <QPointer>
+#include <QPushButton>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QTest>
+#include <QWindow>
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+class RecordingActivation final : public WindowActivation {
+public:
+    void activate(NativeWindow window) override { activated.push_back(window); }
+
+    std::vector<NativeWindow> activated;
+};
+
+View page(const QString& text) { return column({ label(text), spacer() }).width(300).height(200); }
+
+/// Found by its type in C++, since it is no class of its own to Qt.
+QWidget* contentOf(const UtilityWindow& window)
+{
+    const auto children = window.findChildren<QWidget*>(Qt::FindDirectChildrenOnly);
+    const auto isContent = [](const QWidget* child) { return dynamic_cast<const Host*>(child) != nullptr; };
+    const auto found = std::find_if(children.begin(), children.end(), isContent);
+    return found == children.end() ? nullptr : *found;
+}
+
+QAbstractButton* buttonWith(const QWidget& window, const QString& text)
+{
+    for (auto* button : window.findChildren<QAbstractButton*>()) {
+        if (button->text() == text || button->accessibleName() == text)
+            return button;
+    }
+    return nullptr;
+}
+
+bool showsText(const QWidget& window, const QString& text)
+{
+    for (const auto* label : window.findChildren<QLabel*>()) {
+        if (label->text() == text && label->isVisible())
+            return true;
+    }
+    return false;
+}
+
+}
+
+class UtilityWindowTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void theContentDecidesTheSizeAndNobodyElseMay();
+    void theTitleIsForTheSystemOnly();
+    void theWindowIsCenteredOnlyTheFirstTime();
+    void eachPresentingReplacesTheContent();
+    void presentingAgainLeavesTheWindowOnTheScreen();
+    void eachPresentingBringsTheWindowToTheFront();
+    void anIconifiedWindowIsRestored();
+    void theCloseButtonStandsInTheCornerWhereReadingEnds_data();
+    void theCloseButtonStandsInTheCornerWhereReadingEnds();
+    void theCloseButtonAndItsShortcutClose_data();
+    void theCloseButtonAndItsShortcutClose();
+    void aClosedWindowLetsItsContentGo();
+    void contentMayCloseOrReplaceItselfFromItsOwnButton();
+    void returnAndEnterPressTheDefaultButtonWhateverHasTheFocus_data();
+    void returnAndEnterPressTheDefaultButtonWhateverHasTheFocus();
+    void aHeldReturnPressesOnce();
+    void withoutADefaultButtonReturnPressesTheFocusedOne();
+    void returnTicksNoBox();
+    void theDefaultButtonHasTheFocusFirst();
+
+private:
+    RecordingActivation activation;
+};
+
+void UtilityWindowTest::theContentDecidesTheSizeAndNobodyElseMay()
+{
+    UtilityWindow window("Title", activation);
+
+    window.present([] { return page("one"); });
+
+    QCOMPARE(window.size(), QSize(300, 200));
+    QCOMPARE(window.minimumSize(), window.size());
+    QCOMPARE(window.maximumSize(), window.size());
+}
+
+void UtilityWindowTest::theTitleIsForTheSystemOnly()
+{
+    UtilityWindow window("Title", activation);
+
+    window.present([] { return page("one"); });
+
+    QCOMPARE(window.windowTitle(), "Title");
+    QVERIFY(window.windowFlags().testFlag(Qt::FramelessWindowHint));
+    QCOMPARE(window.windowType(), Qt::Window);
+    QVERIFY(!showsText(window, "Title"));
+}
+
+void UtilityWindowTest::theWindowIsCenteredOnlyTheFirstTime()
+{
+    const auto middle = QGuiApplication::primaryScreen()->availableGeometry().center();
+    UtilityWindow window("Title", activation);
+
+    window.present([] { return page("one"); });
+    const auto first = window.geometry().center();
+    window.move(10, 20);
+    window.present([] { return page("two"); });
+    const auto whileOpen = window.pos();
+    window.close();
+    window.present([] { return page("three"); });
+
+    QCOMPARE(first, middle);
+    QCOMPARE(whileOpen, QPoint(10, 20));
+    QCOMPARE(window.pos(), QPoint(10, 20));
+}
+
+void UtilityWindowTest::eachPresentingReplacesTheContent()
+{
+    UtilityWindow window("Title", activation);
+    window.present([] { return page("one"); });
+
+    window.present([] { return page("two"); });
+
+    QVERIFY(showsText(window, "two"));
+    QVERIFY(!showsText(window, "one"));
+}
+
+void UtilityWindowTest::presentingAgainLeavesTheWindowOnTheScreen()
+{
+    UtilityWindow window("Title", activation);
+    window.present([] { return page("one"); });
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
+    const QSignalSpy changes(window.windowHandle(), &QWindow::visibleChanged);
+
+    window.present([] { return page("two"); });
+
+    QCOMPARE(changes.count(), 0);
+    QVERIFY(window.isActiveWindow());
+}
+
+void UtilityWindowTest::eachPresentingBringsTheWindowToTheFront()
+{
+    activation.activated.clear();
+    UtilityWindow window("Title", activation);
+
+    window.present([] { return page("one"); });
+    window.present([] { return page("two"); });
+
+    const NativeWindow native { window.winId() };
+    QCOMPARE(activation.activated, (std::vector { native, native }));
+}
+
+void UtilityWindowTest::anIconifiedWindowIsRestored()
+{
+    UtilityWindow window("Title", activation);
+    window.present([] { return page("one"); });
+    window.setWindowState(Qt::WindowMinimized);
+
+    window.present([] { return page("two"); });
+
+    QVERIFY(!window.isMinimized());
+    QVERIFY(window.isVisible());
+}
+
+void UtilityWindowTest::theCloseButtonStandsInTheCornerWhereReadingEnds_data()
+{
+    QTest::addColumn<Qt::LayoutDirection>("direction");
+
+    QTest::newRow("left to right") << Qt::LeftToRight;
+    QTest::newRow("right to left") << Qt::RightToLeft;
+}
+
+void UtilityWindowTest::theCloseButtonStandsInTheCornerWhereReadingEnds()
+{
+    QFETCH(const Qt::LayoutDirection, direction);
+    UtilityWindow window("Title", activation);
+    window.setLayoutDirection(direction);
+
+    window.present([] { return page("one"); });
+
+    const auto button = buttonWith(window, "Close")->geometry();
+    const int end = direction == Qt::LeftToRight ? window.width() - 1 - button.right() : button.left();
+    QCOMPARE(end, 10);
+    QCOMPARE(button.top(), 10);
+}
+
+void UtilityWindowTest::theCloseButtonAndItsShortcutClose_data()
+{
+    QTest::addColumn<bool>("byButton");
+
+    QTest::newRow("the button") << true;
+    QTest::newRow("the shortcut") << false;
+}
+
+void UtilityWindowTest::theCloseButtonAndItsShortcutClose()
+{
+    QFETCH(const bool, byButton);
+    UtilityWindow window("Title", activation);
+    window.present([] { return page("one"); });
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
+
+    if (byButton)
+        QTest::mouseClick(buttonWith(window, "Close"), Qt::LeftButton);
+    else
+        QTest::keySequence(&window, QKeySequence::Close);
+
+    QVERIFY(!window.isVisible());
+}
+
+void UtilityWindowTest::aClosedWindowLetsItsContentGo()
+{
+    UtilityWindow window("Title", activation);
+    window.present([] { return page("one"); });
+    const QPointer<QWidget> content = contentOf(window);
+    QVERIFY(content);
+
+    window.close();
+
+    QTRY_VERIFY(!content);
+}
+
+void UtilityWindowTest::contentMayCloseOrReplaceItselfFromItsOwnButton()
+{
+    UtilityWindow window("Title", activation);
+    const auto closes = [&] { return column({ button("close", [&] { window.close(); }) }); };
+    window.present([&] { return column({ button("replace", [&] { window.present(closes); }) }); });
+
+    QTest::mouseClick(buttonWith(window, "replace"), Qt::LeftButton);
+    QTRY_VERIFY(!buttonWith(window, "replace"));
+    QTest::mouseClick(buttonWith(window, "close"), Qt::LeftButton);
+
+    QVERIFY(!window.isVisible());
+    QTRY_VERIFY(!buttonWith(window, "close"));
+}
+
+void UtilityWindowTest::returnAndEnterPressTheDefaultButtonWhateverHasTheFocus_data()
+{
+    QTest::addColumn<QString>("focus");
+    QTest::addColumn<Qt::Key>("key");
+
+    for (const auto* focus : { "go", "other", "box", "Close" }) {
+        QTest::addRow("Return, %s", focus) << focus << Qt::Key_Return;
+        QTest::addRow("Enter, %s", focus) << focus << Qt::Key_Enter;
+    }
+}
+
+void UtilityWindowTest::returnAndEnterPressTheDefaultButtonWhateverHasTheFocus()
+{
+    QFETCH(const QString, focus);
+    QFETCH(const Qt::Key, key);
+    int pressed = 0;
+    UtilityWindow window("Title", activation);
+    window.present([&] {
+        return column({
+            toggle("box", false, [&](bool) { pressed += 100; }),
+            button("other", [&] { pressed += 100; }, { .isProminent = true }),
+            button("go", [&] { ++pressed; }, { .isDefault = true }),
+        });
+    });
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
+    buttonWith(window, focus)->setFocus();
+
+    QTest::keyClick(&window, key);
+
+    QCOMPARE(pressed, 1);
+    QVERIFY(window.isVisible());
+}
+
+void UtilityWindowTest::aHeldReturnPressesOnce()
+{
+    int pressed = 0;
+    UtilityWindow window("Title", activation);
+    window.present([&] { return column({ button("go", [&] { ++pressed; }, { .isDefault = true }) }); });
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
+
+    QTest::keyPress(&window, Qt::Key_Return);
+    for (int i = 0; i < 10; ++i) {
+        QTest::simulateEvent(&window, true, Qt::Key_Return, {}, {}, true);
+    }
+    QTest::keyRelease(&window, Qt::Key_Return);
+
+    QCOMPARE(pressed, 1);
+}
+
+void UtilityWindowTest::withoutADefaultButtonReturnPressesTheFocusedOne()
+{
+    int pressed = 0;
+    UtilityWindow window("Title", activation);
+    window.present([&] {
+        return column({ button("first", [&] { ++pressed; }), button("other", [&] { pressed += 100; }) });
+    });
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
+    buttonWith(window, "first")->setFocus();
+
+    QTest::keyClick(window.focusWidget(), Qt::Key_Return);
+
+    QCOMPARE(pressed, 1);
+}
+
+void UtilityWindowTest::returnTicksNoBox()
+{
+    int ticked = 0;
+    UtilityWindow window("Title", activation);
+    window.present([&] { return column({ toggle("box", false, [&](bool) { ++ticked; }) }); });
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
+    buttonWith(window, "box")->setFocus();
+
+    QTest::keyClick(window.focusWidget(), Qt::Key_Return);
+
+    QCOMPARE(ticked, 0);
+}
+
+void UtilityWindowTest::theDefaultButtonHasTheFocusFirst()
+{
+    UtilityWindow window("Title", activation);
+
+    window.present([] {
+        return column({ button("other", [] {}), button("go", [] {}, { .isDefault = true }) });
+    });
+
+    QCOMPARE(window.focusWidget(), buttonWith(window, "go"));
+}
+
+static const TestArea area("UtilityWindow", runTest<UtilityWindowTest, QApplication>);
+#include "UtilityWindowTest.moc"
