@@ -3,6 +3,7 @@
 #include "support/Injector.h"
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
+#include "support/ShareButton.h"
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
@@ -289,7 +290,8 @@ void PrivacyTest::aWholeSessionOpensNoNetworkSocket()
     for (const auto key : { 'k', 'n', 'u', 'c', 'k', 'l', 'e', 't' })
         injector.typeKey(injector.keyCode(static_cast<xcb_keysym_t>(key)));
     injector.sync();
-    QVERIFY(clickAt(windows.place(windows.find("Knucklet")).topRight() + QPoint(-22, 24)));
+    const auto share = pointAtShareButton(injector, windows);
+    QVERIFY(share && clickAt(*share));
     QTRY_VERIFY(windows.isShown(windows.find("Day Card")));
     // Copy, which moves to its place when the last button has come.
     const auto card = windows.place(windows.find("Day Card"));

@@ -5,6 +5,7 @@
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
+#include "support/ShareButton.h"
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
@@ -163,32 +164,17 @@ void ShareCardDesktopTest::type(xcb_keysym_t symbol) const
 bool ShareCardDesktopTest::openCard()
 {
     click(knucklet->icon().center());
-    const auto panel = [this] { return windows->find("Knucklet"); };
-    const auto isOpen = [&] {
-        return panel() != XCB_WINDOW_NONE && windows->isShown(panel()) && windows->active() == panel();
+    const auto isOpen = [this] {
+        const auto panel = windows->find("Knucklet");
+        return panel != XCB_WINDOW_NONE && windows->isShown(panel) && windows->active() == panel;
     };
     if (!await(isOpen))
         return false;
-    // The first window comes with the toolkit, which is still busy with it.
-    std::ignore = stillScreenshot(desktop->display());
-    knucklet->settle();
-    // The share button is the last thing in the panel's first line.
-    const auto place = windows->place(panel());
-    const int scale = place.width() / 300;
-    const auto isCardOpen
-        = [this] { return windows->find(title) != XCB_WINDOW_NONE && buttons().size() == 3; };
-    // FIXME: now and then the first click on a panel that has just come with the toolkit is lost. Once is
-    // enough when that is understood.
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        if (!windows->isShown(panel()))
-            click(knucklet->icon().center());
-        if (!await(isOpen))
-            return false;
-        click(place.topRight() + QPoint(-22, 24) * scale);
-        if (QTest::qWaitFor(isCardOpen, 10000))
-            return true;
-    }
-    return false;
+    const auto share = pointAtShareButton(*injector, *windows);
+    if (!share)
+        return false;
+    click(*share);
+    return await([this] { return windows->find(title) != XCB_WINDOW_NONE && buttons().size() == 3; });
 }
 
 std::vector<QRect> ShareCardDesktopTest::buttons() const

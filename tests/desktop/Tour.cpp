@@ -9,6 +9,7 @@
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
+#include "support/ShareButton.h"
 #include "support/VirtualDesktop.h"
 
 #include <QCoreApplication>
@@ -115,8 +116,7 @@ public:
         return save("panel", stillScreenshot(desktop.display(), place))
             && save("menu-bar", stillScreenshot(desktop.display(), bar))
             && save("desktop", stillScreenshot(desktop.display(), QRect({}, desktop.size())))
-            && openDayCard(injector, windows, place)
-            && (knucklet.end(SIGTERM) || fail("the program does not end"));
+            && openDayCard(injector, windows) && (knucklet.end(SIGTERM) || fail("the program does not end"));
     }
 
 private:
@@ -141,10 +141,12 @@ private:
         return QTest::qWaitFor([&] { return assistantPicture(desktop).isNull(); }, patience)
             || fail("the assistant does not close");
     }
-    bool openDayCard(Injector& injector, const DesktopWindows& windows, const QRect& panel) const
+    bool openDayCard(Injector& injector, const DesktopWindows& windows) const
     {
-        // The share button is the last thing in the panel's first line.
-        click(injector, 1, panel.topRight() + QPoint(-22, 24));
+        const auto share = pointAtShareButton(injector, windows);
+        if (!share)
+            return fail("something covers the share button");
+        click(injector, 1, *share);
         const auto card = [&] { return windows.find("Day Card"); };
         if (!QTest::qWaitFor([&] { return card() != XCB_WINDOW_NONE && windows.isShown(card()); }, patience))
             return fail("the day card does not open");

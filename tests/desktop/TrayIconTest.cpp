@@ -54,7 +54,7 @@ private:
         const QRect end(picture.width() - 28, 0, 28, 28);
         return picture.copy(end) != picture.copy(end.translated(-600, 0));
     }
-    bool isInBar(const RunningKnucklet& knucklet) const { return knucklet.icon().width() == 20; }
+    bool isInBar(const RunningKnucklet& knucklet) const { return !knucklet.icon().isNull(); }
 
     std::unique_ptr<VirtualDesktop> desktop;
     std::unique_ptr<QProcess> tray;

@@ -39,9 +39,7 @@ bool PanelOnDesktop::run(const QString& program, const QProcessEnvironment& extr
 
 bool PanelOnDesktop::findIcon(const QRect& tray)
 {
-    // As large as the keyboard is drawn; a bar that is on its way passes by with less.
-    constexpr QSize size(20, 14);
-    if (!QTest::qWaitFor([&] { return knucklet->icon(tray).size() == size; }, patience))
+    if (!QTest::qWaitFor([&] { return !knucklet->icon(tray).isNull(); }, patience))
         return false;
     icon = knucklet->icon(tray).center();
     return true;

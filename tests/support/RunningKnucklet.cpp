@@ -23,6 +23,9 @@ namespace {
 const QString itemInterface = QStringLiteral("org.kde.StatusNotifierItem");
 const QString menuInterface = QStringLiteral("com.canonical.dbusmenu");
 
+/// In pixels, of a bar that is 28 high.
+constexpr QSize iconSize { 20, 14 };
+
 QByteArray readAll(const QString& path)
 {
     QFile file(path);
@@ -118,8 +121,9 @@ QRect RunningKnucklet::icon(const QRect& tray) const
     const auto picture = screenshot(desktop.display(), tray);
     QImage empty(picture.size(), picture.format());
     empty.fill(picture.pixelColor(0, 0));
-    const auto icon = difference(empty, picture);
-    return icon.isNull() ? QRect() : icon.translated(tray.topLeft());
+    const auto visible = difference(empty, picture);
+    // A bar shows a part of the icon while it makes room for it.
+    return visible.size() == iconSize ? visible.translated(tray.topLeft()) : QRect();
 }
 
 QVariant RunningKnucklet::itemProperty(const QString& name) const

@@ -32,8 +32,8 @@ public:
     [[nodiscard]] bool awaitItem();
     /// Waits until the program counts, on a desktop that needs no tray.
     [[nodiscard]] bool awaitCounting();
-    /// Where the icon stands, in pixels of the screen; null while there is none. Without a tray given, that
-    /// of a bar along the top is meant.
+    /// Where the whole icon stands, in pixels of the screen, in a bar of 28 pixels; null while there is none.
+    /// Without a tray given, that of a bar along the top is meant.
     QRect icon() const;
     QRect icon(const QRect& tray) const;
     /// A property of the item, asked of the program itself; invalid when it has none of that name.
