@@ -7,6 +7,8 @@
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
+#include <QDBusConnection>
+#include <QDBusVirtualObject>
 #include <QDate>
 #include <QTest>
 
@@ -56,6 +58,24 @@ QProcessEnvironment managedBy(const SessionManager& manager)
     return environment;
 }
 
+/// A desktop portal that hears every question and answers none.
+class SilentPortal final : public QDBusVirtualObject {
+public:
+    explicit SilentPortal(const VirtualDesktop& desktop)
+        : bus(QDBusConnection::connectToBus(desktop.busAddress(), "portal"))
+    {
+        bus.registerVirtualObject("/org/freedesktop/portal/desktop", this);
+        bus.registerService("org.freedesktop.portal.Desktop");
+    }
+    ~SilentPortal() override { QDBusConnection::disconnectFromBus(bus.name()); }
+
+    bool handleMessage(const QDBusMessage&, const QDBusConnection&) override { return true; }
+    QString introspect(const QString&) const override { return {}; }
+
+private:
+    QDBusConnection bus;
+};
+
 /// A table of so many days before today.
 QByteArray manyDays(int count)
 {
@@ -79,6 +99,7 @@ private slots:
     void anOrderlyEndWhileTypingLosesNothing();
     void losingTheDisplayWhileTypingLosesNothing();
     void theEndOfTheSessionLosesNothingAndAsksNobody();
+    void theEndOfTheSessionWhileTheFirstWindowComesLosesNothing();
     void losingTheBusEndsNothing();
     void aKillWhileItSavesLeavesAWholeFile_data();
     void aKillWhileItSavesLeavesAWholeFile();
@@ -168,6 +189,28 @@ void EndingTest::theEndOfTheSessionLosesNothingAndAsksNobody()
         constexpr int restartNever = 3;
         QCOMPARE(manager.restartStyle(), restartNever);
     }
+}
+
+void EndingTest::theEndOfTheSessionWhileTheFirstWindowComesLosesNothing()
+{
+    const auto desktop = startedDesktop();
+    QVERIFY(desktop);
+    Injector injector(desktop->display());
+    // The program waits for it a moment with its first window.
+    const SilentPortal portal(*desktop);
+    SessionManager manager;
+    QVERIFY(!manager.address().isEmpty());
+    manager.endSessionAtOnce();
+    RunningKnucklet knucklet(*desktop, program, managedBy(manager));
+    QVERIFY(knucklet.awaitCounting());
+    type(injector, 20);
+
+    const auto again = desktop->launch(program, {}, { .additions = managedBy(manager) });
+
+    QTRY_VERIFY(!knucklet.isRunning());
+    QVERIFY(knucklet.awaitEnd());
+    QCOMPARE(savedCounts(*desktop).keys, 20);
+    QTRY_COMPARE(again->state(), QProcess::NotRunning);
 }
 
 void EndingTest::losingTheBusEndsNothing()

@@ -36,7 +36,7 @@ Status registerClient(SmsConn connection, SmPointer, char* previousId)
     SmsRegisterClientReply(connection, id);
     std::free(id);
     session.client = connection;
-    // The protocol's greeting to a client that is new.
+    // The protocol's greeting to a client that is new, after which the session may end.
     SmsSaveYourself(connection, SmSaveLocal, False, SmInteractStyleNone, False);
     return 1;
 }
@@ -140,6 +140,8 @@ void SessionManager::endSession()
     session.isEnding = true;
     SmsSaveYourself(session.client, SmSaveBoth, True, SmInteractStyleAny, False);
 }
+
+void SessionManager::endSessionAtOnce() { session.isEnding = true; }
 
 bool SessionManager::wasAskedToInteract() const { return session.wasAskedToInteract; }
 

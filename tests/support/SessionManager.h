@@ -24,6 +24,8 @@ public:
     /// Tells the program to save for the end of the session, allows it to ask the user, and tells it to end
     /// when it has saved.
     void endSession();
+    /// The same as soon as a program has become part of the session.
+    void endSessionAtOnce();
     /// Whether the program wanted to ask the user, who could then have called the end off.
     bool wasAskedToInteract() const;
     /// The program's SmRestartStyleHint; nothing while it has not given any.

@@ -3,6 +3,7 @@
 #include "platform/linux/process/OwnProcess.h"
 #include "platform/linux/process/WaylandDisplay.h"
 
+#include <QEvent>
 #include <QGuiApplication>
 #include <QSessionManager>
 #include <QThread>
@@ -11,6 +12,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <utility>
 
 namespace {
@@ -49,6 +51,7 @@ ToolkitEnd::ToolkitEnd(OwnProcess& process, WaylandDisplay& display)
     listener = this;
     QObject::connect(
         QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &context, [this] { endProcess(); });
+    QCoreApplication::instance()->installEventFilter(&context);
     keepXlibQuiet();
     listenForSessionManager();
 }
@@ -57,6 +60,20 @@ ToolkitEnd::~ToolkitEnd()
 {
     qInstallMessageHandler(nextToHear);
     listener = nullptr;
+}
+
+int ToolkitEnd::run()
+{
+    if (!context.wasToldToQuit())
+        return QCoreApplication::exec();
+    endProcess();
+    return EXIT_SUCCESS;
+}
+
+bool ToolkitEnd::Listener::eventFilter(QObject*, QEvent* event)
+{
+    isToldToQuit = isToldToQuit || event->type() == QEvent::Quit;
+    return false;
 }
 
 // Where a Wayland connection fails, Qt says a word, from whichever of its threads has found it out, and ends

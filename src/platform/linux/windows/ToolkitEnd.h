@@ -18,7 +18,22 @@ public:
     ToolkitEnd& operator=(const ToolkitEnd&) = delete;
     ~ToolkitEnd();
 
+    /// Serves the toolkit's events until the process is to end, and returns with what. At once when it was
+    /// told to end before, which the toolkit would forget.
+    int run();
+
 private:
+    class Listener final : public QObject {
+    public:
+        bool wasToldToQuit() const { return isToldToQuit; }
+
+    protected:
+        bool eventFilter(QObject* application, QEvent* event) override;
+
+    private:
+        bool isToldToQuit = false;
+    };
+
     static void hear(QtMsgType type, const QMessageLogContext& context, const QString& words);
     void endProcess();
     void listenForSessionManager();
@@ -28,6 +43,6 @@ private:
     std::promise<void> ended;
     std::shared_future<void> end { ended.get_future() };
     bool hasEnded = false;
-    QObject context;
+    Listener context;
     QtMessageHandler nextToHear;
 };

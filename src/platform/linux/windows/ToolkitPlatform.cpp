@@ -40,7 +40,7 @@ ToolkitPlatform::ToolkitPlatform(ResidentPlatform& resident)
     , shareChooser(QDBusConnection::sessionBus())
 {
     // exit() and not quit(), which any open window can refuse.
-    resident.eventLoop().handOver({ .run = QApplication::exec, .quit = QCoreApplication::exit });
+    resident.eventLoop().handOver({ .run = [this] { return end.run(); }, .quit = QCoreApplication::exit });
     resident.setToolkitDuties({
         .openFile = [](const auto& file) { openFile(QFile::decodeName(file.c_str())); },
         .useActivationToken = useActivationToken,
