@@ -1,5 +1,6 @@
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
+#include "support/LoginManager.h"
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
@@ -88,6 +89,7 @@ private slots:
     void nothingIsSentWhileTheVisibleTextIsUnchanged();
     void everyPressOfABurstIsInTheFile();
     void everyPressOfABurstAcrossMidnightIsInTheFile();
+    void whatIsTypedWhileTheSessionIsLockedCountsNot();
     void everyOrderlyEndSaves_data();
     void everyOrderlyEndSaves();
     void aServerThatDoesNotAnswerDoesNotKeepItFromSaving();
@@ -99,6 +101,8 @@ private slots:
     void anUpgradeWhileItRunsChangesNoWindows();
     void withoutItsWindowsItCounts_data();
     void withoutItsWindowsItCounts();
+    void aToolkitThatDoesNotFitTheSessionIsPassedOver_data();
+    void aToolkitThatDoesNotFitTheSessionIsPassedOver();
     void withoutADisplayItLeavesWithoutAWord();
 
 private:
@@ -276,6 +280,36 @@ void DesktopTest::everyPressOfABurstAcrossMidnightIsInTheFile()
     QCOMPARE(savedCounts(*desktop), (Counts { 20000, 5000 }));
 }
 
+void DesktopTest::whatIsTypedWhileTheSessionIsLockedCountsNot()
+{
+    LoginManager manager(QDBusConnection::connectToBus(desktop->busAddress(), "login"));
+    QProcessEnvironment withManager;
+    withManager.insert("DBUS_SYSTEM_BUS_ADDRESS", desktop->busAddress());
+    RunningKnucklet knucklet(*desktop, program, withManager);
+    QVERIFY(knucklet.awaitItem());
+    QTRY_VERIFY(manager.hasClient());
+    const auto type = [this](int keys) {
+        for (int i = 0; i < keys; ++i) {
+            injector->typeKey(injector->keyCode(keysymA));
+            injector->sync();
+        }
+    };
+
+    // On the heels of each other, so that presses are still on their way when the lock changes.
+    for (int round = 0; round < 20; ++round) {
+        type(5);
+        manager.own.setLocked(true);
+        manager.awaitHearing();
+        type(7);
+        manager.own.setLocked(false);
+        manager.awaitHearing();
+    }
+
+    QVERIFY(knucklet.end(SIGTERM));
+    QCOMPARE(savedCounts(*desktop).keys, 100);
+    QDBusConnection::disconnectFromBus("login");
+}
+
 void DesktopTest::everyOrderlyEndSaves_data()
 {
     QTest::addColumn<int>("signal");
@@ -410,6 +444,31 @@ void DesktopTest::withoutItsWindowsItCounts()
 
     QVERIFY(knucklet.end(SIGTERM));
     QCOMPARE(savedCounts(*desktop).keys - before, 200);
+    QCOMPARE(knucklet.output(), QByteArray());
+}
+
+void DesktopTest::aToolkitThatDoesNotFitTheSessionIsPassedOver_data()
+{
+    QTest::addColumn<QString>("platform");
+
+    QTest::newRow("of another session") << "wayland";
+    QTest::newRow("of no session") << "nonsense";
+}
+
+void DesktopTest::aToolkitThatDoesNotFitTheSessionIsPassedOver()
+{
+    QFETCH(const QString, platform);
+    QProcessEnvironment wish;
+    wish.insert("QT_QPA_PLATFORM", platform);
+    RunningKnucklet knucklet(*desktop, program, wish);
+    QVERIFY(knucklet.awaitItem());
+    const DesktopWindows windows(desktop->display());
+
+    clickIcon(knucklet);
+
+    QTRY_VERIFY(windows.find("Knucklet") != XCB_WINDOW_NONE);
+    QVERIFY(knucklet.end(SIGTERM));
+    QCOMPARE(savedCounts(*desktop), (Counts { .keys = 0, .clicks = 1 }));
     QCOMPARE(knucklet.output(), QByteArray());
 }
 

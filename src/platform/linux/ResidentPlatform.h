@@ -75,7 +75,8 @@ private:
     OwnProcess running;
     Bus systemBus { loop, Bus::WellKnown::System };
     Bus sessionBus { loop, Bus::WellKnown::Session };
-    SessionLock lock { systemBus };
+    // Presses that wait are those of before.
+    SessionLock lock { systemBus, [this] { input.drain(); } };
     SystemClock wallClock;
     X11Input x11 { loop, wallClock, [this] { displayLost(); } };
     WaylandDisplay compositor { loop, [this] { running.displayLost(); } };

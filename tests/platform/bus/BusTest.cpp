@@ -13,6 +13,7 @@
 #include <QDBusReply>
 #include <QElapsedTimer>
 #include <QSignalSpy>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -64,6 +65,7 @@ private slots:
     void aCallThatIsRefusedIsAnsweredWithAnError();
     void aCallThatIsForgottenIsNotAnswered();
     void whatIsSentBeforeTheConnectionStandsArrives();
+    void anAddressThatLeadsNowhereIsPassedOver();
     void waitingForAnAnswerHoldsBackNothingForGood();
 
     void whatCannotBeReachedIsAnEmptyBus_data();
@@ -226,6 +228,22 @@ void BusTest::whatIsSentBeforeTheConnectionStandsArrives()
             whoIsThere, [&](const BusAnswer& answer) { answers += answer.isError() ? 0 : 1; });
 
     QTRY_COMPARE(answers, 1000);
+}
+
+void BusTest::anAddressThatLeadsNowhereIsPassedOver()
+{
+    // Of a socket in the file system that would show at once.
+    QTcpServer closed;
+    QVERIFY(closed.listen(QHostAddress::LocalHost));
+    const auto nowhere = "tcp:host=127.0.0.1,port=" + std::to_string(closed.serverPort());
+    closed.close();
+    Bus connection(*loop, nowhere + ';' + daemon->address().toStdString());
+    std::string id;
+
+    const auto pending
+        = connection.call(whoIsThere, [&](const BusAnswer& answer) { id = answer.values().readString(); });
+
+    QTRY_VERIFY(!id.empty());
 }
 
 void BusTest::waitingForAnAnswerHoldsBackNothingForGood()

@@ -2,84 +2,21 @@
 
 #include "platform/linux/bus/Bus.h"
 #include "platform/linux/windows/ServedLoop.h"
+#include "support/LoginManager.h"
 #include "support/Patience.h"
 #include "support/PrivateBus.h"
 #include "support/TestArea.h"
 
 #include <QDBusConnectionInterface>
-#include <QDBusMessage>
-#include <QDBusObjectPath>
 #include <QDBusReply>
 #include <QTest>
 
 #include <memory>
+#include <vector>
 
 namespace {
 
 const QString interface = QStringLiteral("org.freedesktop.login1.Session");
-
-/// A session as the login manager shows it.
-class Session final : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Session")
-    Q_PROPERTY(bool LockedHint MEMBER lockedHint)
-
-public:
-    Session(const QDBusConnection& bus, const QString& path)
-        : bus(bus)
-        , path(path)
-    {
-        this->bus.registerObject(path, this, QDBusConnection::ExportAllProperties);
-    }
-
-    void setLocked(bool isLocked)
-    {
-        lockedHint = isLocked;
-        changed(interface, { { "LockedHint", isLocked } });
-    }
-
-    void changed(const QString& changedInterface, const QVariantMap& properties)
-    {
-        auto signal
-            = QDBusMessage::createSignal(path, "org.freedesktop.DBus.Properties", "PropertiesChanged");
-        signal << changedInterface << properties << QStringList();
-        bus.send(signal);
-    }
-
-    bool lockedHint = false;
-
-private:
-    QDBusConnection bus;
-    QString path;
-};
-
-/// The login manager, with the session of this process and another one.
-class LoginManager final : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
-
-public:
-    explicit LoginManager(const QDBusConnection& bus)
-        : own(bus, "/org/freedesktop/login1/session/_32")
-        , another(bus, "/org/freedesktop/login1/session/_33")
-        , bus(bus)
-    {
-        this->bus.registerObject("/org/freedesktop/login1", this, QDBusConnection::ExportAllSlots);
-        this->bus.registerService("org.freedesktop.login1");
-    }
-
-    Session own;
-    Session another;
-
-public slots:
-    QDBusObjectPath GetSession(const QString& name) // NOLINT(readability-identifier-naming)
-    {
-        return QDBusObjectPath("/org/freedesktop/login1/session/" + QString(name == "auto" ? "_32" : "_33"));
-    }
-
-private:
-    QDBusConnection bus;
-};
 
 }
 
@@ -92,6 +29,7 @@ private slots:
 
     void aSessionThatIsLockedAtTheStartIsLocked();
     void lockingAndUnlockingIsFollowed();
+    void whatIsDoneBeforeAChangeIsDoneUnderWhatWas();
     void anotherSessionsLockIsNotOurs();
     void onlyTheLoginManagerIsBelieved();
     void aLoginManagerThatIsStartedAnewIsFollowed();
@@ -148,7 +86,7 @@ void SessionLockTest::aSessionThatIsLockedAtTheStartIsLocked()
     LoginManager manager(connect("manager"));
     manager.own.lockedHint = true;
 
-    const SessionLock lock(*bus);
+    const SessionLock lock(*bus, [] {});
 
     QTRY_VERIFY(lock.isLocked());
 }
@@ -157,7 +95,7 @@ void SessionLockTest::lockingAndUnlockingIsFollowed()
 {
     LoginManager manager(connect("manager"));
     manager.own.lockedHint = true;
-    const SessionLock lock(*bus);
+    const SessionLock lock(*bus, [] {});
     QTRY_VERIFY(lock.isLocked());
 
     manager.own.setLocked(false);
@@ -167,11 +105,29 @@ void SessionLockTest::lockingAndUnlockingIsFollowed()
     QTRY_VERIFY(lock.isLocked());
 }
 
+void SessionLockTest::whatIsDoneBeforeAChangeIsDoneUnderWhatWas()
+{
+    LoginManager manager(connect("manager"));
+    std::vector<bool> wasLocked;
+    SessionLock* itself = nullptr;
+    SessionLock lock(*bus, [&] { wasLocked.push_back(itself->isLocked()); });
+    itself = &lock;
+    awaitAnswer();
+
+    manager.own.setLocked(true);
+    QTRY_VERIFY(lock.isLocked());
+    manager.own.setLocked(true);
+    manager.own.setLocked(false);
+    QTRY_VERIFY(!lock.isLocked());
+
+    QCOMPARE(wasLocked, (std::vector<bool> { false, true }));
+}
+
 void SessionLockTest::anotherSessionsLockIsNotOurs()
 {
     LoginManager manager(connect("manager"));
     manager.own.lockedHint = true;
-    const SessionLock lock(*bus);
+    const SessionLock lock(*bus, [] {});
     QTRY_VERIFY(lock.isLocked());
 
     manager.another.setLocked(false);
@@ -187,7 +143,7 @@ void SessionLockTest::onlyTheLoginManagerIsBelieved()
 {
     LoginManager manager(connect("manager"));
     manager.own.lockedHint = true;
-    const SessionLock lock(*bus);
+    const SessionLock lock(*bus, [] {});
     QTRY_VERIFY(lock.isLocked());
     const auto another = connect("another");
 
@@ -209,7 +165,7 @@ void SessionLockTest::onlyTheLoginManagerIsBelieved()
 void SessionLockTest::aLoginManagerThatIsStartedAnewIsFollowed()
 {
     auto manager = std::make_unique<LoginManager>(connect("manager"));
-    const SessionLock lock(*bus);
+    const SessionLock lock(*bus, [] {});
     awaitAnswer();
     QVERIFY(!lock.isLocked());
     manager.reset();
@@ -227,7 +183,7 @@ void SessionLockTest::whenTheBusIsLostTheLastWordHolds()
 {
     LoginManager manager(connect("manager"));
     manager.own.lockedHint = true;
-    const SessionLock lock(*bus);
+    const SessionLock lock(*bus, [] {});
     QTRY_VERIFY(lock.isLocked());
 
     systemBus->end();
@@ -238,7 +194,7 @@ void SessionLockTest::whenTheBusIsLostTheLastWordHolds()
 
 void SessionLockTest::withoutALoginManagerNothingIsLocked()
 {
-    const SessionLock lock(*bus);
+    const SessionLock lock(*bus, [] {});
 
     QVERIFY(!lock.isLocked());
 }
@@ -246,7 +202,7 @@ void SessionLockTest::withoutALoginManagerNothingIsLocked()
 void SessionLockTest::withoutABusNothingIsLocked()
 {
     Bus none(*loop, "unix:path=/nowhere");
-    const SessionLock lock(none);
+    const SessionLock lock(none, [] {});
 
     QVERIFY(!lock.isLocked());
 }

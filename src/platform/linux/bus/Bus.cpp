@@ -231,8 +231,10 @@ void Bus::awaitNext()
         close();
         return;
     }
-    // Another one when the first of several addresses could not be reached.
-    if (descriptor != watched) {
+    // Another one when the first of several addresses could not be reached, which may have the number of the
+    // first.
+    if (descriptor != watched || sd_bus_is_ready(connection) <= 0) {
+        watch.reset();
         watch = std::make_unique<DescriptorWatch>(loop, descriptor, [this] { serve(); });
         watched = descriptor;
     }

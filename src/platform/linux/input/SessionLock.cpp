@@ -2,6 +2,8 @@
 
 #include "platform/linux/bus/Bus.h"
 
+#include <utility>
+
 namespace {
 
 constexpr const char* service = "org.freedesktop.login1";
@@ -11,8 +13,9 @@ constexpr const char* lockedHint = "LockedHint";
 
 }
 
-SessionLock::SessionLock(Bus& systemBus)
+SessionLock::SessionLock(Bus& systemBus, std::function<void()> willChange)
     : bus(systemBus)
+    , willChange(std::move(willChange))
     , managers(bus.listen({ .sender = "org.freedesktop.DBus",
                               .path = "/org/freedesktop/DBus",
                               .interface = "org.freedesktop.DBus",
@@ -55,7 +58,7 @@ void SessionLock::sessionFound(const BusAnswer& session)
                              .firstValue = sessionInterface },
         [this](BusReader values) {
             values.skip("s");
-            locked = values.readBooleanOf(lockedHint).value_or(locked);
+            become(values.readBooleanOf(lockedHint));
         });
     question = bus.call({ .destination = session.sender(),
                             .path = path,
@@ -68,6 +71,14 @@ void SessionLock::sessionFound(const BusAnswer& session)
                                 } },
         [this](const BusAnswer& answer) {
             if (!answer.isError())
-                locked = answer.values().readBooleanInVariant().value_or(locked);
+                become(answer.values().readBooleanInVariant());
         });
+}
+
+void SessionLock::become(std::optional<bool> isLocked)
+{
+    if (!isLocked || *isLocked == locked)
+        return;
+    willChange();
+    locked = *isLocked;
 }

@@ -284,6 +284,9 @@ bool X11Input::dispatch()
 {
     const bool hasCome = receive();
     handleReceived();
+    // The keyboard's answer may have brought presses along.
+    receive();
+    dispatchLater();
     noticeLoss();
     return hasCome;
 }

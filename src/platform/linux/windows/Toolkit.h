@@ -9,9 +9,6 @@
 
 class OwnProcess;
 
-/// Whether there is a display that answers. The toolkit ends the process where there is none.
-bool hasDisplay();
-
 /// The toolkit's application object, made late and for windows only: what the program has settled before
 /// stays as it is.
 class Toolkit final {
@@ -22,6 +19,9 @@ public:
     Toolkit(const Toolkit&) = delete;
     Toolkit& operator=(const Toolkit&) = delete;
     ~Toolkit();
+
+    /// Whether there is a display that the toolkit can reach. Without one it shows nothing.
+    bool hasDisplay() const;
 
 private:
     std::optional<QApplication> application;

@@ -8,6 +8,8 @@
 #include <QDBusConnection>
 #include <QFile>
 
+#include <utility>
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -30,9 +32,8 @@ void useActivationToken(const std::string& token)
 
 }
 
-ToolkitPlatform::ToolkitPlatform(ResidentPlatform& resident)
-    : toolkit(resident.process(),
-        [&resident](bool areShown) { resident.x11Input().letPressesWait(areShown ? 0ms : unseenWait); })
+ToolkitPlatform::ToolkitPlatform(ResidentPlatform& resident, std::unique_ptr<Toolkit> toolkit)
+    : toolkit(std::move(toolkit))
     , end(resident.process(), resident.waylandDisplay())
     , portalSettings(QDBusConnection::sessionBus())
     , panel(resident.x11Input())
@@ -54,7 +55,10 @@ ToolkitPlatform::~ToolkitPlatform() = default;
 
 std::unique_ptr<WindowPlatform> makeWindowPlatform(Platform& platform)
 {
-    if (!hasDisplay())
+    auto& resident = static_cast<ResidentPlatform&>(platform);
+    auto toolkit = std::make_unique<Toolkit>(resident.process(),
+        [&resident](bool areShown) { resident.x11Input().letPressesWait(areShown ? 0ms : unseenWait); });
+    if (!toolkit->hasDisplay())
         return {};
-    return std::make_unique<ToolkitPlatform>(static_cast<ResidentPlatform&>(platform));
+    return std::make_unique<ToolkitPlatform>(resident, std::move(toolkit));
 }

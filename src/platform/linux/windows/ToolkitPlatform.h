@@ -11,6 +11,7 @@
 #include "platform/linux/windows/X11Activation.h"
 #include "platform/linux/windows/X11PanelHost.h"
 
+#include <memory>
 #include <optional>
 
 class ResidentPlatform;
@@ -18,8 +19,8 @@ class ResidentPlatform;
 /// What the program needs for its windows, with the toolkit.
 class ToolkitPlatform final : public WindowPlatform {
 public:
-    /// The resident platform must outlive this one.
-    explicit ToolkitPlatform(ResidentPlatform& resident);
+    /// With a toolkit that has a display. The resident platform must outlive this one.
+    ToolkitPlatform(ResidentPlatform& resident, std::unique_ptr<Toolkit> toolkit);
     ~ToolkitPlatform() override;
 
     Appearance& appearance() override { return portalSettings; }
@@ -30,7 +31,7 @@ public:
     WindowActivation& windowActivation() override { return activation; }
 
 private:
-    Toolkit toolkit;
+    std::unique_ptr<Toolkit> toolkit;
     ToolkitEnd end;
     PortalAppearance portalSettings;
     X11PanelHost panel;
