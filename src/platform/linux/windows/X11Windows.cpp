@@ -68,8 +68,8 @@ bool isPointerOverOwnWindow()
     return false;
 }
 
-// _NET_WM_STRUT_PARTIAL of each window: what it reserves at the left, right, top and bottom edge of all
-// screens taken together, and for each edge from where to where.
+// _NET_WM_STRUT_PARTIAL of each window: how deep it reaches in from the left, right, top and bottom edge of
+// all screens taken together, and for each edge from where to where along it.
 QRect withoutBars(const QRect& screen)
 {
     auto* connection = toolkitConnection();
@@ -81,36 +81,34 @@ QRect withoutBars(const QRect& screen)
     if (!whole)
         return screen;
 
-    int left = screen.left();
-    int top = screen.top();
-    int right = left + screen.width();
-    int bottom = top + screen.height();
-    const auto overlaps = [](std::uint32_t first, std::uint32_t last, int begin, int end) {
-        return static_cast<int>(first) < end && static_cast<int>(last) >= begin;
-    };
+    enum Edge : std::size_t { Left, Right, Top, Bottom };
+    const std::array<int, 4> size { whole->width, whole->width, whole->height, whole->height };
+    // As deep as this, each edge is not for us. That way all four are alike.
+    std::array<int, 4> taken { screen.left(), whole->width - screen.left() - screen.width(), screen.top(),
+        whole->height - screen.top() - screen.height() };
     for (const xcb_window_t window : numbers(connection, root->root, "_NET_CLIENT_LIST")) {
         const auto strut = numbers(connection, window, "_NET_WM_STRUT_PARTIAL");
         if (strut.size() < 12)
             continue;
-        const bool besideRows = overlaps(strut[4], strut[5], top, bottom);
-        const bool besideRowsAtRight = overlaps(strut[6], strut[7], top, bottom);
-        const bool overColumns = overlaps(strut[8], strut[9], left, right);
-        const bool belowColumns = overlaps(strut[10], strut[11], left, right);
-        const int fromLeft = static_cast<int>(strut[0]);
-        const int fromRight = whole->width - static_cast<int>(strut[1]);
-        const int fromTop = static_cast<int>(strut[2]);
-        const int fromBottom = whole->height - static_cast<int>(strut[3]);
-        // A bar at the edge of another screen reserves nothing of this one.
-        if (strut[0] && besideRows && fromLeft < right)
-            left = std::max(left, fromLeft);
-        if (strut[1] && besideRowsAtRight && fromRight > left)
-            right = std::min(right, fromRight);
-        if (strut[2] && overColumns && fromTop < bottom)
-            top = std::max(top, fromTop);
-        if (strut[3] && belowColumns && fromBottom > top)
-            bottom = std::min(bottom, fromBottom);
+        const auto number
+            = [&strut](std::size_t index) { return static_cast<int>(strut[static_cast<qsizetype>(index)]); };
+        const auto takenByOthers = taken;
+        for (const std::size_t edge : { Left, Right, Top, Bottom }) {
+            const std::size_t opposite = edge ^ 1U;
+            const std::size_t begin = edge < Top ? Top : Left;
+            const std::size_t end = begin + 1;
+            const int depth = number(edge);
+            const int first = number(4 + 2 * edge);
+            const int last = number(5 + 2 * edge);
+            const bool isAlongScreen = first < size[end] - takenByOthers[end] && last >= takenByOthers[begin];
+            // A bar at the edge of another screen reserves nothing of this one.
+            const bool endsBeforeFarSide = depth < size[edge] - taken[opposite];
+            if (depth > 0 && isAlongScreen && endsBeforeFarSide)
+                taken[edge] = std::max(taken[edge], depth);
+        }
     }
-    return { QPoint(left, top), QPoint(right - 1, bottom - 1) };
+    return { QPoint(taken[Left], taken[Top]),
+        QPoint(size[Right] - taken[Right] - 1, size[Bottom] - taken[Bottom] - 1) };
 }
 
 // The text goes to the root window in pieces, with a zero at its end; a window says which pieces belong
