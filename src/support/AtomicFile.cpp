@@ -119,19 +119,22 @@ bool writeNew(const std::filesystem::path& file, std::string_view content, std::
 
 struct NewFile {
     std::filesystem::path name;
-    /// Negative, with the reason in errno, when there is no file.
+    /// Negative when it could not be made.
     int descriptor = -1;
+    /// Why not; 0 when it was made.
+    int error = 0;
 };
 
 /// Makes a file of a name of its own in the folder of another one.
 NewFile createBeside(const std::filesystem::path& file)
 {
-    NewFile made;
+    NewFile made { .name = {}, .error = EEXIST };
     constexpr int attempts = 100;
-    for (int i = 0; i < attempts && made.descriptor < 0 && (i == 0 || errno == EEXIST); ++i) {
+    for (int i = 0; i < attempts && made.error == EEXIST; ++i) {
         // Not longer than the name of any file may be.
         made.name = file.parent_path() / (".knucklet-" + std::to_string(i) + ".part");
         made.descriptor = createNew(made.name, defaultPermissions);
+        made.error = made.descriptor < 0 ? errno : 0;
     }
     return made;
 }
@@ -139,10 +142,11 @@ NewFile createBeside(const std::filesystem::path& file)
 /// Overwrites the file where it is, or makes it. Of a file that was made, nothing is left when that fails.
 bool overwrite(const std::filesystem::path& file, std::string_view content)
 {
-    const bool isNew = access(file.c_str(), F_OK) != 0;
+    int descriptor = createNew(file, defaultPermissions);
+    const bool isNew = descriptor >= 0;
     // Not blocking, because opening a pipe would otherwise wait for a reader.
-    const int descriptor
-        = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, defaultPermissions);
+    if (!isNew)
+        descriptor = open(file.c_str(), O_WRONLY | O_TRUNC | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0)
         return false;
     const bool isWritten = fill(descriptor, content, {});
@@ -214,16 +218,17 @@ bool exportFile(const std::filesystem::path& file, std::string_view content)
     if (!existing.mayBeReplaced)
         return false;
 
-    const auto [temporary, descriptor] = createBeside(*target);
+    const auto made = createBeside(*target);
     // Where there is no room for another file, overwriting would only lose the old one.
-    if (descriptor < 0)
-        return errno != ENOSPC && errno != EDQUOT && overwrite(*target, content);
-    if (fill(descriptor, content, existing.permissions)) {
-        if (std::rename(temporary.c_str(), target->c_str()) == 0)
-            return syncFolder(target->parent_path() / ".");
-        std::ignore = std::remove(temporary.c_str());
+    if (made.error == ENOSPC || made.error == EDQUOT)
+        return false;
+    if (made.descriptor < 0)
         return overwrite(*target, content);
-    }
-    std::ignore = std::remove(temporary.c_str());
-    return false;
+
+    const bool isWritten = fill(made.descriptor, content, existing.permissions);
+    if (isWritten && std::rename(made.name.c_str(), target->c_str()) == 0)
+        return syncFolder(target->parent_path() / ".");
+    std::ignore = std::remove(made.name.c_str());
+    // Some folders let a file be written and not be renamed.
+    return isWritten && overwrite(*target, content);
 }

@@ -74,6 +74,25 @@ void addFaultRows(const std::string& situation, const std::vector<std::string>& 
     }
 }
 
+std::size_t firstOf(const std::vector<std::string>& calls, const std::string& name)
+{
+    return static_cast<std::size_t>(std::ranges::find(calls, name) - calls.begin());
+}
+
+bool isAfterRenaming(const std::vector<std::string>& calls, const Fault& fault)
+{
+    return fault.call > firstOf(calls, "rename");
+}
+
+/// What cannot be written beside its place is written there, unless that is for want of room.
+bool isExportedAllTheSame(const std::vector<std::string>& calls, const Fault& fault)
+{
+    const auto& failed = calls.at(fault.call);
+    if (fault.call == firstOf(calls, "open"))
+        return fault.error != ENOSPC && fault.error != EDQUOT;
+    return failed == "rename" || (failed == "write" && fault.error == EINTR);
+}
+
 /// Puts a small file system of its own in the folder's place, for this process only. Takes root.
 bool mountSmallDisk(const fs::path& folder)
 {
@@ -112,6 +131,14 @@ private slots:
     void aShortWriteIsContinued();
     void aDeviceIsNotReplaced();
     void whatCannotBeRemovedFromTheTemporaryFilesPlaceIsNotWritten();
+
+    void theCallsOfAnExportAreTheOnesExpected();
+    void aFaultWhileExportingLeavesTheOldFileOrTheNewOne_data();
+    void aFaultWhileExportingLeavesTheOldFileOrTheNewOne();
+    void aFaultWhileExportingANewFileLeavesNoneOrAllOfIt_data();
+    void aFaultWhileExportingANewFileLeavesNoneOrAllOfIt();
+    void anExportThatFailsInItsPlaceRemovesOnlyWhatItHasMade_data();
+    void anExportThatFailsInItsPlaceRemovesOnlyWhatItHasMade();
 
     void aFaultWhileReadingGivesNothingOrEverything_data();
     void aFaultWhileReadingGivesNothingOrEverything();
@@ -300,6 +327,125 @@ void AtomicFileFaultTest::whatCannotBeRemovedFromTheTemporaryFilesPlaceIsNotWrit
     QVERIFY(!isReplaced);
     QCOMPARE(contentOf(file), oldContent);
     QCOMPARE(contentOf(folder / "precious"), "precious");
+}
+
+void AtomicFileFaultTest::theCallsOfAnExportAreTheOnesExpected()
+{
+    putOldFile();
+
+    const auto calls = callsOf([this] { QVERIFY(exportFile(file, newContent)); });
+
+    QCOMPARE(calls,
+        (std::vector<std::string> { "readlink", "stat", "open", "fstat", "fchmod", "write", "fsync", "close",
+            "rename", "open", "fsync", "close" }));
+}
+
+void AtomicFileFaultTest::aFaultWhileExportingLeavesTheOldFileOrTheNewOne_data()
+{
+    QTest::addColumn<Fault>("fault");
+
+    init();
+    putOldFile();
+    const auto calls = callsOf([this] { QVERIFY(exportFile(file, newContent)); });
+    addFaultRows("an old file", calls, Fault::Kind::Fails);
+}
+
+void AtomicFileFaultTest::aFaultWhileExportingLeavesTheOldFileOrTheNewOne()
+{
+    QFETCH(const Fault, fault);
+    putOldFile();
+
+    auto calls = std::make_unique<FaultyCalls>(fault);
+    const bool isExported = exportFile(file, newContent);
+    const auto names = calls->names();
+    const int openDescriptors = calls->openDescriptors();
+    calls.reset();
+
+    QCOMPARE(isExported, isExportedAllTheSame(names, fault));
+    QCOMPARE(contentOf(file), isExported || isAfterRenaming(names, fault) ? newContent : oldContent);
+    QCOMPARE(fs::status(file).permissions(), fs::perms(0640));
+    QCOMPARE(namesIn(folder), std::set<std::string> { "file" });
+    QCOMPARE(openDescriptors, 0);
+}
+
+void AtomicFileFaultTest::aFaultWhileExportingANewFileLeavesNoneOrAllOfIt_data()
+{
+    QTest::addColumn<Fault>("fault");
+
+    init();
+    const auto calls = callsOf([this] { QVERIFY(exportFile(file, newContent)); });
+    addFaultRows("no file", calls, Fault::Kind::Fails);
+}
+
+void AtomicFileFaultTest::aFaultWhileExportingANewFileLeavesNoneOrAllOfIt()
+{
+    QFETCH(const Fault, fault);
+
+    auto calls = std::make_unique<FaultyCalls>(fault);
+    const bool isExported = exportFile(file, newContent);
+    const auto names = calls->names();
+    const int openDescriptors = calls->openDescriptors();
+    calls.reset();
+
+    QCOMPARE(isExported, isExportedAllTheSame(names, fault));
+    const bool isThere = isExported || isAfterRenaming(names, fault);
+    QCOMPARE(namesIn(folder), isThere ? std::set<std::string> { "file" } : std::set<std::string> {});
+    if (isThere)
+        QCOMPARE(contentOf(file), newContent);
+    QCOMPARE(openDescriptors, 0);
+}
+
+// The second fault is in the overwriting, which the first one leads to.
+void AtomicFileFaultTest::anExportThatFailsInItsPlaceRemovesOnlyWhatItHasMade_data()
+{
+    QTest::addColumn<bool>("hasOldFile");
+    QTest::addColumn<Fault>("first");
+    QTest::addColumn<Fault>("second");
+
+    for (const bool hasOldFile : { true, false }) {
+        const auto start = [&] {
+            init();
+            if (hasOldFile)
+                putOldFile();
+        };
+        for (const std::string refused : { "open", "rename" }) {
+            start();
+            const auto ordinary = callsOf([this] { QVERIFY(exportFile(file, newContent)); });
+            const Fault first { .call = firstOf(ordinary, refused), .error = EACCES };
+            start();
+            const FaultyCalls calls(first);
+            QVERIFY(exportFile(file, newContent));
+            const auto names = calls.names();
+            for (std::size_t call = first.call + 1; call < names.size(); ++call) {
+                const auto name = std::string(hasOldFile ? "an old file" : "no file") + ", " + refused
+                    + ", then " + std::to_string(call) + ": " + names[call];
+                QTest::newRow(name.c_str()) << hasOldFile << first << Fault { .call = call, .error = EIO };
+            }
+        }
+    }
+}
+
+void AtomicFileFaultTest::anExportThatFailsInItsPlaceRemovesOnlyWhatItHasMade()
+{
+    QFETCH(const bool, hasOldFile);
+    QFETCH(const Fault, first);
+    QFETCH(const Fault, second);
+    if (hasOldFile)
+        putOldFile();
+
+    auto calls = std::make_unique<FaultyCalls>(first, second);
+    const bool isExported = exportFile(file, newContent);
+    const auto failed = calls->names().at(second.call);
+    const int openDescriptors = calls->openDescriptors();
+    calls.reset();
+
+    QVERIFY(!isExported || contentOf(file) == newContent);
+    QCOMPARE(fs::exists(file), hasOldFile || isExported);
+    if (hasOldFile)
+        QCOMPARE(fs::status(file).permissions(), fs::perms(0640));
+    const auto others = namesIn(folder).size() - (fs::exists(file) ? 1 : 0);
+    QCOMPARE(others, failed == "remove" ? 1U : 0U);
+    QCOMPARE(openDescriptors, 0);
 }
 
 void AtomicFileFaultTest::aFaultWhileReadingGivesNothingOrEverything_data()

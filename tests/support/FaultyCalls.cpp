@@ -13,7 +13,7 @@
 namespace {
 
 struct Watch {
-    std::optional<Fault> fault;
+    std::vector<Fault> faults;
     std::vector<std::string> names;
     int openDescriptors = 0;
 };
@@ -28,16 +28,14 @@ std::optional<Fault::Kind> faultOf(const char* name)
         return {};
     const auto number = watch->names.size();
     watch->names.emplace_back(name);
-    if (!watch->fault)
+    const auto isHit = [&](const Fault& fault) {
+        return number == fault.call || (fault.kind == Fault::Kind::FailsFromThenOn && number > fault.call);
+    };
+    const auto fault = std::ranges::find_if(watch->faults, isHit);
+    if (fault == watch->faults.end())
         return {};
-
-    const auto& fault = *watch->fault;
-    const bool isHit
-        = number == fault.call || (fault.kind == Fault::Kind::FailsFromThenOn && number > fault.call);
-    if (!isHit)
-        return {};
-    errno = fault.error;
-    return fault.kind;
+    errno = fault->error;
+    return fault->kind;
 }
 
 bool fails(const char* name)
@@ -146,7 +144,12 @@ ssize_t __wrap_write(int descriptor, const void* buffer, size_t size)
 
 FaultyCalls::FaultyCalls() { watch.emplace(); }
 
-FaultyCalls::FaultyCalls(const Fault& fault) { watch.emplace().fault = fault; }
+FaultyCalls::FaultyCalls(const Fault& fault) { watch.emplace().faults = { fault }; }
+
+FaultyCalls::FaultyCalls(const Fault& fault, const Fault& another)
+{
+    watch.emplace().faults = { fault, another };
+}
 
 FaultyCalls::~FaultyCalls() { watch.reset(); }
 

@@ -24,11 +24,12 @@ struct Fault {
     int error = 0;
 };
 
-/// Watches the calls from its making to its end and does to them what the fault says.
+/// Watches the calls from its making to its end and does to them what the faults say.
 class FaultyCalls final {
 public:
     FaultyCalls();
     explicit FaultyCalls(const Fault& fault);
+    FaultyCalls(const Fault& fault, const Fault& another);
     FaultyCalls(const FaultyCalls&) = delete;
     FaultyCalls& operator=(const FaultyCalls&) = delete;
     ~FaultyCalls();
