@@ -68,7 +68,7 @@ constexpr ButtonLook prominentButton { .size = ButtonSize::Regular, .isProminent
 
 }
 
-View AssetImage::body() const
+PictureView AssetImage::body() const
 {
     return picture({
         .name = name,
@@ -102,7 +102,7 @@ View WelcomePage::body() const
 {
     return column(
         {
-            AssetImage { "onboarding-hero", "keyboard.fill", folders }.body().height(230).clip(18),
+            AssetImage { "onboarding-hero", "keyboard.fill", folders }.body().clip(18).height(230),
             pageTitle(tr("Welcome to Knucklet")),
             paragraph(tr("Every key you press, every click you make — counted.\n"
                          "See how much your fingers work each day."),
@@ -163,7 +163,7 @@ View PermissionPage::statusCard() const
                                       : 0);
 }
 
-View PermissionPage::counting() const
+StackView PermissionPage::counting() const
 {
     return column(
         {
@@ -173,7 +173,7 @@ View PermissionPage::counting() const
         { .spacing = 14, .alignment = Qt::AlignHCenter });
 }
 
-View PermissionPage::relaunch() const
+StackView PermissionPage::relaunch() const
 {
     return column(
         {
@@ -186,7 +186,7 @@ View PermissionPage::relaunch() const
         { .spacing = 14, .alignment = Qt::AlignHCenter });
 }
 
-View PermissionPage::waiting() const
+StackView PermissionPage::waiting() const
 {
     return column(
         {

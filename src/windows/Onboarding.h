@@ -25,7 +25,7 @@ struct AssetImage {
     QString fallbackSymbol;
     const Folders& folders;
 
-    View body() const;
+    PictureView body() const;
 };
 
 /// An icon with a heading and a text beside it, both as they are: no translation is looked up.
@@ -65,9 +65,9 @@ struct PermissionPage {
 
 private:
     View statusCard() const;
-    View counting() const;
-    View relaunch() const;
-    View waiting() const;
+    StackView counting() const;
+    StackView relaunch() const;
+    StackView waiting() const;
 
     Q_DECLARE_TR_FUNCTIONS(PermissionPage)
 };

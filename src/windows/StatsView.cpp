@@ -151,11 +151,11 @@ View StatsView::relaunchBanner() const
             paragraph(tr("Access granted — quit and reopen Knucklet to start counting keys.")),
         },
         { .spacing = 6, .alignment = Qt::AlignTop })
-        .font(11)
-        .color(Theme::secondary)
         .padding(10)
         .fillWidth()
-        .background(Theme::keyAccent.withOpacity(0.12), 8);
+        .background(Theme::keyAccent.withOpacity(0.12), 8)
+        .font(11)
+        .color(Theme::secondary);
 }
 
 View StatsView::footerStats() const { return row({ allTime(), spacer(), bestDay() }); }

@@ -385,20 +385,20 @@ protected:
 
 }
 
-View row(Views children, StackLook look)
+StackView row(Views children, StackLook look)
 {
     const auto alignment = look.alignment ? look.alignment : Qt::AlignVCenter;
-    return View::ofStack(
+    return StackView(
         [=](Stack& stack) {
             stack.setLayoutLook({ QBoxLayout::LeftToRight, look.spacing, alignment });
         },
         std::move(children));
 }
 
-View column(Views children, StackLook look)
+StackView column(Views children, StackLook look)
 {
     const auto alignment = look.alignment ? look.alignment : Qt::AlignLeft;
-    return View::ofStack(
+    return StackView(
         [=](Stack& stack) {
             stack.setLayoutLook({ QBoxLayout::TopToBottom, look.spacing, alignment });
         },

@@ -15,9 +15,9 @@ struct StackLook {
 };
 
 /// One beside the other, centered vertically unless told otherwise.
-View row(Views children, StackLook look = {});
+StackView row(Views children, StackLook look = {});
 /// One below the other, aligned where reading begins unless told otherwise.
-View column(Views children, StackLook look = {});
+StackView column(Views children, StackLook look = {});
 
 /// One line, truncated at its end where there is not enough room.
 View label(const QString& text, Qt::Alignment alignment = Qt::AlignLeft);

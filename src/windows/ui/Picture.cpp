@@ -84,7 +84,7 @@ void Picture::drawFallback(QPainter& painter, const QRectF& box) const
         place.topLeft(), symbolPixmap(fallbackSymbol, place.size(), color, devicePixelRatioF()));
 }
 
-View picture(const Picture::Source& source)
+PictureView picture(const Picture::Source& source)
 {
-    return View::of<Picture>([source](Picture& picture) { picture.show(source); });
+    return PictureView([source](Picture& picture) { picture.show(source); });
 }

@@ -45,4 +45,4 @@ private:
 };
 
 /// To be given a size.
-View picture(const Picture::Source& source);
+PictureView picture(const Picture::Source& source);

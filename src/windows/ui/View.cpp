@@ -61,13 +61,6 @@ Views::Views(std::vector<View> list)
 {
 }
 
-View View::ofStack(std::function<void(Stack&)> configure, Views children)
-{
-    auto view = View::of<Stack>(std::move(configure));
-    view.children = std::move(children.list);
-    return view;
-}
-
 View View::font(int size, QFont::Weight weight) &&
 {
     ownFont = ::font(size, weight);
@@ -110,38 +103,49 @@ View View::height(int newHeight) &&
     return std::move(*this);
 }
 
-View View::clip(double cornerRadius) &&
+StackView::StackView(std::function<void(Stack&)> configure, Views children)
+    : View(View::of<Stack>(std::move(configure)))
 {
-    clipRadius = cornerRadius;
-    return std::move(*this);
+    this->children = std::move(children.list);
 }
 
-View View::padding(int newPadding) &&
+StackView StackView::padding(int newPadding) &&
 {
     return std::move(*this).padding({ newPadding, newPadding, newPadding, newPadding });
 }
 
-View View::padding(const QMargins& newPadding) &&
+StackView StackView::padding(const QMargins& newPadding) &&
 {
     ownPadding = newPadding;
     return std::move(*this);
 }
 
-View View::fillWidth() &&
+StackView StackView::fillWidth() &&
 {
     fillsWidth = true;
     return std::move(*this);
 }
 
-View View::background(const ThemeColor& newColor, double cornerRadius) &&
+StackView StackView::background(const ThemeColor& newColor, double cornerRadius) &&
 {
     ownBackground = Background { newColor, cornerRadius };
     return std::move(*this);
 }
 
-View View::animated(int newState) &&
+StackView StackView::animated(int newState) &&
 {
     state = newState;
+    return std::move(*this);
+}
+
+PictureView::PictureView(std::function<void(Picture&)> configure)
+    : View(View::of<Picture>(std::move(configure)))
+{
+}
+
+PictureView PictureView::clip(double cornerRadius) &&
+{
+    clipRadius = cornerRadius;
     return std::move(*this);
 }
 

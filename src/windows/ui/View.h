@@ -15,6 +15,7 @@
 #include <vector>
 
 class FocusRing;
+class Picture;
 class Stack;
 class View;
 
@@ -22,7 +23,7 @@ class View;
 class Views final {
 public:
     // Not an initializer list: that would copy each view, and everything inside it, once per level.
-    template <std::same_as<View>... Each>
+    template <std::derived_from<View>... Each>
     Views(Each... each);
     Views(std::vector<View> list);
 
@@ -32,7 +33,7 @@ public:
 /// Says what should be on screen: one widget, how it looks, and what stands inside it. Cheap to make and
 /// thrown away after use. A default-made view is absent: it keeps its place in a list, takes no room and
 /// adds no spacing.
-class View final {
+class View {
 public:
     View() = default;
 
@@ -40,8 +41,6 @@ public:
     /// cheap when nothing has changed.
     template <typename Widget>
     static View of(std::function<void(Widget&)> configure);
-    /// A stack of widgets; `configure` as above.
-    static View ofStack(std::function<void(Stack&)> configure, Views children);
 
     // The font and the color hold for everything inside, too.
     View font(int size, QFont::Weight weight = QFont::Normal) &&;
@@ -57,22 +56,10 @@ public:
     View width(int newWidth) &&;
     View height(int newHeight) &&;
 
-    // For pictures only.
-    /// Cuts off what is outside a rectangle with continuous corners.
-    View clip(double cornerRadius) &&;
-
-    // For stacks only.
-    View padding(int newPadding) &&;
-    View padding(const QMargins& newPadding) &&;
-    /// Takes all the width there is and shares it equally with others that do.
-    View fillWidth() &&;
-    View background(const ThemeColor& newColor, double cornerRadius) &&;
-    /// When this number changes, the content fades over to the new one and the height springs to what that
-    /// needs.
-    View animated(int newState) &&;
-
 private:
     friend class Host;
+    friend class PictureView;
+    friend class StackView;
 
     struct Background {
         ThemeColor color { .components = {}, .opacity = 0 };
@@ -97,6 +84,33 @@ private:
     std::optional<double> clipRadius;
     std::optional<int> state;
     bool fillsWidth = false;
+};
+
+/// A view of a stack. What only stacks can do comes before what all views can: after that it is a view like
+/// any other. So it is no more than a view either, and may be stored as one.
+class StackView final : public View {
+public:
+    /// `configure` as in `View`.
+    StackView(std::function<void(Stack&)> configure, Views children);
+
+    StackView padding(int newPadding) &&;
+    StackView padding(const QMargins& newPadding) &&;
+    /// Takes all the width there is and shares it equally with others that do.
+    StackView fillWidth() &&;
+    StackView background(const ThemeColor& newColor, double cornerRadius) &&;
+    /// When this number changes, the content fades over to the new one and the height springs to what that
+    /// needs.
+    StackView animated(int newState) &&;
+};
+
+/// A view of a picture, in the same way.
+class PictureView final : public View {
+public:
+    /// `configure` as in `View`.
+    explicit PictureView(std::function<void(Picture&)> configure);
+
+    /// Cuts off what is outside a rectangle with continuous corners.
+    PictureView clip(double cornerRadius) &&;
 };
 
 /// Shows a view, and brings the widgets up to date, place by place, when it is described again: a widget is
@@ -133,7 +147,7 @@ private:
     bool hasNewWidgets = false;
 };
 
-template <std::same_as<View>... Each>
+template <std::derived_from<View>... Each>
 Views::Views(Each... each)
 {
     list.reserve(sizeof...(each));

@@ -387,13 +387,13 @@ void HostTest::aListMayGrowAndShrink()
 void HostTest::nothingIsLeftOfWhatStoodInAPlaceBefore()
 {
     bool isPlain = false;
-    Host host([&] {
+    Host host([&]() -> View {
         if (isPlain)
             return column({ label("text") });
         return column({ label("text").font(26).color(Theme::keyAccent).help("help") })
             .padding(10)
-            .width(200)
             .background(Theme::keyAccent, 8)
+            .width(200)
             .read("all of it");
     });
     Host plain([] { return column({ label("text") }); });
