@@ -21,6 +21,21 @@
     </message>
 </context>
 <context>
+    <name>KnuckletApp</name>
+    <message>
+        <source>Open Knucklet</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Setup Assistant…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Quit Knucklet</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>OnboardingView</name>
     <message>
         <source>Page %1 of %2</source>

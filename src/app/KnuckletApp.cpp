@@ -4,6 +4,7 @@
 #include "platform/Desktop.h"
 #include "platform/Instance.h"
 #include "platform/Platform.h"
+#include "support/Translation.h"
 
 #include <string>
 #include <utility>
@@ -83,13 +84,14 @@ void KnuckletApp::installItem()
             windows->panel().toggle(place);
     }),
         {
-            { "Open Knucklet", lifetime.guard([this](std::optional<ScreenPixel> place) {
-                 if (auto* windows = this->windows())
-                     windows->panel().open(place);
-             }) },
-            { "Setup Assistant…",
+            { translate("KnuckletApp", "Open Knucklet"),
+                lifetime.guard([this](std::optional<ScreenPixel> place) {
+                    if (auto* windows = this->windows())
+                        windows->panel().open(place);
+                }) },
+            { translate("KnuckletApp", "Setup Assistant…"),
                 lifetime.guard([this](std::optional<ScreenPixel>) { state.onboarding->show(state, 0); }) },
-            { "Quit Knucklet",
+            { translate("KnuckletApp", "Quit Knucklet"),
                 [&desktop = platform.desktop()](std::optional<ScreenPixel>) { desktop.terminate(); } },
         },
         lifetime.guard([this](const std::vector<MenuBarCommand>& commands, std::optional<ScreenPixel> place) {

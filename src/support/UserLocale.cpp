@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <sstream>
 #include <string_view>
 
 namespace {
@@ -75,3 +76,17 @@ std::string userLocale(const char* category)
 std::string userDateLocale() { return userLocale("LC_TIME"); }
 
 std::string userNumberLocale() { return userLocale("LC_NUMERIC"); }
+
+std::vector<std::string> userLanguages()
+{
+    std::vector<std::string> languages;
+    const auto* value = std::getenv("LANGUAGE");
+    std::istringstream list(value ? value : "");
+    for (std::string language; std::getline(list, language, ':');) {
+        if (!language.empty())
+            languages.push_back(icuLocale(language));
+    }
+    if (languages.empty())
+        languages.push_back(userLocale("LC_MESSAGES"));
+    return languages;
+}

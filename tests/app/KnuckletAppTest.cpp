@@ -90,6 +90,8 @@ private slots:
     void aBurstOfPressesUpdatesTheLabelOnce();
     void noWindowIsMadeBeforeOneOpens();
     void whereNoWindowCanBeMadeTheProgramCountsAllTheSame();
+    void theMenuSpeaksTheUsersLanguage_data();
+    void theMenuSpeaksTheUsersLanguage();
     void theMenuOpensTheAssistant();
     void thePanelOpensTheAssistant();
     void theAssistantsCheckBoxPutsTheCountsIntoTheMenuBarAtOnce();
@@ -214,6 +216,41 @@ void KnuckletAppTest::whereNoWindowCanBeMadeTheProgramCountsAllTheSame()
     QCOMPARE(attempts, 4);
     QCOMPARE(fake.label(), std::string("1 · 0"));
     QVERIFY(!fake.platform.hasTerminated());
+}
+
+void KnuckletAppTest::theMenuSpeaksTheUsersLanguage_data()
+{
+    QTest::addColumn<QByteArray>("variable");
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<QStringList>("titles");
+
+    const QStringList english { "Open Knucklet", "Setup Assistant…", "Quit Knucklet" };
+    // What is not translated yet stays as it is.
+    const QStringList german { "Knucklet öffnen", "Setup Assistant…", "Knucklet „beenden“ & schließen" };
+    QTest::newRow("no language") << QByteArray("LC_ALL") << QByteArray("C.UTF-8") << english;
+    QTest::newRow("one without a translation")
+        << QByteArray("LC_ALL") << QByteArray("fr_FR.UTF-8") << english;
+    QTest::newRow("the language alone") << QByteArray("LC_ALL") << QByteArray("de") << german;
+    QTest::newRow("of one country") << QByteArray("LC_ALL") << QByteArray("de_AT.UTF-8") << german;
+    QTest::newRow("the second of several") << QByteArray("LANGUAGE") << QByteArray("fr_CA:de_CH") << german;
+}
+
+void KnuckletAppTest::theMenuSpeaksTheUsersLanguage()
+{
+    QFETCH(const QByteArray, variable);
+    QFETCH(const QByteArray, value);
+    QFETCH(const QStringList, titles);
+    FakeApp fake;
+
+    const auto before = qgetenv(variable);
+    qputenv(variable, value);
+    const KnuckletApp app(fake.platform, fake.windows());
+    qputenv(variable, before);
+
+    QStringList shown;
+    for (const auto& title : fake.platform.commands())
+        shown << QString::fromStdString(title);
+    QCOMPARE(shown, titles);
 }
 
 void KnuckletAppTest::theMenuOpensTheAssistant()

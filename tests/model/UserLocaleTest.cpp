@@ -36,6 +36,8 @@ private slots:
     void datesAndNumbersFollowTheirOwnVariables();
     void aValueReadsAsTheLocaleItNames_data();
     void aValueReadsAsTheLocaleItNames();
+    void textsFollowTheirOwnVariables_data();
+    void textsFollowTheirOwnVariables();
 };
 
 void UserLocaleTest::datesAndNumbersFollowTheirOwnVariables_data()
@@ -140,6 +142,43 @@ void UserLocaleTest::aValueReadsAsTheLocaleItNames()
     const auto read = userDateLocale();
 
     QCOMPARE(read, locale);
+}
+
+void UserLocaleTest::textsFollowTheirOwnVariables_data()
+{
+    QTest::addColumn<QString>("list");
+    QTest::addColumn<QString>("messages");
+    QTest::addColumn<QStringList>("languages");
+
+    const QString unset;
+    QTest::newRow("nothing is set") << unset << unset << QStringList { "en_US" };
+    QTest::newRow("a locale") << unset << "de_AT.UTF-8" << QStringList { "de_AT" };
+    QTest::newRow("a list before the locale") << "fr_CA:pt_BR:de"
+                                              << "it_IT.UTF-8" << QStringList { "fr_CA", "pt_BR", "de" };
+    QTest::newRow("a list with nothing in it") << "::"
+                                               << "it_IT.UTF-8" << QStringList { "it_IT" };
+}
+
+void UserLocaleTest::textsFollowTheirOwnVariables()
+{
+    QFETCH(const QString, list);
+    QFETCH(const QString, messages);
+    QFETCH(const QStringList, languages);
+    setLocale(nullptr, nullptr, nullptr, "es_ES.UTF-8");
+    if (messages.isNull())
+        qunsetenv("LANG");
+    else
+        qputenv("LC_MESSAGES", messages.toUtf8());
+    if (!list.isNull())
+        qputenv("LANGUAGE", list.toUtf8());
+
+    QStringList read;
+    for (const auto& language : userLanguages())
+        read << QString::fromStdString(language);
+    qunsetenv("LC_MESSAGES");
+    qunsetenv("LANGUAGE");
+
+    QCOMPARE(read, languages);
 }
 
 static const TestArea area("UserLocale", runTest<UserLocaleTest>);

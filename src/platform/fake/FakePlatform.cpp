@@ -122,6 +122,14 @@ std::vector<std::string> FakePlatform::proposedNames() const
     return names;
 }
 
+std::vector<std::string> FakePlatform::commands() const
+{
+    std::vector<std::string> titles;
+    for (const auto& command : menuBarCommands)
+        titles.push_back(command.title);
+    return titles;
+}
+
 std::vector<std::chrono::milliseconds> FakePlatform::runningTimers() const
 {
     std::vector<std::chrono::milliseconds> intervals;

@@ -112,6 +112,8 @@ public:
     bool hasMouseMonitor() const { return monitor != nullptr; }
     std::vector<std::chrono::milliseconds> runningTimers() const;
     const std::optional<MenuBarLabel>& menuBarLabel() const { return label; }
+    /// The titles of the item's menu.
+    std::vector<std::string> commands() const;
     bool hasTerminated() const { return terminated; }
     /// The windows that were brought to the front, in order.
     const std::vector<NativeWindow>& activatedWindows() const { return activated; }

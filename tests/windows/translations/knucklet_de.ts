@@ -2,6 +2,21 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de" sourcelanguage="en">
 <context>
+    <name>KnuckletApp</name>
+    <message>
+        <source>Open Knucklet</source>
+        <translation>Knucklet öffnen</translation>
+    </message>
+    <message>
+        <source>Setup Assistant…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Quit Knucklet</source>
+        <translation>Knucklet „beenden“ &amp; schließen</translation>
+    </message>
+</context>
+<context>
     <name>StatsView</name>
     <message>
         <source>All time</source>
