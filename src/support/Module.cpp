@@ -1,28 +1,17 @@
 #include "support/Module.h"
 
+#include "support/InstalledFiles.h"
+
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <string>
-#include <system_error>
 
 Module::Module(const char* name)
 {
-    std::error_code unknown;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", unknown);
-    if (!program.has_parent_path())
-        return;
-
-    const auto folder = program.parent_path();
-    // Installed, or as built: of the program, and of the tests, which are built into a folder of their own.
-    for (const auto& modules :
-        { folder / KNUCKLET_MODULES, folder / "modules", folder.parent_path() / "modules" }) {
-        file = open((modules / name).c_str(), O_RDONLY | O_CLOEXEC);
-        if (file >= 0)
-            return;
-    }
+    if (const auto path = moduleFile(name))
+        file = open(path->c_str(), O_RDONLY | O_CLOEXEC);
 }
 
 Module::~Module()

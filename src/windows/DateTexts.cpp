@@ -1,7 +1,7 @@
 #include "windows/DateTexts.h"
 
-#include "support/Fatal.h"
 #include "support/UserLocale.h"
+#include "windows/IcuCheck.h"
 
 #include <unicode/datefmt.h>
 #include <unicode/locid.h>
@@ -15,13 +15,6 @@
 namespace {
 
 using Format = std::unique_ptr<icu::DateFormat>;
-
-// ICU fails here only without its data or without memory.
-void check(UErrorCode status)
-{
-    if (U_FAILURE(status))
-        fatal();
-}
 
 /// Where a day of ICU is a day of ours.
 Format inUtc(Format format)

@@ -1,7 +1,7 @@
 #include "windows/NumberTexts.h"
 
-#include "support/Fatal.h"
 #include "support/UserLocale.h"
+#include "windows/IcuCheck.h"
 
 #include <unicode/locid.h>
 #include <unicode/numberformatter.h>
@@ -26,9 +26,7 @@ std::string NumberTexts::grouped(std::int64_t number) const
 {
     UErrorCode status = U_ZERO_ERROR;
     const auto formatted = icu->formatter.formatInt(number, status).toString(status);
-    // ICU fails here only without its data or without memory.
-    if (U_FAILURE(status))
-        fatal();
+    check(status);
     std::string utf8;
     return formatted.toUTF8String(utf8);
 }

@@ -10,7 +10,6 @@
 #include "platform/linux/input/X11Input.h"
 #include "platform/linux/process/AutostartEntry.h"
 #include "platform/linux/process/EventLoop.h"
-#include "platform/linux/process/InstalledFiles.h"
 #include "platform/linux/process/LoopTimers.h"
 #include "platform/linux/process/OwnProcess.h"
 #include "platform/linux/process/SettingsFile.h"
@@ -18,6 +17,7 @@
 #include "platform/linux/process/SystemClock.h"
 #include "platform/linux/process/WaylandDisplay.h"
 #include "platform/linux/process/XdgFolders.h"
+#include "support/InstalledFiles.h"
 
 #include <filesystem>
 #include <functional>

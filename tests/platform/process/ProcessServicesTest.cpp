@@ -1,6 +1,5 @@
 #include "platform/linux/process/AutostartEntry.h"
 #include "platform/linux/process/EventLoop.h"
-#include "platform/linux/process/InstalledFiles.h"
 #include "platform/linux/process/LoopTimers.h"
 #include "platform/linux/process/SettingsFile.h"
 #include "platform/linux/process/SystemClock.h"
@@ -8,6 +7,7 @@
 #include "platform/linux/windows/ServedLoop.h"
 #include "support/Files.h"
 #include "support/ForkedChild.h"
+#include "support/InstalledFiles.h"
 #include "support/Patience.h"
 #include "support/TestArea.h"
 

@@ -2,7 +2,7 @@
 
 #include "BadgeTable.h"
 #include "platform/linux/process/BaseFolders.h"
-#include "platform/linux/process/InstalledFiles.h"
+#include "support/InstalledFiles.h"
 
 #include <algorithm>
 #include <cstddef>

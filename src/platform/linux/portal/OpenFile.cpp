@@ -1,9 +1,9 @@
 #include "platform/linux/portal/OpenFile.h"
 
+#include "platform/linux/portal/Portal.h"
 #include "platform/linux/process/Child.h"
 
 #include <QDBusConnection>
-#include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusUnixFileDescriptor>
 #include <QFile>
@@ -26,8 +26,7 @@ void openFile(const QString& path)
         return;
 
     // The portal takes no address of a local file, only the open file itself.
-    auto call = QDBusMessage::createMethodCall("org.freedesktop.portal.Desktop",
-        "/org/freedesktop/portal/desktop", "org.freedesktop.portal.OpenURI", "OpenFile");
+    auto call = portalMessage("OpenURI", "OpenFile");
     call << QString() << QVariant::fromValue(QDBusUnixFileDescriptor(file.handle())) << QVariantMap();
     auto* answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call));
     QObject::connect(answer, &QDBusPendingCallWatcher::finished, answer, [answer, path] {

@@ -1,7 +1,8 @@
 #include "platform/linux/portal/PortalAppearance.h"
 
+#include "platform/linux/portal/Portal.h"
+
 #include <QDBusArgument>
-#include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -12,9 +13,7 @@
 
 namespace {
 
-const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
-const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
+const QString settings = QStringLiteral("Settings");
 
 const QString sharedGroup = QStringLiteral("org.freedesktop.appearance");
 const QString gnomeGroup = QStringLiteral("org.gnome.desktop.interface");
@@ -43,7 +42,7 @@ PortalAppearance::PortalAppearance(const QDBusConnection& bus)
     // QtDBus knows the type, but it looks up the arguments of a slot by their names, and connects to nothing
     // when it finds none.
     qRegisterMetaType<QDBusVariant>();
-    this->bus.connect(portalService, portalPath, settingsInterface, "SettingChanged", this,
+    this->bus.connect(portalService, portalPath, portalInterface(settings), "SettingChanged", this,
         SLOT(settingChanged(QString, QString, QDBusVariant)));
     // At login the portal may come after this program.
     connect(&portal, &QDBusServiceWatcher::serviceRegistered, this, &PortalAppearance::read);
@@ -81,7 +80,7 @@ void PortalAppearance::settingChanged(const QString& group, const QString& key, 
 
 void PortalAppearance::read()
 {
-    auto call = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface, "ReadAll");
+    auto call = portalMessage(settings, "ReadAll");
     call << QStringList { sharedGroup, gnomeGroup, plasmaGroup };
     auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, &PortalAppearance::answered);

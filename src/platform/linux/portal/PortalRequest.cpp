@@ -1,15 +1,13 @@
 #include "platform/linux/portal/PortalRequest.h"
 
-#include <QDBusMessage>
+#include "platform/linux/portal/Portal.h"
+
 #include <QDBusPendingCallWatcher>
 #include <QUuid>
 
 #include <utility>
 
 namespace {
-
-const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 
 /// Where the portal puts the request of this name.
 QString requestPath(const QDBusConnection& bus, const QString& token)
@@ -30,13 +28,12 @@ void PortalRequest::send(QDBusConnection bus, PortalCall call)
 {
     const auto token = "knucklet" + QUuid::createUuid().toString(QUuid::Id128);
     call.options["handle_token"] = token;
-    auto message = QDBusMessage::createMethodCall(
-        portalService, portalPath, "org.freedesktop.portal." + call.interface, call.method);
+    auto message = portalMessage(call.interface, call.method);
     message.setArguments(call.arguments << call.options);
 
     // Listens before it asks, so that no answer can come too early.
     auto* request = new PortalRequest(std::move(call));
-    bus.connect(portalService, requestPath(bus, token), "org.freedesktop.portal.Request", "Response", request,
+    bus.connect(portalService, requestPath(bus, token), portalInterface("Request"), "Response", request,
         SLOT(answered(uint, QVariantMap)));
     auto* reply = new QDBusPendingCallWatcher(bus.asyncCall(message), request);
     connect(reply, &QDBusPendingCallWatcher::finished, request, [request, reply] {

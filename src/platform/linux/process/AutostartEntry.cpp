@@ -1,9 +1,9 @@
 #include "platform/linux/process/AutostartEntry.h"
 
 #include "platform/linux/process/BaseFolders.h"
-#include "platform/linux/process/InstalledFiles.h"
 #include "platform/linux/process/KeyFile.h"
 #include "support/AtomicFile.h"
+#include "support/InstalledFiles.h"
 
 #include <unistd.h>
 

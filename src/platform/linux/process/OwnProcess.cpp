@@ -1,7 +1,7 @@
 #include "platform/linux/process/OwnProcess.h"
 
 #include "platform/linux/process/Child.h"
-#include "platform/linux/process/InstalledFiles.h"
+#include "support/InstalledFiles.h"
 
 #include <sys/signalfd.h>
 #include <unistd.h>

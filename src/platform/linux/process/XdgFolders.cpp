@@ -1,7 +1,7 @@
 #include "platform/linux/process/XdgFolders.h"
 
 #include "platform/linux/process/BaseFolders.h"
-#include "platform/linux/process/InstalledFiles.h"
+#include "support/InstalledFiles.h"
 
 #include <string>
 

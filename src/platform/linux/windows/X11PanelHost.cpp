@@ -15,16 +15,23 @@ namespace {
 /// Xfce, Plasma and LXQt report it at once; a busy machine may be slower.
 constexpr qint64 clickDelay = 250;
 
+/// What the screen covers in pixels. Screens keep their place when they are scaled; only their extent
+/// shrinks.
+QRect pixelsOf(const QScreen& screen)
+{
+    const QRect points = screen.geometry();
+    return { points.topLeft(), (QSizeF(points.size()) * screen.devicePixelRatio()).toSize() };
+}
+
 /// Nothing when the pixel lies outside every screen.
 std::optional<ScreenPoint> logicalPoint(QPoint physical)
 {
     for (const QScreen* screen : QGuiApplication::screens()) {
-        // Screens keep their place when they are scaled; only their extent shrinks.
-        const QPoint origin = screen->geometry().topLeft();
-        const qreal ratio = screen->devicePixelRatio();
-        if (!QRect(origin, (QSizeF(screen->geometry().size()) * ratio).toSize()).contains(physical))
+        const QRect pixels = pixelsOf(*screen);
+        if (!pixels.contains(physical))
             continue;
-        const QPoint logical = origin + (QPointF(physical - origin) / ratio).toPoint();
+        const QPoint origin = pixels.topLeft();
+        const QPoint logical = origin + (QPointF(physical - origin) / screen->devicePixelRatio()).toPoint();
         return ScreenPoint { logical.x(), logical.y() };
     }
     return {};
@@ -60,20 +67,18 @@ ScreenArea X11PanelHost::workArea(ScreenPoint place) const
     const auto* screen = QGuiApplication::screenAt({ place.x, place.y });
     if (!screen)
         screen = QGuiApplication::primaryScreen();
-    const QRect points = screen->geometry();
-    // Screens keep their origin when they are scaled; only their extent shrinks.
-    const qreal scale = screen->devicePixelRatio();
-    const QRect pixels(points.topLeft(), (QSizeF(points.size()) * scale).toSize());
+    const QRect pixels = pixelsOf(*screen);
     const QRect free = withoutBars(pixels);
+    const qreal scale = screen->devicePixelRatio();
     // Points that fall between two pixels go to the pixel after, and none under a bar.
     const auto pointAfter
         = [scale](int pixel, int origin) { return origin + qCeil((pixel - origin - 0.5) / scale); };
     const auto pointBefore
         = [scale](int pixel, int origin) { return origin + qFloor((pixel - origin) / scale); };
-    const int left = pointAfter(free.left(), points.left());
-    const int top = pointAfter(free.top(), points.top());
-    const int right = pointBefore(free.left() + free.width(), points.left());
-    const int bottom = pointBefore(free.top() + free.height(), points.top());
+    const int left = pointAfter(free.left(), pixels.left());
+    const int top = pointAfter(free.top(), pixels.top());
+    const int right = pointBefore(free.left() + free.width(), pixels.left());
+    const int bottom = pointBefore(free.top() + free.height(), pixels.top());
     QRect area(left, top, right - left, bottom - top);
     // Bars that only the toolkit knows. Among several screens it takes those of one from all.
     if (QGuiApplication::screens().size() == 1)

@@ -1,14 +1,16 @@
-#include "platform/linux/process/InstalledFiles.h"
+#include "support/InstalledFiles.h"
+
+#include <initializer_list>
 
 namespace {
 
-/// The one folder, where what is installed lies, or else the other, which the build makes beside the program:
-/// the first that has the file.
-std::optional<std::filesystem::path> installedOrAsBuilt(
-    const char* installed, const char* asBuilt, const std::filesystem::path& name)
+/// The first of the folders that has the file: where what is installed lies, or where the build has put it.
+/// They are named as seen from the program.
+std::optional<std::filesystem::path> folderWith(
+    const std::filesystem::path& name, std::initializer_list<const char*> installedOrAsBuilt)
 {
     const auto program = ownExecutable().parent_path();
-    for (const char* place : { installed, asBuilt }) {
+    for (const char* place : installedOrAsBuilt) {
         auto folder = (program / place).lexically_normal();
         std::error_code unknown;
         if (std::filesystem::is_regular_file(folder / name, unknown))
@@ -30,7 +32,7 @@ const std::filesystem::path& ownExecutable()
 
 std::optional<std::filesystem::path> sharedFolder(const std::filesystem::path& name)
 {
-    return installedOrAsBuilt("../share", "share", name);
+    return folderWith(name, { "../share", "share" });
 }
 
 std::optional<std::filesystem::path> sharedFile(const std::filesystem::path& name)
@@ -42,6 +44,13 @@ std::optional<std::filesystem::path> sharedFile(const std::filesystem::path& nam
 std::filesystem::path libexecProgram(std::string_view name)
 {
     constexpr const char* asBuilt = "libexec";
-    const auto folder = installedOrAsBuilt(KNUCKLET_LIBEXEC, asBuilt, name);
+    const auto folder = folderWith(name, { KNUCKLET_LIBEXEC, asBuilt });
     return folder.value_or(ownExecutable().parent_path() / asBuilt) / name;
+}
+
+std::optional<std::filesystem::path> moduleFile(const std::filesystem::path& name)
+{
+    // The tests are built into a folder of their own.
+    const auto folder = folderWith(name, { KNUCKLET_MODULES, "modules", "../modules" });
+    return folder ? std::optional(*folder / name) : std::nullopt;
 }

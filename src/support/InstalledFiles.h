@@ -18,3 +18,5 @@ std::optional<std::filesystem::path> sharedFile(const std::filesystem::path& nam
 
 /// A program of Knucklet's own that users do not start themselves. It need not be there.
 std::filesystem::path libexecProgram(std::string_view name);
+/// One of the program's modules; nothing when it is not there.
+std::optional<std::filesystem::path> moduleFile(const std::filesystem::path& name);
