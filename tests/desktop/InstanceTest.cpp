@@ -124,6 +124,7 @@ private slots:
     void afterAKillTheNextStartCounts();
     void desktopsActivateTheApplication();
     void aNewInstanceContinuesWhatTheOldOneCounted();
+    void whileAnotherSessionCountsAStartLeavesAtOnce();
     void whoWaitsInVainLeavesTheFilesAlone();
     void theProgramCountsWhereItCannotSave_data();
     void theProgramCountsWhereItCannotSave();
@@ -340,11 +341,32 @@ void InstanceTest::aNewInstanceContinuesWhatTheOldOneCounted()
     QDBusConnection::disconnectFromBus("relaunch");
 }
 
+void InstanceTest::whileAnotherSessionCountsAStartLeavesAtOnce()
+{
+    writeStatsFile(*desktop, "{}");
+    RunningKnucklet first(*desktop, program);
+    QVERIFY(first.awaitCounting());
+    FileWatch watch(dataFolder(), IN_ALL_EVENTS);
+    QElapsedTimer time;
+    time.start();
+
+    const auto second = launch(*desktop, inAnotherSession());
+    QVERIFY(endsWell(*second));
+
+    QCOMPARE_LT(time.elapsed(), 9'000);
+    QCOMPARE(watch.namesSoFar(), QStringList("lock"));
+    QVERIFY(first.isRunning());
+    QVERIFY(first.end(SIGTERM));
+    QCOMPARE(QFileInfo(dataFolder() + "/lock").size(), 0);
+}
+
 void InstanceTest::whoWaitsInVainLeavesTheFilesAlone()
 {
     writeStatsFile(*desktop, "{}");
     RunningKnucklet first(*desktop, program);
     QVERIFY(first.awaitCounting());
+    // As while it ends.
+    QVERIFY(QFile::resize(dataFolder() + "/lock", 0));
     FileWatch watch(dataFolder(), IN_ALL_EVENTS);
     QElapsedTimer time;
     time.start();

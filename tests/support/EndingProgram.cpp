@@ -39,6 +39,7 @@ int main(int argc, char** argv)
     EventLoop loop;
     OwnProcess desktop(loop,
         {
+            .beginEnd = [] { say("began to end"); },
             .drainInput = [] { say("drained"); },
             .makeWay = [] { say("made way"); },
             .openFile = {},

@@ -7,6 +7,7 @@
 ResidentPlatform::ResidentPlatform()
     : running(loop,
         {
+            .beginEnd = [this] { place.beginEnd(); },
             .drainInput = [this] { input.drain(); },
             .makeWay = [this] { place.makeWay(); },
             .openFile =

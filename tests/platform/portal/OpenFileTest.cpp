@@ -126,6 +126,7 @@ void OpenFileTest::inputMonitoringIsExplainedByAPageOfOurOwn()
     EventLoop loop;
     OwnProcess desktop(loop,
         {
+            .beginEnd = [] {},
             .drainInput = [] {},
             .makeWay = [] {},
             .openFile = [](const auto& page) { openFile(QString::fromStdString(page)); },

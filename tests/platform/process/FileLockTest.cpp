@@ -81,6 +81,8 @@ private slots:
     void onlyOneProcessHasIt();
     void aProcessThatWasKilledHasItNoMore_data();
     void aProcessThatWasKilledHasItNoMore();
+    void whoStaysIsNotWaitedFor_data();
+    void whoStaysIsNotWaitedFor();
     void itIsWaitedFor_data();
     void itIsWaitedFor();
     void aFileThatNamesItsOwnerIsThereOnlyWhereItIsNeeded_data();
@@ -150,14 +152,36 @@ void FileLockTest::aProcessThatWasKilledHasItNoMore()
             return std::string("no filter");
         const auto killed = inChild([&]() -> std::string {
             FileLock lock;
-            if (lock.take(file, 0ms) == LockResult::Taken)
+            if (lock.take(file, 0ms) == LockResult::Taken) {
+                lock.stay();
                 raise(SIGKILL);
+            }
             return {};
         });
         return std::to_string(killed.signal) + ' ' + tryElsewhere();
     });
 
     QCOMPARE(QByteArray::fromStdString(end.answer), QByteArray("9 taken"));
+}
+
+void FileLockTest::whoStaysIsNotWaitedFor_data() { addKindsOfLocks(); }
+
+void FileLockTest::whoStaysIsNotWaitedFor()
+{
+    QFETCH(Missing, missing);
+
+    const auto end = inChild([&] {
+        if (!forbidLocks(missing))
+            return std::string("no filter");
+        FileLock lock;
+        std::ignore = lock.take(file, 0ms);
+        lock.stay();
+        const auto before = std::chrono::steady_clock::now();
+        const auto answer = tryElsewhere(60s);
+        return answer + (std::chrono::steady_clock::now() - before < 30s ? " at once" : " after a wait");
+    });
+
+    QCOMPARE(QByteArray::fromStdString(end.answer), QByteArray("held at once"));
 }
 
 void FileLockTest::itIsWaitedFor_data() { addKindsOfLocks(); }
@@ -178,6 +202,8 @@ void FileLockTest::itIsWaitedFor()
             {
                 FileLock lock;
                 std::ignore = lock.take(file, 0ms);
+                lock.stay();
+                lock.beginEnd();
                 std::ignore = write(taken[1], "x", 1);
                 char byte = 0;
                 std::ignore = read(enough[0], &byte, 1);

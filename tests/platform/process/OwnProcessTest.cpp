@@ -15,7 +15,7 @@
 namespace {
 
 const QStringList orderlyEnd
-    = { "drained", "first observer", "second observer", "made way", "loop returned" };
+    = { "began to end", "drained", "first observer", "second observer", "made way", "loop returned" };
 
 /// The socket of a Wayland compositor, and nothing behind it.
 class StubCompositor final {
@@ -219,7 +219,8 @@ void OwnProcessTest::losingTheDisplayInTheToolkitRunsTheObserversToo()
     QTRY_COMPARE(program->state(), QProcess::NotRunning);
 
     QCOMPARE(lines(output),
-        QStringList({ "running", "drained", "first observer", "second observer", "made way" }));
+        QStringList(
+            { "running", "began to end", "drained", "first observer", "second observer", "made way" }));
     QCOMPARE(program->exitStatus(), QProcess::NormalExit);
 }
 
@@ -304,7 +305,8 @@ void OwnProcessTest::whatTheToolkitSaysAtItsEndRunsTheObserversFirst()
     QTRY_COMPARE(program->state(), QProcess::NotRunning);
 
     QCOMPARE(lines(output),
-        QStringList({ "running", "drained", "first observer", "second observer", "made way" }));
+        QStringList(
+            { "running", "began to end", "drained", "first observer", "second observer", "made way" }));
     QCOMPARE(program->exitCode(), 255);
 }
 

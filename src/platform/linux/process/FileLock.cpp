@@ -21,13 +21,25 @@ using namespace std::chrono_literals;
 
 namespace {
 
+// What the file holds while who has it locked stays. A crash leaves it behind, which says nothing about a
+// lock that can be had.
+constexpr char stayMark = '1';
+
+bool holderStays(int file)
+{
+    char mark = 0;
+    return pread(file, &mark, sizeof mark, 0) == sizeof mark && mark == stayMark;
+}
+
 /// Asks again and again, because a wait for a lock in the kernel has no limit.
-LockResult retry(const std::function<LockResult()>& attempt, std::chrono::milliseconds patience)
+LockResult retry(const std::function<LockResult()>& attempt, const FileDescriptor& file,
+    std::chrono::milliseconds patience)
 {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         const auto result = attempt();
-        if (result != LockResult::HeldByAnother || std::chrono::steady_clock::now() >= deadline)
+        if (result != LockResult::HeldByAnother || holderStays(file.get())
+            || std::chrono::steady_clock::now() >= deadline)
             return result;
         std::this_thread::sleep_for(10ms);
     }
@@ -144,10 +156,7 @@ bool takeOver(const std::filesystem::path& file)
 
 }
 
-LockResult lockFile(const FileDescriptor& file, std::chrono::milliseconds patience)
-{
-    return retry([&] { return tryToLock(file.get()); }, patience);
-}
+LockResult lockFile(const FileDescriptor& file) { return tryToLock(file.get()); }
 
 FileLock::~FileLock()
 {
@@ -159,11 +168,16 @@ LockResult FileLock::take(const std::filesystem::path& file, std::chrono::millis
 {
     lock = FileDescriptor(
         open(file.c_str(), O_RDWR | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    const auto result = lockFile(lock, patience);
+    const auto result = retry([this] { return lockFile(lock); }, lock, patience);
     if (result != LockResult::Impossible || !lock.isOpen())
         return result;
     return takeOwnerFile(file.string() + ".owner", patience);
 }
+
+// On a full disk the file may stay empty, and others wait.
+void FileLock::stay() { std::ignore = pwrite(lock.get(), &stayMark, sizeof stayMark, 0); }
+
+void FileLock::beginEnd() { std::ignore = ftruncate(lock.get(), 0); }
 
 LockResult FileLock::takeOwnerFile(const std::filesystem::path& file, std::chrono::milliseconds patience)
 {
@@ -176,7 +190,7 @@ LockResult FileLock::takeOwnerFile(const std::filesystem::path& file, std::chron
             const auto owner = ownerIn(file);
             return owner && isGone(*owner) && takeOver(file) ? LockResult::Taken : LockResult::HeldByAnother;
         },
-        patience);
+        lock, patience);
     // A crash has left it behind that came before the name.
     if (result == LockResult::HeldByAnother && !ownerIn(file) && takeOver(file))
         result = LockResult::Taken;

@@ -100,6 +100,7 @@ void OwnProcess::willTerminate()
 {
     if (std::exchange(isTerminating, true))
         return;
+    duties.beginEnd();
     duties.drainInput();
     for (const auto& observer : observers)
         observer();

@@ -20,6 +20,8 @@ class OwnProcess final : public Desktop {
 public:
     /// What other parts of the program do for it.
     struct Duties {
+        /// Called once, before everything else.
+        std::function<void()> beginEnd;
         /// Counts what the system has delivered so far; called once, before the observers.
         std::function<void()> drainInput;
         /// Called before another instance is started, and after the observers.

@@ -87,8 +87,12 @@ void SingleInstance::onStartedAgain(std::function<void()> startedAgain)
     this->startedAgain = std::move(startedAgain);
 }
 
+void SingleInstance::beginEnd() { dataLock.beginEnd(); }
+
 void SingleInstance::makeWay()
 {
+    // Before the next one can have the name.
+    beginEnd();
     // No longer than that, since a bus may hang.
     if (application) {
         const auto name = [](BusWriter& arguments) { arguments.writeString(serviceName); };
@@ -146,7 +150,7 @@ SingleInstance::Place SingleInstance::takePipe()
     pipe = openPipe();
     if (!pipe.isOpen())
         return Place::Unknown;
-    switch (lockFile(pipe, 0ms)) {
+    switch (lockFile(pipe)) {
     case LockResult::Impossible:
         return Place::Unknown;
     case LockResult::HeldByAnother:
@@ -172,8 +176,11 @@ bool SingleInstance::lockFiles()
     const auto folder = *applicationSupport / "Knucklet";
     std::error_code ignored;
     std::filesystem::create_directories(folder, ignored);
+    const auto result = dataLock.take(folder / "lock", endPatience);
+    if (result == LockResult::Taken)
+        dataLock.stay();
     // Where no lock can be made nothing can be saved either, and the program runs for its counters.
-    return dataLock.take(folder / "lock", endPatience) != LockResult::HeldByAnother;
+    return result != LockResult::HeldByAnother;
 }
 
 // Later, so that who has started the program has its answer first.

@@ -18,7 +18,8 @@ class Folders;
 /// byte into it.
 ///
 /// A lock beside the stats file comes on top, since a bus and a runtime folder belong to one session, and the
-/// file to all of them. It is what an instance waits for that another one has started in its own stead.
+/// file to all of them. It is what an instance waits for that another one has started in its own stead. An
+/// instance that finds one of another session counting leaves at once.
 class SingleInstance final : public Instance {
 public:
     SingleInstance(EventLoop& loop, Bus& bus, const Folders& folders);
@@ -29,6 +30,9 @@ public:
     bool claim() override;
     void onStartedAgain(std::function<void()> startedAgain) override;
 
+    /// From here on an instance of another session that is started waits for the end of this process. Before,
+    /// it leaves.
+    void beginEnd();
     /// Gives up the place, and not the files: the next instance that is started takes it, and then waits
     /// until this process has ended.
     void makeWay();
