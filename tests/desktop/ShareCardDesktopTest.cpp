@@ -12,6 +12,8 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QDirIterator>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <sys/stat.h>
@@ -87,6 +89,7 @@ private slots:
     void aFullDiskLeavesNothing();
     void aReadOnlyFolderLeavesNothing();
     void aCancelledSaveLeavesNothing();
+    void savingWritesNothingButThePicture();
     void showingTheCardAgainKeepsTheWindowAndShowsWhatIsNew();
 
 private:
@@ -372,6 +375,31 @@ void ShareCardDesktopTest::aCancelledSaveLeavesNothing()
 
     QVERIFY(!countsAtTheEnd().isEmpty());
     QCOMPARE(savedPictures(), QStringList());
+}
+
+void ShareCardDesktopTest::savingWritesNothingButThePicture()
+{
+    QVERIFY(start());
+    QVERIFY(openCard());
+
+    QVERIFY(clickButton(1));
+    QVERIFY(awaitDialog());
+    type(keysymReturn);
+    QVERIFY(awaitNoDialog());
+    QTRY_COMPARE(savedPictures(), QStringList { pictureName() });
+    QVERIFY(!countsAtTheEnd().isEmpty());
+
+    QStringList written;
+    const QDir home(desktop->folder() + "/home");
+    QDirIterator each(home.path(), QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    while (each.hasNext())
+        written << home.relativeFilePath(each.next());
+    // The bar's own are those of another program.
+    written = written.filter(QRegularExpression("^(?!.*xfce)"));
+    written.sort();
+    QCOMPARE(written,
+        (QStringList { ".config/Knucklet/Knucklet.conf", ".local/share/Knucklet/lock",
+            ".local/share/Knucklet/stats.json", "Pictures/" + pictureName() }));
 }
 
 void ShareCardDesktopTest::showingTheCardAgainKeepsTheWindowAndShowsWhatIsNew()

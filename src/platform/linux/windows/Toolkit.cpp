@@ -2,6 +2,7 @@
 
 #include "platform/linux/process/OwnProcess.h"
 
+#include <QSettings>
 #include <QWindow>
 
 #include <algorithm>
@@ -103,6 +104,9 @@ Toolkit::Toolkit(OwnProcess& process, std::function<void(bool)> windowsShown)
     QApplication::setApplicationName("Knucklet");
     QApplication::setApplicationVersion(KNUCKLET_VERSION);
     QApplication::setDesktopFileName("org.knucklet.Knucklet");
+    // What the toolkit keeps of its own accord, such as the folders that its dialogs have shown, it is to
+    // keep nowhere: nothing can be made below this.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, "/dev/null");
     // A program of the menu bar outlives its windows.
     QApplication::setQuitOnLastWindowClosed(false);
     application->installEventFilter(shownWindows.get());
