@@ -20,6 +20,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <tuple>
@@ -36,6 +37,7 @@ bool await(const std::function<bool()>& isSo) { return QTest::qWaitFor(isSo, pat
 /// Keysyms of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymReturn = 0xff0d;
 constexpr xcb_keysym_t keysymEscape = 0xff1b;
+constexpr xcb_keysym_t keysymDown = 0xff54;
 
 QByteArray today() { return QDateTime::currentDateTimeUtc().toString("yyyy-MM-dd").toLatin1(); }
 
@@ -90,6 +92,8 @@ private slots:
     void aReadOnlyFolderLeavesNothing();
     void aCancelledSaveLeavesNothing();
     void savingWritesNothingButThePicture();
+    void aSharedPictureGoesWithTheProgram_data();
+    void aSharedPictureGoesWithTheProgram();
     void showingTheCardAgainKeepsTheWindowAndShowsWhatIsNew();
 
 private:
@@ -111,6 +115,7 @@ private:
     QString pictures() const { return desktop->folder() + "/home/Pictures"; }
     QString picture() const { return pictures() + '/' + pictureName(); }
     QStringList savedPictures() const { return QDir(pictures()).entryList(QDir::Files | QDir::Hidden); }
+    QString sharedPictures() const { return desktop->folder() + "/runtime/knucklet"; }
     /// A program that runs Knucklet, after the shell has done this.
     QString wrapped(const QByteArray& command) const;
 
@@ -400,6 +405,48 @@ void ShareCardDesktopTest::savingWritesNothingButThePicture()
     QCOMPARE(written,
         (QStringList { ".config/Knucklet/Knucklet.conf", ".local/share/Knucklet/lock",
             ".local/share/Knucklet/stats.json", "Pictures/" + pictureName() }));
+}
+
+void ShareCardDesktopTest::aSharedPictureGoesWithTheProgram_data()
+{
+    QTest::addColumn<std::function<void()>>("end");
+
+    QTest::newRow("when it is told to end")
+        << std::function<void()>([this] { QVERIFY(knucklet->send(SIGTERM)); });
+    QTest::newRow("when the display ends") << std::function<void()>([this] { desktop->killServer(); });
+    QTest::newRow("when it starts after a crash") << std::function<void()>([this] {
+        QVERIFY(knucklet->send(SIGKILL));
+        QTRY_VERIFY(!knucklet->isRunning());
+        QVERIFY(start());
+        QVERIFY(!QFile::exists(sharedPictures()));
+        QVERIFY(knucklet->send(SIGTERM));
+    });
+}
+
+void ShareCardDesktopTest::aSharedPictureGoesWithTheProgram()
+{
+    QFETCH(const std::function<void()>, end);
+    const auto data = desktop->folder().toStdString() + "/home/.local/share/";
+    std::filesystem::create_directories(data + "applications");
+    put(data + "applications/viewer.desktop",
+        "[Desktop Entry]\nType=Application\nName=Viewer\nExec=cp %f " + pictures().toStdString() + "\n");
+    put(data + "applications/mimeinfo.cache", "[MIME Cache]\nimage/png=viewer.desktop;\n");
+    QVERIFY(start());
+    QVERIFY(openCard());
+    const auto share = buttons().at(2).center();
+    QVERIFY(clickButton(2));
+    // The menu begins at the pointer, and reaches beyond the card. The viewer comes first in it.
+    const QRect besideCard(windows->place(windows->find(title)).right() + 5, share.y() + 5, 10, 10);
+    QTRY_COMPARE(screenshot(desktop->display(), besideCard).pixelColor(5, 5), QColor(Qt::white));
+    type(keysymDown);
+    type(keysymReturn);
+    QTRY_COMPARE(savedPictures().size(), 1);
+    QVERIFY(!QDir(sharedPictures()).isEmpty());
+
+    end();
+
+    QTRY_VERIFY(!knucklet->isRunning());
+    QVERIFY(!QFile::exists(sharedPictures()));
 }
 
 void ShareCardDesktopTest::showingTheCardAgainKeepsTheWindowAndShowsWhatIsNew()

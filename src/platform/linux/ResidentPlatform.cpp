@@ -26,6 +26,13 @@ ResidentPlatform::ResidentPlatform()
 
 ResidentPlatform::~ResidentPlatform() = default;
 
+int ResidentPlatform::run()
+{
+    // What an instance has left that crashed. From here on this one has the place.
+    shared.clear();
+    return loop.run();
+}
+
 void ResidentPlatform::setToolkitDuties(ToolkitDuties duties)
 {
     toolkitDuties = std::move(duties);

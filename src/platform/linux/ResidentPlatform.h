@@ -13,6 +13,7 @@
 #include "platform/linux/process/LoopTimers.h"
 #include "platform/linux/process/OwnProcess.h"
 #include "platform/linux/process/SettingsFile.h"
+#include "platform/linux/process/SharedPictures.h"
 #include "platform/linux/process/SingleInstance.h"
 #include "platform/linux/process/SystemClock.h"
 #include "platform/linux/process/WaylandDisplay.h"
@@ -30,7 +31,7 @@ public:
     ResidentPlatform();
     ~ResidentPlatform() override;
 
-    int run() override { return loop.run(); }
+    int run() override;
 
     Clock& clock() override { return wallClock; }
     Desktop& desktop() override { return running; }
@@ -59,6 +60,7 @@ public:
     EventLoop& eventLoop() { return loop; }
     OwnProcess& process() { return running; }
     WaylandDisplay& waylandDisplay() { return compositor; }
+    const SharedPictures& sharedPictures() const { return shared; }
     X11Input& x11Input() { return x11; }
     void setToolkitDuties(ToolkitDuties duties);
 
@@ -83,6 +85,7 @@ private:
     WaylandTap wayland { loop, tapProgram };
     InputSource input { x11, wayland, [this] { return lock.isLocked(); } };
     XdgFolders userFolders;
+    SharedPictures shared { userFolders };
     SingleInstance place { loop, sessionBus, userFolders };
     HelperAccess access { loop, tapProgram, libexecProgram("knucklet-grant") };
     AutostartEntry autostart;

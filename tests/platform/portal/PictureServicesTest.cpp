@@ -1,6 +1,8 @@
 #include "platform/linux/portal/PictureApplications.h"
 #include "platform/linux/portal/SaveDialog.h"
 #include "platform/linux/portal/ShareChooser.h"
+#include "platform/linux/process/SharedPictures.h"
+#include "platform/linux/process/XdgFolders.h"
 #include "support/FakePortal.h"
 #include "support/Patience.h"
 #include "support/PrivateBus.h"
@@ -100,6 +102,8 @@ private slots:
 
     void thePortalIsHandedThePicture();
     void aSharedPictureIsTheUsersAloneAndGoesWithTheProgram();
+    void aSharedPictureLiesWhereTheUserAloneCanFindIt_data();
+    void aSharedPictureLiesWhereTheUserAloneCanFindIt();
     void aPictureThatTheUserDidNotShareGoesAtOnce();
     void withoutAPortalAMenuOffersWhatOpensPictures();
     void whatIsChosenInTheMenuIsStartedWithThePicture();
@@ -116,13 +120,18 @@ private:
     {
         return QDBusConnection::connectToBus(bus->address(), connectionName);
     }
-    /// What of the program's lies in the runtime folder.
-    QStringList runtimeFiles() const { return QDir(folder->filePath("runtime")).entryList({ "knucklet-*" }); }
+    /// The folders of pictures that are shared.
+    QStringList sharedFiles(const QString& place = "runtime/knucklet") const
+    {
+        return QDir(folder->filePath(place)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    }
     void install(const QString& id, const QByteArray& entry) const
     {
         writeFile(folder->filePath("data/applications/" + id), "[Desktop Entry]\nType=Application\n" + entry);
     }
 
+    XdgFolders folders;
+    SharedPictures pictures { folders };
     std::unique_ptr<QTemporaryDir> folder;
     std::unique_ptr<PrivateBus> bus;
     std::unique_ptr<FakePortal> portal;
@@ -321,7 +330,7 @@ void PictureServicesTest::aSuffixDoesNotReplaceAFileThatTheUserDidNotChoose()
 
 void PictureServicesTest::thePortalIsHandedThePicture()
 {
-    ShareChooser sheet(connection());
+    ShareChooser sheet(connection(), pictures);
 
     sheet.share("picture", "Knucklet day card");
 
@@ -335,18 +344,18 @@ void PictureServicesTest::thePortalIsHandedThePicture()
 
 void PictureServicesTest::aSharedPictureIsTheUsersAloneAndGoesWithTheProgram()
 {
-    auto sheet = std::make_unique<ShareChooser>(connection());
+    auto sheet = std::make_unique<ShareChooser>(connection(), pictures);
     sheet->share("picture", "Knucklet day card");
     QTRY_COMPARE(portal->requests.size(), 1);
-    QCOMPARE(runtimeFiles().size(), 1);
-    const QString place = folder->filePath("runtime/" + runtimeFiles().first());
+    QCOMPARE(sharedFiles().size(), 1);
+    const QString place = folder->filePath("runtime/knucklet/" + sharedFiles().first());
 
     portal->answer(0);
     sheet->share("picture", "Knucklet day card");
     QTRY_COMPARE(portal->requests.size(), 1);
     portal->answer(1);
     // The second one was not shared; only the first is left.
-    QTRY_COMPARE(runtimeFiles().size(), 1);
+    QTRY_COMPARE(sharedFiles().size(), 1);
 
     struct stat status = {};
     QCOMPARE(stat(qPrintable(place + "/Knucklet day card.png"), &status), 0);
@@ -354,19 +363,59 @@ void PictureServicesTest::aSharedPictureIsTheUsersAloneAndGoesWithTheProgram()
     QCOMPARE(stat(qPrintable(place), &status), 0);
     QCOMPARE(status.st_mode & ALLPERMS, mode_t { 0700 });
     sheet.reset();
-    QCOMPARE(runtimeFiles(), QStringList());
+    QCOMPARE(sharedFiles().size(), 1);
+    pictures.clear();
+    QVERIFY(!QFile::exists(folder->filePath("runtime/knucklet")));
+}
+
+void PictureServicesTest::aSharedPictureLiesWhereTheUserAloneCanFindIt_data()
+{
+    QTest::addColumn<QString>("runtime");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QString>("place");
+
+    QTest::newRow("in the runtime folder") << "runtime" << 0 << "runtime/knucklet";
+    QTest::newRow("without one, beside the totals") << "" << 0 << "data/Knucklet/shared";
+    QTest::newRow("where that is gone, beside the totals") << "no such folder" << 0 << "data/Knucklet/shared";
+    QTest::newRow("in a folder that has been made") << "runtime" << 0700 << "runtime/knucklet";
+    QTest::newRow("not in one that others can read") << "runtime" << 0755 << "data/Knucklet/shared";
+}
+
+void PictureServicesTest::aSharedPictureLiesWhereTheUserAloneCanFindIt()
+{
+    QFETCH(const QString, runtime);
+    QFETCH(const int, mode);
+    QFETCH(const QString, place);
+    qputenv("XDG_RUNTIME_DIR", runtime.isEmpty() ? QByteArray() : folder->filePath(runtime).toUtf8());
+    QVERIFY(QDir(folder->path()).mkpath("data/Knucklet"));
+    if (mode != 0) {
+        QVERIFY(QDir(folder->path()).mkdir("runtime/knucklet"));
+        QCOMPARE(chmod(qPrintable(folder->filePath("runtime/knucklet")), static_cast<mode_t>(mode)), 0);
+    }
+    ShareChooser sheet(connection(), pictures);
+
+    sheet.share("picture", "Knucklet day card");
+
+    QTRY_COMPARE(portal->requests.size(), 1);
+    QCOMPARE(portal->requests.first().fileContent, QByteArray("picture"));
+    QCOMPARE(sharedFiles(place).size(), 1);
+    struct stat status = {};
+    QCOMPARE(stat(qPrintable(folder->filePath(place)), &status), 0);
+    QCOMPARE(status.st_mode & ALLPERMS, mode_t { 0700 });
+    pictures.clear();
+    QVERIFY(!QFile::exists(folder->filePath(place)));
 }
 
 void PictureServicesTest::aPictureThatTheUserDidNotShareGoesAtOnce()
 {
-    ShareChooser sheet(connection());
+    ShareChooser sheet(connection(), pictures);
     sheet.share("picture", "Knucklet day card");
     QTRY_COMPARE(portal->requests.size(), 1);
-    QCOMPARE(runtimeFiles().size(), 1);
+    QCOMPARE(sharedFiles().size(), 1);
 
     portal->answer(1);
 
-    QTRY_COMPARE(runtimeFiles(), QStringList());
+    QTRY_COMPARE(sharedFiles(), QStringList());
 }
 
 void PictureServicesTest::withoutAPortalAMenuOffersWhatOpensPictures()
@@ -378,7 +427,7 @@ void PictureServicesTest::withoutAPortalAMenuOffersWhatOpensPictures()
         "[MIME Cache]\nimage/png=painter.desktop;viewer.desktop;\n");
     writeFile(folder->filePath("bin/xdg-email"), "#!/bin/sh\n");
     QFile::setPermissions(folder->filePath("bin/xdg-email"), QFile::ReadOwner | QFile::ExeOwner);
-    ShareChooser sheet(connection());
+    ShareChooser sheet(connection(), pictures);
 
     sheet.share("picture", "Knucklet day card");
 
@@ -403,7 +452,7 @@ void PictureServicesTest::whatIsChosenInTheMenuIsStartedWithThePicture()
     install("viewer.desktop", "Name=Viewer\nExec=viewer %f\n");
     writeFile(
         folder->filePath("data/applications/mimeinfo.cache"), "[MIME Cache]\nimage/png=viewer.desktop;\n");
-    ShareChooser sheet(connection());
+    ShareChooser sheet(connection(), pictures);
     sheet.share("picture", "Knucklet day card");
     QTRY_VERIFY(openWindow<QMenu>());
 
@@ -411,7 +460,7 @@ void PictureServicesTest::whatIsChosenInTheMenuIsStartedWithThePicture()
     QTest::keyClick(openWindow<QMenu>(), Qt::Key_Return);
 
     QTRY_COMPARE(readFile(seen), QByteArray("picture"));
-    QCOMPARE(runtimeFiles().size(), 1);
+    QCOMPARE(sharedFiles().size(), 1);
 }
 
 void PictureServicesTest::aMenuThatIsClosedLeavesNothing()
@@ -420,22 +469,22 @@ void PictureServicesTest::aMenuThatIsClosedLeavesNothing()
     install("viewer.desktop", "Name=Viewer\nExec=viewer %f\n");
     writeFile(
         folder->filePath("data/applications/mimeinfo.cache"), "[MIME Cache]\nimage/png=viewer.desktop;\n");
-    ShareChooser sheet(connection());
+    ShareChooser sheet(connection(), pictures);
     sheet.share("picture", "Knucklet day card");
     QTRY_VERIFY(openWindow<QMenu>());
-    QCOMPARE(runtimeFiles().size(), 1);
+    QCOMPARE(sharedFiles().size(), 1);
 
     QTest::keyClick(openWindow<QMenu>(), Qt::Key_Escape);
 
     QTRY_VERIFY(!openWindow<QMenu>());
-    QTRY_COMPARE(runtimeFiles(), QStringList());
+    QTRY_COMPARE(sharedFiles(), QStringList());
 }
 
 void PictureServicesTest::withoutAnyProgramTheMenuSaysSoAndNothingIsLeft()
 {
     portal.reset();
     qputenv("PATH", folder->filePath("bin").toUtf8());
-    ShareChooser sheet(connection());
+    ShareChooser sheet(connection(), pictures);
 
     sheet.share("picture", "Knucklet day card");
 
@@ -446,14 +495,15 @@ void PictureServicesTest::withoutAnyProgramTheMenuSaysSoAndNothingIsLeft()
             titles << action->text() + (action->isEnabled() ? "" : " (disabled)");
     }
     QCOMPARE(titles, QStringList { "No application opens pictures (disabled)" });
-    QCOMPARE(runtimeFiles(), QStringList());
+    QCOMPARE(sharedFiles(), QStringList());
     openWindow<QMenu>()->close();
 }
 
 void PictureServicesTest::withoutAPlaceForThePictureNothingHappens()
 {
     qputenv("XDG_RUNTIME_DIR", folder->filePath("no such folder").toUtf8());
-    ShareChooser sheet(connection());
+    qputenv("XDG_DATA_HOME", folder->filePath("no such folder").toUtf8());
+    ShareChooser sheet(connection(), pictures);
 
     sheet.share("picture", "Knucklet day card");
     // Asked for after the share, and answered by the same portal.

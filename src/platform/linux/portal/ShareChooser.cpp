@@ -2,8 +2,8 @@
 
 #include "platform/linux/portal/PictureApplications.h"
 #include "platform/linux/portal/PortalRequest.h"
-#include "platform/linux/process/BaseFolders.h"
 #include "platform/linux/process/Child.h"
+#include "platform/linux/process/SharedPictures.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -39,8 +39,9 @@ QPoint placeForMenu()
 
 }
 
-ShareChooser::ShareChooser(const QDBusConnection& bus)
+ShareChooser::ShareChooser(const QDBusConnection& bus, const SharedPictures& pictures)
     : bus(bus)
+    , pictures(pictures)
 {
 }
 
@@ -52,10 +53,13 @@ void ShareChooser::share(std::string_view png, const std::string& title)
         askPortal(*file);
 }
 
-std::optional<ShareChooser::SharedFile> ShareChooser::write(std::string_view png, const std::string& title)
+std::optional<ShareChooser::SharedFile> ShareChooser::write(
+    std::string_view png, const std::string& title) const
 {
-    const auto runtime = QFile::decodeName(runtimeFolder().value_or("/tmp").c_str());
-    SharedFile shared { std::make_shared<QTemporaryDir>(runtime + "/knucklet-XXXXXX"), {} };
+    const auto folder = pictures.folder();
+    if (!folder)
+        return {};
+    SharedFile shared { std::make_shared<QTemporaryDir>(QFile::decodeName(folder->c_str()) + "/XXXXXX"), {} };
     if (!shared.folder->isValid())
         return {};
     shared.path = shared.folder->filePath(QString::fromStdString(title) + ".png");
@@ -77,8 +81,8 @@ void ShareChooser::askPortal(const SharedFile& shared)
             .method = "OpenFile",
             .arguments = { QString(), QVariant::fromValue(QDBusUnixFileDescriptor(file.handle())) },
             .options = { { "ask", true } },
-            .done = [this, shared](const QVariantMap&) { keep(shared); },
-            .unavailable = [this, shared] { openMenu(shared); },
+            .done = [shared](const QVariantMap&) { keep(shared); },
+            .unavailable = [shared] { openMenu(shared); },
         });
 }
 
@@ -102,10 +106,12 @@ void ShareChooser::addCommand(QMenu& menu, const QString& iconName, const QStrin
     const SharedFile& file, const QStringList& command)
 {
     const auto* action = menu.addAction(QIcon::fromTheme(iconName), title);
-    QObject::connect(action, &QAction::triggered, action, [this, file, command] {
+    QObject::connect(action, &QAction::triggered, action, [file, command] {
         keep(file);
         start(command);
     });
 }
 
-void ShareChooser::keep(const SharedFile& file) { handedOn.push_back(file.folder); }
+// An application may read its file late, as a mail does when it is sent: what was handed on stays until the
+// program ends.
+void ShareChooser::keep(const SharedFile& file) { file.folder->setAutoRemove(false); }

@@ -38,7 +38,7 @@ ToolkitPlatform::ToolkitPlatform(ResidentPlatform& resident, std::unique_ptr<Too
     , portalSettings(QDBusConnection::sessionBus())
     , panel(resident.x11Input())
     , saveDialog(QDBusConnection::sessionBus())
-    , shareChooser(QDBusConnection::sessionBus())
+    , shareChooser(QDBusConnection::sessionBus(), resident.sharedPictures())
 {
     // exit() and not quit(), which any open window can refuse.
     resident.eventLoop().handOver({ .run = [this] { return end.run(); }, .quit = QCoreApplication::exit });
@@ -46,6 +46,9 @@ ToolkitPlatform::ToolkitPlatform(ResidentPlatform& resident, std::unique_ptr<Too
         .openFile = [](const auto& file) { openFile(QFile::decodeName(file.c_str())); },
         .useActivationToken = useActivationToken,
     });
+    // Not with this object, which is there no more at the end of the program, or never goes: the toolkit ends
+    // the process with the display.
+    resident.process().onWillTerminate([&resident] { resident.sharedPictures().clear(); });
     portalSettings.awaitAnswer(portalPatience);
     // Not before: whatever happens meanwhile may ask for the windows that are just being made.
     served.emplace(resident.eventLoop());
