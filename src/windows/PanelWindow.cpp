@@ -129,7 +129,7 @@ void PanelWindow::paintEvent(QPaintEvent*)
     if (!isBesideItem())
         return;
     QPainter painter(this);
-    drawOutline(painter, rect(), palette().color(QPalette::Mid));
+    drawOutline(painter, rect(), { .color = palette().color(QPalette::Mid) });
 }
 
 void PanelWindow::wheelEvent(QWheelEvent* event)

@@ -24,10 +24,8 @@ constexpr int iconSpacing = 6;
 void drawBox(
     QPainter& painter, const QRectF& box, double cornerRadius, const QColor& fill, const QColor& border)
 {
-    painter.fillPath(continuousRect(box, cornerRadius), fill);
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(border, 1));
-    painter.drawPath(continuousRect(box.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius - 0.5));
+    painter.fillPath(continuousRect(onPixels(painter, box), cornerRadius), fill);
+    drawOutline(painter, box, { .color = border, .cornerRadius = cornerRadius });
 }
 
 double luminance(const QColor& color)
@@ -122,7 +120,8 @@ public:
     /// In the middle of the place.
     void paint(QPainter& painter, const QWidget& widget, const QRect& place, const QColor& color) const
     {
-        const auto box = QStyle::alignedRect(widget.layoutDirection(), Qt::AlignCenter, size(widget), place);
+        const auto box = onPixels(
+            painter, QStyle::alignedRect(widget.layoutDirection(), Qt::AlignCenter, size(widget), place));
         painter.drawPixmap(box.topLeft(), symbolPixmap(name, box.size(), color, widget.devicePixelRatioF()));
     }
 
@@ -217,7 +216,8 @@ protected:
             = palette().color(look.isProminent ? QPalette::HighlightedText : QPalette::ButtonText);
         if (look.isProminent) {
             const auto fill = fillUnderText(palette().color(QPalette::Highlight), color);
-            painter.fillPath(continuousRect(rect(), cornerRadius), isDown() ? fill.darker(120) : fill);
+            painter.fillPath(
+                continuousRect(onPixels(painter, rect()), cornerRadius), isDown() ? fill.darker(120) : fill);
         } else {
             drawBox(painter, rect(), cornerRadius,
                 palette().color(isDown() ? QPalette::Midlight : QPalette::Button),
@@ -333,7 +333,7 @@ protected:
         painter.setRenderHint(QPainter::Antialiasing);
         const auto inside = rect();
         const QRect place(inside.left(), inside.top() + (inside.height() - boxSize) / 2, boxSize, boxSize);
-        paintBox(painter, QStyle::visualRect(layoutDirection(), inside, place));
+        paintBox(painter, squareOnPixels(painter, QStyle::visualRect(layoutDirection(), inside, place)));
 
         const auto text = inside.adjusted(boxSize + iconSpacing, 0, 0, 0);
         painter.setPen(palette().color(QPalette::WindowText));
@@ -379,7 +379,10 @@ public:
 protected:
     void paintEvent(QPaintEvent*) override
     {
-        QPainter(this).fillRect(rect(), palette().color(QPalette::WindowText));
+        QPainter painter(this);
+        auto line = onPixels(painter, rect());
+        line.setHeight(inPixels(painter, line.height()));
+        painter.fillRect(line, palette().color(QPalette::WindowText));
     }
 };
 

@@ -38,9 +38,9 @@ void FocusRing::follow()
 
 void FocusRing::paintEvent(QPaintEvent*)
 {
-    constexpr double half = thickness / 2.0;
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(palette().color(QPalette::Highlight), thickness));
-    painter.drawPath(continuousRect(QRectF(rect()).adjusted(half, half, -half, -half), 5 + gap + half));
+    drawOutline(painter, rect(),
+        { .color = palette().color(QPalette::Highlight),
+            .cornerRadius = 5 + gap + thickness,
+            .thickness = thickness });
 }

@@ -45,7 +45,7 @@ public:
             return;
         }
         painter->fillRect(option->rect, option->palette.color(QPalette::ToolTipBase));
-        drawOutline(*painter, option->rect, option->palette.color(QPalette::Mid));
+        drawOutline(*painter, option->rect, { .color = option->palette.color(QPalette::Mid) });
     }
 
     const Motion motion;

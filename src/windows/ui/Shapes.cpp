@@ -51,14 +51,40 @@ QPainterPath continuousRect(const QRectF& rect, double radius)
     return path;
 }
 
-void drawOutline(QPainter& painter, const QRectF& rect, const QColor& color)
+QRectF onPixels(const QPainter& painter, const QRectF& rect)
 {
-    const double ratio = painter.device()->devicePixelRatioF();
-    const double thickness = std::floor(ratio) / ratio;
-    QPainterPath line;
-    line.addRect(rect);
-    line.addRect(rect.adjusted(thickness, thickness, -thickness, -thickness));
-    painter.fillPath(line, color);
+    const auto toPixels = painter.deviceTransform();
+    const auto exact = toPixels.mapRect(rect);
+    const QPointF first(std::round(exact.left()), std::round(exact.top()));
+    const QPointF last(std::round(exact.right()), std::round(exact.bottom()));
+    return toPixels.inverted().mapRect(QRectF(first, last));
+}
+
+QRectF squareOnPixels(const QPainter& painter, const QRectF& square)
+{
+    auto result = onPixels(painter, square);
+    const double side = std::min(result.width(), result.height());
+    result.setSize({ side, side });
+    return result;
+}
+
+double inPixels(const QPainter& painter, double thickness)
+{
+    const double ratio = painter.deviceTransform().m11();
+    return std::max(std::floor(thickness * ratio), 1.0) / ratio;
+}
+
+void drawOutline(QPainter& painter, const QRectF& rect, const Outline& outline)
+{
+    const auto outside = onPixels(painter, rect);
+    const double thickness = inPixels(painter, outline.thickness);
+    auto line = continuousRect(outside, outline.cornerRadius);
+    line.addPath(continuousRect(
+        outside.adjusted(thickness, thickness, -thickness, -thickness), outline.cornerRadius - thickness));
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(line, outline.color);
+    painter.restore();
 }
 
 void clearOutside(QPainter& painter, const QPainterPath& shape)

@@ -164,5 +164,5 @@ void Stack::paintEvent(QPaintEvent*)
         return;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillPath(continuousRect(rect(), radius), backgroundColor);
+    painter.fillPath(continuousRect(onPixels(painter, rect()), radius), backgroundColor);
 }

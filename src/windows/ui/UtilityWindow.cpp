@@ -1,6 +1,7 @@
 #include "windows/ui/UtilityWindow.h"
 
 #include "platform/WindowActivation.h"
+#include "windows/ui/Shapes.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -39,12 +40,11 @@ protected:
     {
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
+        const auto circle = squareOnPixels(painter, rect());
         const bool isTouched = underMouse() || isDown();
         auto color = palette().color(QPalette::WindowText);
         color.setAlphaF(isDown() ? 0.24F : isTouched ? 0.16F : 0.08F);
-        painter.setBrush(color);
-        painter.setPen(Qt::NoPen);
-        painter.drawEllipse(rect());
+        painter.fillPath(continuousRect(circle, side / 2.0), color);
 
         color.setAlphaF(isTouched ? 0.9F : 0.6F);
         painter.setPen(QPen(color, 1.6, Qt::SolidLine, Qt::RoundCap));
@@ -53,9 +53,10 @@ protected:
         painter.drawLine(cross.bottomLeft(), cross.topRight());
 
         if (hasFocus() && window()->testAttribute(Qt::WA_KeyboardFocusChange)) {
-            painter.setBrush(Qt::NoBrush);
-            painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
-            painter.drawEllipse(QRectF(rect()).adjusted(1, 1, -1, -1));
+            drawOutline(painter, circle,
+                { .color = palette().color(QPalette::Highlight),
+                    .cornerRadius = side / 2.0,
+                    .thickness = 2 });
         }
     }
 };
@@ -124,8 +125,7 @@ void UtilityWindow::paintEvent(QPaintEvent*)
 {
     // Without a frame, the window would flow into others of its color.
     QPainter painter(this);
-    painter.setPen(palette().color(QPalette::Mid));
-    painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
+    drawOutline(painter, rect(), { .color = palette().color(QPalette::Mid) });
 }
 
 void UtilityWindow::resizeEvent(QResizeEvent* event)

@@ -135,30 +135,36 @@ void DrawingTest::aThinBarHasRoundEnds()
 void DrawingTest::anOutlineIsEquallyThickOnEachSide_data()
 {
     QTest::addColumn<double>("ratio");
+    QTest::addColumn<QRect>("rect");
+    QTest::addColumn<QRect>("pixels");
     QTest::addColumn<int>("thickness");
 
-    QTest::newRow("1") << 1.0 << 1;
-    QTest::newRow("1.25") << 1.25 << 1;
-    QTest::newRow("1.5") << 1.5 << 1;
-    QTest::newRow("2") << 2.0 << 2;
+    QTest::newRow("1") << 1.0 << QRect(3, 5, 41, 21) << QRect(3, 5, 41, 21) << 1;
+    QTest::newRow("1.25") << 1.25 << QRect(3, 5, 41, 21) << QRect(4, 6, 51, 27) << 1;
+    QTest::newRow("1.5") << 1.5 << QRect(3, 4, 41, 21) << QRect(5, 6, 61, 32) << 1;
+    QTest::newRow("1.75") << 1.75 << QRect(3, 5, 41, 21) << QRect(5, 9, 72, 37) << 1;
+    QTest::newRow("2") << 2.0 << QRect(3, 5, 41, 21) << QRect(6, 10, 82, 42) << 2;
 }
 
 void DrawingTest::anOutlineIsEquallyThickOnEachSide()
 {
     QFETCH(const double, ratio);
+    QFETCH(const QRect, rect);
+    QFETCH(const QRect, pixels);
     QFETCH(const int, thickness);
-    const QSize points(40, 20);
-    QImage image((QSizeF(points) * ratio).toSize(), QImage::Format_RGB32);
+    QImage image(100, 60, QImage::Format_RGB32);
     image.setDevicePixelRatio(ratio);
     image.fill(Qt::white);
     QPainter painter(&image);
 
-    drawOutline(painter, QRect({}, points), Qt::black);
+    drawOutline(painter, rect, { .color = Qt::black });
 
-    const auto inside = image.rect().adjusted(thickness, thickness, -thickness, -thickness);
+    const auto inside = pixels.adjusted(thickness, thickness, -thickness, -thickness);
     for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x)
-            QCOMPARE(image.pixelColor(x, y), QColor(inside.contains(x, y) ? Qt::white : Qt::black));
+        for (int x = 0; x < image.width(); ++x) {
+            const bool isLine = pixels.contains(x, y) && !inside.contains(x, y);
+            QCOMPARE(image.pixelColor(x, y), QColor(isLine ? Qt::black : Qt::white));
+        }
     }
 }
 

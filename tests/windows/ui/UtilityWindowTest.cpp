@@ -7,7 +7,9 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QImage>
 #include <QLabel>
+#include <QPainter>
 #include <QPointer>
 #include <QPushButton>
 #include <QScreen>
@@ -63,6 +65,8 @@ class UtilityWindowTest final : public QObject {
 
 private slots:
     void theContentDecidesTheSizeAndNobodyElseMay();
+    void theFrameIsEqualOnEachSideAtEveryScale_data();
+    void theFrameIsEqualOnEachSideAtEveryScale();
     void theTitleIsForTheSystemOnly();
     void theWindowIsCenteredOnlyTheFirstTime();
     void eachPresentingReplacesTheContent();
@@ -95,6 +99,38 @@ void UtilityWindowTest::theContentDecidesTheSizeAndNobodyElseMay()
     QCOMPARE(window.size(), QSize(300, 200));
     QCOMPARE(window.minimumSize(), window.size());
     QCOMPARE(window.maximumSize(), window.size());
+}
+
+void UtilityWindowTest::theFrameIsEqualOnEachSideAtEveryScale_data()
+{
+    QTest::addColumn<double>("ratio");
+
+    for (const double ratio : { 1.0, 1.25, 1.5, 1.75, 2.0 })
+        QTest::addRow("%g", ratio) << ratio;
+}
+
+void UtilityWindowTest::theFrameIsEqualOnEachSideAtEveryScale()
+{
+    QFETCH(const double, ratio);
+    UtilityWindow window("Title", activation);
+    window.present([] { return column({ label(""), spacer() }).width(301).height(203); });
+    QImage picture(window.size() * ratio, QImage::Format_RGB32);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::red);
+
+    QPainter painter(&picture);
+    window.render(&painter);
+
+    const auto thickness = static_cast<int>(ratio);
+    const auto inside = picture.rect().adjusted(thickness, thickness, -thickness, -thickness);
+    const auto frame = picture.pixel(0, 0);
+    const auto ground = picture.pixel(thickness, thickness);
+    QVERIFY(frame != ground);
+    const auto middle = picture.rect().center();
+    for (int x = 0; x < picture.width(); ++x)
+        QCOMPARE(picture.pixel(x, middle.y()), inside.contains(x, middle.y()) ? ground : frame);
+    for (int y = 0; y < picture.height(); ++y)
+        QCOMPARE(picture.pixel(middle.x(), y), inside.contains(middle.x(), y) ? ground : frame);
 }
 
 void UtilityWindowTest::theTitleIsForTheSystemOnly()

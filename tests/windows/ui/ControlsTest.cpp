@@ -1,0 +1,120 @@
+#include "windows/ui/Controls.h"
+
+#include "support/TestArea.h"
+#include "windows/ui/Look.h"
+#include "windows/ui/View.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QImage>
+#include <QPainter>
+#include <QPushButton>
+#include <QTest>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr std::array scales { 1.0, 1.25, 1.5, 1.75, 2.0 };
+
+/// As it is seen on a screen with so many pixels to a point.
+QImage pictureOf(QWidget& widget, double ratio)
+{
+    QImage image(widget.size() * ratio, QImage::Format_RGB32);
+    image.setDevicePixelRatio(ratio);
+    QPainter painter(&image);
+    widget.render(&painter);
+    return image;
+}
+
+/// The colors from the edge of what stands on a plain ground inward, on the way from a point of the ground.
+QList<QColor> colorsFromEdge(const QImage& image, QPoint point, QPoint step)
+{
+    const auto ground = image.pixel(point);
+    while (image.rect().contains(point) && image.pixel(point) == ground)
+        point += step;
+    QList<QColor> colors;
+    for (int i = 0; i < 5 && image.rect().contains(point); ++i, point += step)
+        colors.append(image.pixelColor(point));
+    return colors;
+}
+
+QPoint onImage(QPointF point, double ratio) { return (point * ratio).toPoint(); }
+
+void doNothing() { }
+
+}
+
+/// How controls are painted.
+class ControlsTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup();
+
+    void bordersAreSharpAndEqualOnEachSide_data();
+    void bordersAreSharpAndEqualOnEachSide();
+};
+
+void ControlsTest::initTestCase() { loadFonts(); }
+
+void ControlsTest::cleanup() { applyLook(ColorScheme::Light, Motion::Full); }
+
+void ControlsTest::bordersAreSharpAndEqualOnEachSide_data()
+{
+    QTest::addColumn<double>("ratio");
+    QTest::addColumn<bool>("isDark");
+    QTest::addColumn<bool>("isBox");
+    QTest::addColumn<QMargins>("place");
+
+    for (const double ratio : scales) {
+        for (const bool isDark : { false, true }) {
+            for (const bool isBox : { false, true }) {
+                for (int offset = 10; offset < 14; ++offset) {
+                    QTest::addRow("%s, %s, at %g, from %d", isBox ? "box" : "button", isDark ? "dark" : "light",
+                        ratio, offset)
+                        << ratio << isDark << isBox << QMargins(offset, offset + 1, 10, 10);
+                }
+            }
+        }
+    }
+}
+
+void ControlsTest::bordersAreSharpAndEqualOnEachSide()
+{
+    QFETCH(const double, ratio);
+    QFETCH(const bool, isDark);
+    QFETCH(const bool, isBox);
+    QFETCH(const QMargins, place);
+    applyLook(isDark ? ColorScheme::Dark : ColorScheme::Light, Motion::Full);
+    // Of many widths.
+    const QString text(place.left() * 2, 'i');
+    Host host([&] {
+        return column({ isBox ? toggle("", false, [](bool) {}) : button(text, doNothing) }).padding(place);
+    });
+    host.show();
+
+    const auto picture = pictureOf(host, ratio);
+
+    const auto* control = host.findChild<QAbstractButton*>();
+    const QSize size = isBox ? QSize(14, 14) : control->size();
+    const QPointF corner = control->mapTo(&host, QPoint(0, (control->height() - size.height()) / 2));
+    const auto center = corner + QPointF(size.width() / 2.0, size.height() / 2.0);
+    const auto left = colorsFromEdge(picture, onImage({ 0, center.y() }, ratio), { 1, 0 });
+    const auto right = colorsFromEdge(picture,
+        { picture.width() - 1, onImage({ 0, center.y() }, ratio).y() }, { -1, 0 });
+    const auto top = colorsFromEdge(picture, onImage({ center.x(), 0 }, ratio), { 0, 1 });
+    const auto bottom = colorsFromEdge(picture,
+        { onImage({ center.x(), 0 }, ratio).x(), picture.height() - 1 }, { 0, -1 });
+    QCOMPARE(right, left);
+    QCOMPARE(top, left);
+    QCOMPARE(bottom, left);
+    const int thickness = static_cast<int>(ratio);
+    for (int i = 1; i < left.size(); ++i)
+        QCOMPARE(left[i] == left[0], i < thickness);
+}
+
+static const TestArea area("Controls", runTest<ControlsTest, QApplication>);
+#include "ControlsTest.moc"
