@@ -6,6 +6,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <cmath>
 
 std::int64_t chartScale(const std::vector<StatsStore::Day>& days)
 {
@@ -31,20 +32,28 @@ DayBar dayBar(const DayCount& count, std::int64_t scale, double chartHeight)
     };
 }
 
-void paintDayBar(QPainter& painter, const QRectF& box, const DayBar& bar, const ThemeColor& stub)
+void paintDayBar(
+    QPainter& painter, const QRectF& box, const DayBar& bar, const ThemeColor& stub, BarEdges edges)
 {
     const auto primary = painter.pen().color();
+    const bool isExact = edges == BarEdges::Exact;
+    const auto ground = isExact ? box : onPixels(painter, box);
+    const double ratio = painter.deviceTransform().m11();
+    const auto length = [&](double points) { return isExact ? points : std::round(points * ratio) / ratio; };
+    // Returns where its top is.
     const auto fill = [&](double bottom, double height, const ThemeColor& color) {
+        const double top = bottom - length(height);
         if (height > 0) {
-            painter.fillPath(continuousRect({ box.left(), bottom - height, box.width(), height }, 2),
-                resolved(color, primary));
+            const QRectF part(ground.left(), top, ground.width(), bottom - top);
+            painter.fillPath(continuousRect(part, 2), resolved(color, primary));
         }
+        return top;
     };
     if (bar.isEmpty) {
-        fill(box.bottom(), 3, stub);
+        fill(ground.bottom(), 3, stub);
         return;
     }
-    fill(box.bottom(), bar.clicksHeight, Theme::clickAccent);
+    const double clicksTop = fill(ground.bottom(), bar.clicksHeight, Theme::clickAccent);
     // The gap stays also above a part without height.
-    fill(box.bottom() - bar.clicksHeight - 1, bar.keysHeight, Theme::keyAccent);
+    fill(clicksTop - (isExact ? 1 : inPixels(painter, 1)), bar.keysHeight, Theme::keyAccent);
 }

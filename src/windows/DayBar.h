@@ -26,7 +26,16 @@ std::int64_t chartScale(const std::vector<StatsStore::Day>& days);
 double segmentHeight(std::int64_t count, std::int64_t scale, double chartHeight);
 DayBar dayBar(const DayCount& count, std::int64_t scale, double chartHeight);
 
+/// Where the edges of what is painted lie.
+enum class BarEdges {
+    /// Where the heights put them.
+    Exact,
+    /// At the pixels next to there, which a bar on a screen of few pixels needs to be sharp.
+    OnPixels,
+};
+
 /// Draws the bar on the bottom of its box. Where one of the parts was raised to be seen, the bar stands out
 /// of the box at the top. A day without activity is a stub of its own color. The painter's pen has the
 /// primary color.
-void paintDayBar(QPainter& painter, const QRectF& box, const DayBar& bar, const ThemeColor& stub);
+void paintDayBar(
+    QPainter& painter, const QRectF& box, const DayBar& bar, const ThemeColor& stub, BarEdges edges);

@@ -227,7 +227,7 @@ PosterPiece ShareCardView::posterChart() const
         for (const auto& day : week) {
             painter.setPen(white(1));
             paintDayBar(painter, { left, top, barWidth, barAreaHeight },
-                dayBar(day.count, peak, barAreaHeight), Theme::primary.withOpacity(0.12));
+                dayBar(day.count, peak, barAreaHeight), Theme::primary.withOpacity(0.12), BarEdges::Exact);
             const QRectF below(left - columnSpacing / 2, bottom + letterGap, columnWidth, letterHeight);
             painter.setFont(letterFont);
             painter.setPen(white(0.45));

@@ -19,7 +19,7 @@ constexpr QMargins barOverflow(0, 3, 0, 0);
 
 void paintBar(QPainter& painter, const QRectF& box, const DayBar& bar)
 {
-    paintDayBar(painter, box, bar, Theme::barEmpty);
+    paintDayBar(painter, box, bar, Theme::barEmpty, BarEdges::OnPixels);
 }
 
 QString compact(std::int64_t count) { return QString::fromStdString(compactCount(count)); }

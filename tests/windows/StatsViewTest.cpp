@@ -15,7 +15,9 @@
 #include <QCheckBox>
 #include <QImage>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTest>
 #include <QTranslator>
@@ -176,7 +178,7 @@ BarHeights paintedHeights(Host& host, const QRect& box)
 
     BarHeights heights;
     const int x = static_cast<int>(box.center().x() * ratio);
-    const int bottom = static_cast<int>((box.bottom() + 1) * ratio);
+    const int bottom = static_cast<int>(std::round((box.bottom() + 1) * ratio));
     for (int y = bottom - static_cast<int>(66 * ratio); y < bottom; ++y) {
         const auto pixel = image.pixelColor(x, y);
         const double red = pixel.redF() - background.redF();
@@ -297,8 +299,10 @@ private slots:
 
     void segmentsHaveTheHeightOfTheirShare_data();
     void segmentsHaveTheHeightOfTheirShare();
-    void barsArePaintedToTheHalfPoint_data();
-    void barsArePaintedToTheHalfPoint();
+    void barsArePaintedToTheHalfPixel_data();
+    void barsArePaintedToTheHalfPixel();
+    void theEdgesOfBarsAreSharpAtEveryScale_data();
+    void theEdgesOfBarsAreSharpAtEveryScale();
     void anEmptyWeekIsSevenStubs();
     void aBarThatStandsOutOfItsBoxIsPaintedWhole();
     void aChartWithoutDaysIsAnEmptyRow();
@@ -765,7 +769,7 @@ void StatsViewTest::segmentsHaveTheHeightOfTheirShare()
     QCOMPARE(segmentHeight(count, scale, 56), height);
 }
 
-void StatsViewTest::barsArePaintedToTheHalfPoint_data()
+void StatsViewTest::barsArePaintedToTheHalfPixel_data()
 {
     QTest::addColumn<qint64>("keys");
     QTest::addColumn<qint64>("clicks");
@@ -780,7 +784,7 @@ void StatsViewTest::barsArePaintedToTheHalfPoint_data()
     QTest::newRow("one of each") << qint64(1) << qint64(1) << 2.0 << 2.0;
 }
 
-void StatsViewTest::barsArePaintedToTheHalfPoint()
+void StatsViewTest::barsArePaintedToTheHalfPixel()
 {
     QFETCH(const qint64, keys);
     QFETCH(const qint64, clicks);
@@ -793,8 +797,10 @@ void StatsViewTest::barsArePaintedToTheHalfPoint()
 
     const auto painted = paintedHeights(host, barBoxes(host)[6]);
 
-    QVERIFY2(std::abs(painted.keys - keysHeight) < 0.25, qPrintable(QString::number(painted.keys)));
-    QVERIFY2(std::abs(painted.clicks - clicksHeight) < 0.25, qPrintable(QString::number(painted.clicks)));
+    const double halfAPixel = 0.5 / host.devicePixelRatioF() + 0.03;
+    QVERIFY2(std::abs(painted.keys - keysHeight) < halfAPixel, qPrintable(QString::number(painted.keys)));
+    QVERIFY2(
+        std::abs(painted.clicks - clicksHeight) < halfAPixel, qPrintable(QString::number(painted.clicks)));
     // The baseline is the bottom of the box, and a part without height keeps its gap.
     const auto image = picture(host);
     const auto box = barBoxes(host)[6];
@@ -802,6 +808,48 @@ void StatsViewTest::barsArePaintedToTheHalfPoint()
     const auto paper = image.pixelColor(1, 1);
     const auto expected = clicks > 0 ? resolved(Theme::clickAccent, Qt::black) : paper;
     QVERIFY(contrast(atBaseline, expected) < 1.05);
+}
+
+void StatsViewTest::theEdgesOfBarsAreSharpAtEveryScale_data()
+{
+    QTest::addColumn<double>("ratio");
+
+    for (const double ratio : { 1.0, 1.25, 1.5, 1.75, 2.0 })
+        QTest::addRow("%g", ratio) << ratio;
+}
+
+void StatsViewTest::theEdgesOfBarsAreSharpAtEveryScale()
+{
+    QFETCH(const double, ratio);
+    ShownPanel panel;
+    panel.program.platform.grantAccess();
+    panel.program.writeStatsFile(fileWith({ day("2026-11-09", 5213, 1820), day("2026-11-10", 8021, 2410),
+        day("2026-11-11", 3002, 950), day("2026-11-12", 0, 12), day("2026-11-13", 9120, 3010),
+        day("2026-11-14", 77, 0), day("2026-11-15", 4567, 1234) }));
+    auto& host = panel.open();
+
+    QImage image(host.size() * ratio, QImage::Format_RGB32);
+    image.setDevicePixelRatio(ratio);
+    QPainter painter(&image);
+    host.render(&painter);
+
+    const auto paper = image.pixel(1, 1);
+    const auto key = resolved(Theme::keyAccent, Qt::black).rgb();
+    const auto click = resolved(Theme::clickAccent, Qt::black).rgb();
+    for (const auto& box : barBoxes(host)) {
+        const int x = static_cast<int>(box.center().x() * ratio);
+        const int bottom = static_cast<int>(std::round((box.bottom() + 1) * ratio));
+        QString rows;
+        for (int y = bottom - 1; y >= bottom - static_cast<int>(59 * ratio); --y) {
+            const auto pixel = image.pixel(x, y);
+            const auto row = pixel == click ? 'c' : pixel == key ? 'k' : pixel == paper ? '.' : '?';
+            rows.append(QLatin1Char(row));
+        }
+        // From the bottom: the clicks, the gap, the keys and the paper above them.
+        const auto gap = QString(static_cast<int>(ratio), '.');
+        const QRegularExpression bar("^(c*)" + gap + "(k+[.]*|[.]*)$");
+        QVERIFY2(bar.match(rows).hasMatch(), qPrintable(rows));
+    }
 }
 
 void StatsViewTest::anEmptyWeekIsSevenStubs()
