@@ -9,11 +9,14 @@
 #include "support/TestArea.h"
 
 #include <QApplication>
+#include <QCursor>
 #include <QDBusArgument>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -106,6 +109,8 @@ private slots:
     void aSharedPictureLiesWhereTheUserAloneCanFindIt();
     void aPictureThatTheUserDidNotShareGoesAtOnce();
     void withoutAPortalAMenuOffersWhatOpensPictures();
+    void theMenuOpensAtTheButtonThatAskedForIt_data();
+    void theMenuOpensAtTheButtonThatAskedForIt();
     void whatIsChosenInTheMenuIsStartedWithThePicture();
     void aMenuThatIsClosedLeavesNothing();
     void withoutAnyProgramTheMenuSaysSoAndNothingIsLeft();
@@ -436,6 +441,50 @@ void PictureServicesTest::withoutAPortalAMenuOffersWhatOpensPictures()
     for (const auto* action : openWindow<QMenu>()->actions())
         titles << (action->isSeparator() ? "-" : action->text());
     QCOMPARE(titles, (QStringList { "Painter", "Viewer", "-", "E-mail…" }));
+    openWindow<QMenu>()->close();
+}
+
+void PictureServicesTest::theMenuOpensAtTheButtonThatAskedForIt_data()
+{
+    QTest::addColumn<Qt::LayoutDirection>("direction");
+    QTest::addColumn<bool>("isAtTheBottom");
+
+    QTest::newRow("left to right") << Qt::LeftToRight << false;
+    QTest::newRow("right to left") << Qt::RightToLeft << false;
+    QTest::newRow("without room below") << Qt::LeftToRight << true;
+}
+
+void PictureServicesTest::theMenuOpensAtTheButtonThatAskedForIt()
+{
+    QFETCH(const Qt::LayoutDirection, direction);
+    QFETCH(const bool, isAtTheBottom);
+    portal.reset();
+    QWidget window;
+    window.setLayoutDirection(direction);
+    const auto screen = window.screen()->availableGeometry();
+    window.setGeometry(300, isAtTheBottom ? screen.bottom() - 299 : 100, 300, 300);
+    QPushButton button("Share", &window);
+    button.setGeometry(200, 260, 80, 30);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
+    button.setFocus();
+    // Where the pointer happens to be.
+    QCursor::setPos(window.mapToGlobal(QPoint(150, 100)));
+    ShareChooser sheet(connection());
+
+    sheet.share("picture", "Knucklet day card");
+
+    QTRY_VERIFY(openWindow<QMenu>());
+    const auto menu = openWindow<QMenu>()->geometry();
+    const QRect place(button.mapToGlobal(QPoint()), button.size());
+    if (direction == Qt::LeftToRight)
+        QCOMPARE(menu.left(), place.left());
+    else
+        QCOMPARE(menu.right(), place.right());
+    if (isAtTheBottom)
+        QCOMPARE(menu.bottom(), place.top() - 1);
+    else
+        QCOMPARE(menu.top(), place.bottom() + 1);
     openWindow<QMenu>()->close();
 }
 

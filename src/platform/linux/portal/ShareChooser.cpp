@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QIcon>
 #include <QMenu>
+#include <QScreen>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
@@ -27,14 +28,21 @@ void start(const QStringList& command)
     std::ignore = startDetached(encoded, ChildStreams::Nowhere);
 }
 
-/// Where the user looks: at the pointer, or in the middle of the window that has the keyboard.
-QPoint placeForMenu()
+/// Shows the menu at the control that asked for it, which has the focus whether it was clicked or pressed
+/// with the keyboard: below it, or above where there is no room. What is to be shared stays in sight.
+void open(QMenu& menu)
 {
-    const auto pointer = QCursor::pos();
-    const auto* window = QApplication::activeWindow();
-    if (!window || window->frameGeometry().contains(pointer))
-        return pointer;
-    return window->frameGeometry().center();
+    const auto* control = QApplication::focusWidget();
+    if (!control) {
+        menu.popup(QCursor::pos());
+        return;
+    }
+    const QRect place(control->mapToGlobal(QPoint()), control->size());
+    const auto size = menu.sizeHint();
+    const bool fitsBelow = place.bottom() + size.height() <= control->screen()->availableGeometry().bottom();
+    const bool isMirrored = control->layoutDirection() == Qt::RightToLeft;
+    menu.popup({ isMirrored ? place.right() + 1 - size.width() : place.left(),
+        fitsBelow ? place.bottom() + 1 : place.top() - size.height() });
 }
 
 }
@@ -99,7 +107,7 @@ void ShareChooser::openMenu(const SharedFile& file)
         addCommand(*menu, "mail-message-new", tr("E-mail…"), file, { mailer, "--attach", file.path });
     if (menu->isEmpty())
         menu->addAction(tr("No application opens pictures"))->setEnabled(false);
-    menu->popup(placeForMenu());
+    open(*menu);
 }
 
 void ShareChooser::addCommand(QMenu& menu, const QString& iconName, const QString& title,
