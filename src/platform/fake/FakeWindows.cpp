@@ -1,0 +1,21 @@
+#include "platform/fake/FakeWindows.h"
+
+#include <utility>
+
+void FakeWindows::setAppearance(ColorScheme newScheme, Motion newMotion)
+{
+    scheme = newScheme;
+    motionWanted = newMotion;
+    observers.notify();
+}
+
+Observers::Subscription FakeWindows::observe(std::function<void()> changed)
+{
+    return observers.add(std::move(changed));
+}
+
+void FakeWindows::activate(NativeWindow window)
+{
+    calls.emplace_back("activate window");
+    activated.push_back(window);
+}
