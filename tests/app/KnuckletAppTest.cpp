@@ -63,7 +63,7 @@ QWidget* openPanel()
     return nullptr;
 }
 
-/// The button or check box with that text in whatever window is open.
+/// The button or check box with that text in whatever window is open; null when there is none.
 QAbstractButton* button(const QString& text)
 {
     for (auto* window : QApplication::topLevelWidgets()) {
@@ -73,6 +73,20 @@ QAbstractButton* button(const QString& text)
         }
     }
     return nullptr;
+}
+
+void click(const QString& text)
+{
+    auto* found = button(text);
+    QVERIFY2(found, qPrintable(text));
+    QTest::mouseClick(found, Qt::LeftButton);
+}
+
+void focus(const QString& text)
+{
+    auto* found = button(text);
+    QVERIFY2(found, qPrintable(text));
+    found->setFocus();
 }
 
 }
@@ -136,17 +150,17 @@ void KnuckletAppTest::theCountsComeAndGoWithTheCheckBoxAndAreBackAfterARestart()
     {
         const KnuckletApp app(fake.platform, fake.windows());
         fake.platform.clickMenuBarItem({ 400, 10 });
-        auto* box = button("Show counts in menu bar");
+        const QString box = "Show counts in menu bar";
 
-        QTest::mouseClick(box, Qt::LeftButton);
+        click(box);
         fake.platform.runDeferred();
         QCOMPARE(fake.label(), std::string("1.2k · 56"));
 
-        QTest::mouseClick(box, Qt::LeftButton);
+        click(box);
         fake.platform.runDeferred();
         QCOMPARE(fake.label(), std::string());
 
-        QTest::mouseClick(box, Qt::LeftButton);
+        click(box);
     }
 
     const KnuckletApp secondRun(fake.platform, fake.windows());
@@ -270,7 +284,7 @@ void KnuckletAppTest::thePanelOpensTheAssistant()
     const KnuckletApp app(fake.platform, fake.windows());
     fake.platform.clickMenuBarItem({ 400, 10 });
 
-    QTest::mouseClick(button("Setup Assistant…"), Qt::LeftButton);
+    click("Setup Assistant…");
 
     QVERIFY(button("Get Started"));
 }
@@ -281,11 +295,11 @@ void KnuckletAppTest::theAssistantsCheckBoxPutsTheCountsIntoTheMenuBarAtOnce()
     const KnuckletApp app(fake.platform, fake.windows());
     fake.platform.chooseCommand("Setup Assistant…");
     for (const auto* step : { "Get Started", "Continue", "Continue" }) {
-        QTest::mouseClick(button(step), Qt::LeftButton);
+        click(step);
         QCoreApplication::processEvents();
     }
 
-    QTest::mouseClick(button("Show live counts next to the menu bar icon"), Qt::LeftButton);
+    click("Show live counts next to the menu bar icon");
     fake.platform.runDeferred();
 
     QCOMPARE(fake.label(), std::string("1.2k · 56"));
@@ -381,7 +395,8 @@ void KnuckletAppTest::onALowScreenThePanelScrolls()
     const KnuckletApp app(fake.platform, fake.windows());
     const auto inside = [](const QWidget* widget) {
         const auto* panel = openPanel();
-        return panel->rect().contains(QRect(widget->mapTo(panel, QPoint()), widget->size()));
+        return panel && widget && panel->isAncestorOf(widget)
+            && panel->rect().contains(QRect(widget->mapTo(panel, QPoint()), widget->size()));
     };
 
     fake.platform.clickMenuBarItem({ 400, 14 });
@@ -391,7 +406,7 @@ void KnuckletAppTest::onALowScreenThePanelScrolls()
     QVERIFY(!inside(button("Quit Knucklet")));
 
     auto* scrollBar = panel->findChild<QAbstractSlider*>();
-    QVERIFY(scrollBar->isVisible());
+    QVERIFY(scrollBar && scrollBar->isVisible());
 
     // By the wheel.
     const QPoint middle(150, 125);
@@ -409,9 +424,9 @@ void KnuckletAppTest::onALowScreenThePanelScrolls()
 
     // By the keyboard, to where the focus is.
     QVERIFY(QTest::qWaitForWindowActive(panel, patience));
-    button("Quit Knucklet")->setFocus();
+    focus("Quit Knucklet");
     QVERIFY(inside(button("Quit Knucklet")));
-    button("Grant access…")->setFocus();
+    focus("Grant access…");
     QVERIFY(inside(button("Grant access…")));
 
     // Each opening begins at the top.

@@ -4,6 +4,7 @@
 #include "windows/ui/Look.h"
 
 #include <QApplication>
+#include <QTest>
 
 #include <chrono>
 
@@ -52,7 +53,10 @@ QWidget& ShownAssistant::show(int startPage)
     if (!state)
         start();
     state->onboarding->show(*state, startPage);
-    return *window();
+    if (auto* shown = window())
+        return *shown;
+    QTest::qFail("The assistant has no window", __FILE__, __LINE__);
+    return nothing;
 }
 
 QWidget* ShownAssistant::window() const

@@ -1,5 +1,6 @@
 #include "support/ShownCard.h"
 
+#include "support/Widgets.h"
 #include "windows/ui/Look.h"
 #include "windows/ui/UtilityWindow.h"
 
@@ -27,21 +28,24 @@ void ShownCard::show()
 
 UtilityWindow* ShownCard::window() const
 {
-    UtilityWindow* found = nullptr;
+    QList<UtilityWindow*> found;
     for (auto* widget : QApplication::topLevelWidgets()) {
-        if (auto* window = dynamic_cast<UtilityWindow*>(widget)) {
-            // There is one, whatever happens.
-            Q_ASSERT(!found);
-            found = window;
-        }
+        if (auto* window = dynamic_cast<UtilityWindow*>(widget))
+            found.append(window);
     }
-    return found;
+    // There is one, whatever happens.
+    if (found.size() > 1)
+        QTest::qFail("There are several windows", __FILE__, __LINE__);
+    return found.value(0);
 }
 
 QPushButton* ShownCard::button(const QString& text) const
 {
-    for (auto* button : window()->findChildren<QPushButton*>()) {
-        if (button->text() == text && button->isVisibleTo(window()))
+    auto* shown = window();
+    if (!shown)
+        return nullptr;
+    for (auto* button : shown->findChildren<QPushButton*>()) {
+        if (button->text() == text && button->isVisibleTo(shown))
             return button;
     }
     return nullptr;
@@ -50,23 +54,32 @@ QPushButton* ShownCard::button(const QString& text) const
 void ShownCard::click(const QString& text) const
 {
     auto* found = button(text);
-    QVERIFY(found);
+    QVERIFY2(found, qPrintable(text));
     QTest::mouseClick(found, Qt::LeftButton);
 }
 
 QWidget* ShownCard::preview() const
 {
-    // By what a screen reader says of it.
-    for (auto* widget : window()->findChildren<QWidget*>()) {
-        if (widget->accessibleName().contains(" · ") && widget->isVisibleTo(window()))
+    auto* shown = window();
+    if (!shown)
+        return nullptr;
+    for (auto* widget : shown->findChildren<QWidget*>()) {
+        if (widget->accessibleName().contains(" · ") && widget->isVisibleTo(shown))
             return widget;
     }
     return nullptr;
 }
 
+QString ShownCard::said() const
+{
+    const auto* card = preview();
+    return card ? card->accessibleName() : QString();
+}
+
 QRect ShownCard::placeOf(const QWidget* widget) const
 {
-    return widget->contentsRect().translated(widget->mapTo(window(), QPoint()));
+    const auto* shown = window();
+    return shown ? placeIn(*shown, widget) : QRect();
 }
 
 QImage ShownCard::pictureOfNow() { return fake.view(cardPicture()).rendered(); }

@@ -19,13 +19,17 @@ public:
     /// Starts the program if it does not run yet, and shows the card.
     void show();
 
+    /// Null while there is none.
     UtilityWindow* window() const;
     /// Null while there is no such button.
     QPushButton* button(const QString& text) const;
     void click(const QString& text) const;
-    /// The small card in the window.
+    /// The small card in the window; null while there is none.
     QWidget* preview() const;
-    /// Where a widget stands in the window, without the margins that reach over what is around it.
+    /// What a screen reader says of the small card.
+    QString said() const;
+    /// Where a widget stands in the window, without the margins that reach over what is around it. One that
+    /// is not there stands nowhere.
     QRect placeOf(const QWidget* widget) const;
 
     /// The picture of the numbers that the program has now.

@@ -4,6 +4,7 @@
 #include "support/PseudoTranslator.h"
 #include "support/ShownAssistant.h"
 #include "support/TestArea.h"
+#include "support/Widgets.h"
 #include "windows/DateTexts.h"
 #include "windows/StatsView.h"
 #include "windows/ui/Controls.h"
@@ -33,24 +34,6 @@ namespace {
 constexpr int pageCount = 4;
 const QString settingsButton = "Open Input Monitoring settings…";
 
-QAbstractButton* buttonWith(const QWidget& window, const QString& text)
-{
-    for (auto* button : window.findChildren<QAbstractButton*>()) {
-        if (button->text() == text || button->accessibleName() == text)
-            return button;
-    }
-    return nullptr;
-}
-
-QLabel* labelWith(const QWidget& window, const QString& text)
-{
-    for (auto* label : window.findChildren<QLabel*>()) {
-        if (label->text() == text)
-            return label;
-    }
-    return nullptr;
-}
-
 QStringList texts(const QWidget& window)
 {
     QStringList all;
@@ -68,21 +51,17 @@ QStringList buttons(const QWidget& window)
     return all;
 }
 
-QRect place(const QWidget& window, const QWidget* widget)
+QRect placeOf(const QWidget& window, const QString& label)
 {
-    return { widget->mapTo(&window, QPoint()), widget->size() };
+    return placeIn(window, labelWith(window, label));
 }
-
-QRect placeOf(const QWidget& window, const QString& label) { return place(window, labelWith(window, label)); }
 
 /// The points between the bottom of one thing and the top of the next.
 int gap(const QRect& above, const QRect& below) { return below.top() - above.bottom() - 1; }
 
 void press(const QWidget& window, const QString& button)
 {
-    auto* found = buttonWith(window, button);
-    QVERIFY2(found, qPrintable(button));
-    QTest::mouseClick(found, Qt::LeftButton);
+    QTest::mouseClick(&theButton(window, button), Qt::LeftButton);
     QCoreApplication::processEvents();
 }
 
@@ -101,7 +80,7 @@ QRect dots(const QWidget& window)
 {
     for (const auto* widget : window.findChildren<QWidget*>()) {
         if (widget->accessibleName().startsWith("Page "))
-            return place(window, widget);
+            return placeIn(window, widget);
     }
     return {};
 }
@@ -297,7 +276,7 @@ void OnboardingTest::theStartPageIsBroughtWithinThePages()
     const auto& window = assistant.show(startPage);
 
     QCOMPARE(shownPage(window), page);
-    QCOMPARE(buttons(window).last(), primary);
+    QVERIFY2(buttons(window).endsWith(primary), qPrintable(buttons(window).join(u' ')));
     QCOMPARE(buttons(window).contains("Back"), page > 0);
 }
 
@@ -463,9 +442,10 @@ void OnboardingTest::returnAndEnterGoOnWhereverTheFocusIs()
     ShownAssistant assistant;
     auto& window = assistant.show(page);
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
-    buttonWith(window, focus)->setFocus();
+    theButton(window, focus).setFocus();
     assistant.platform.calls.clear();
 
+    QVERIFY(window.focusWidget());
     QTest::keyClick(window.focusWidget(), key);
     QCoreApplication::processEvents();
 
@@ -484,14 +464,15 @@ void OnboardingTest::aControlThatGoesLeavesTheFocusToTheNext()
     ShownAssistant assistant;
     auto& window = assistant.show(1);
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
-    buttonWith(window, "Back")->setFocus();
+    theButton(window, "Back").setFocus();
 
+    QVERIFY(window.focusWidget());
     QTest::keyClick(window.focusWidget(), Qt::Key_Space);
     QTRY_COMPARE(shownPage(window), 0);
     const auto* afterBack = window.focusWidget();
     const auto* goOn = buttonWith(window, "Get Started");
     assistant.show(2);
-    buttonWith(window, settingsButton)->setFocus();
+    theButton(window, settingsButton).setFocus();
     assistant.platform.grantAccess();
     assistant.platform.advance(2s);
     QTRY_VERIFY(!buttonWith(window, settingsButton));
@@ -507,11 +488,11 @@ void OnboardingTest::twoPressesAtOnceAreTwoSteps()
 
     // Before the first of them has been shown.
     for (int i = 0; i < 2; ++i)
-        buttonWith(window, "Continue")->click();
+        theButton(window, "Continue").click();
     QCoreApplication::processEvents();
     const int forward = shownPage(window);
     for (int i = 0; i < 5; ++i)
-        buttonWith(window, "Back")->click();
+        theButton(window, "Back").click();
     QCoreApplication::processEvents();
 
     QCOMPARE(forward, 3);
@@ -551,8 +532,10 @@ void OnboardingTest::theDotsStandInTheMiddleOnEveryPage()
         const auto place = dots(window);
         QCOMPARE(place.size(), QSize(46, 7));
         QCOMPARE(place.left(), window.width() - 1 - place.right());
-        const auto* primary = window.findChildren<QPushButton*>().last();
-        QCOMPARE_LE(std::abs(::place(window, primary).center().y() - place.center().y()), 1);
+        const auto pushed = window.findChildren<QPushButton*>();
+        QVERIFY(!pushed.isEmpty());
+        const auto* primary = pushed.last();
+        QCOMPARE_LE(std::abs(placeIn(window, primary).center().y() - place.center().y()), 1);
     }
 }
 
@@ -583,16 +566,16 @@ void OnboardingTest::theWelcomePageGreets()
     const QString subtitle
         = "Every key you press, every click you make — counted.\nSee how much your fingers work each day.";
     QCOMPARE(texts(window), (QStringList { title, subtitle }));
-    QCOMPARE(labelWith(window, title)->font().pixelSize(), 26);
-    QCOMPARE(labelWith(window, title)->font().weight(), QFont::Bold);
-    QCOMPARE(labelWith(window, subtitle)->font().pixelSize(), 15);
-    QCOMPARE(labelWith(window, subtitle)->alignment(), Qt::AlignHCenter);
+    QCOMPARE(theLabel(window, title).font().pixelSize(), 26);
+    QCOMPARE(theLabel(window, title).font().weight(), QFont::Bold);
+    QCOMPARE(theLabel(window, subtitle).font().pixelSize(), 15);
+    QCOMPARE(theLabel(window, subtitle).alignment(), Qt::AlignHCenter);
     // The picture ends 28 + 230 below the top, and 18 lie between the parts.
     QCOMPARE(placeOf(window, title).top(), 28 + 230 + 18);
     QCOMPARE(placeOf(window, title).left(), 40);
     QCOMPARE(placeOf(window, title).right(), 540 - 40 - 1);
     QCOMPARE(gap(placeOf(window, title), placeOf(window, subtitle)), 18);
-    QCOMPARE(placeOf(window, subtitle).height(), 2 * labelWith(window, subtitle)->fontMetrics().height());
+    QCOMPARE(placeOf(window, subtitle).height(), 2 * theLabel(window, subtitle).fontMetrics().height());
 }
 
 void OnboardingTest::thePrivacyPageSaysWhatIsRecorded()
@@ -614,15 +597,15 @@ void OnboardingTest::thePrivacyPageSaysWhatIsRecorded()
     };
     QCOMPARE(texts(window), expected);
     for (int row = 0; row < 3; ++row) {
-        const auto* title = labelWith(window, expected[1 + 2 * row]);
-        const auto* detail = labelWith(window, expected[2 + 2 * row]);
-        QCOMPARE(title->font().pixelSize(), 13);
-        QCOMPARE(title->font().weight(), QFont::DemiBold);
-        QCOMPARE(detail->font().pixelSize(), 12);
-        QCOMPARE(gap(place(window, title), place(window, detail)), 3);
+        const auto& title = theLabel(window, expected[1 + 2 * row]);
+        const auto& detail = theLabel(window, expected[2 + 2 * row]);
+        QCOMPARE(title.font().pixelSize(), 13);
+        QCOMPARE(title.font().weight(), QFont::DemiBold);
+        QCOMPARE(detail.font().pixelSize(), 12);
+        QCOMPARE(gap(placeIn(window, &title), placeIn(window, &detail)), 3);
         // After an icon that is 34 wide, and 14 more.
-        QCOMPARE(place(window, title).left(), 40 + 34 + 14);
-        QCOMPARE(place(window, detail).left(), 40 + 34 + 14);
+        QCOMPARE(placeIn(window, &title).left(), 40 + 34 + 14);
+        QCOMPARE(placeIn(window, &detail).left(), 40 + 34 + 14);
     }
     QCOMPARE(gap(placeOf(window, expected[0]), placeOf(window, expected[1])), 22);
     QCOMPARE(gap(placeOf(window, expected[2]), placeOf(window, expected[3])), 22);
@@ -637,7 +620,7 @@ void OnboardingTest::theRowsAreShownAsTheyAreInEveryLanguage()
     QCoreApplication::installTranslator(&translator);
     const auto translated = texts(assistant.show(1));
 
-    QVERIFY(translated.first() != english.first());
+    QVERIFY(translated.value(0) != english.value(0));
     QCOMPARE(translated.mid(1), english.mid(1));
 }
 
@@ -653,10 +636,12 @@ void OnboardingTest::rowsWrapAndTheirIconsStayAtTheTop()
 
     const auto* text = labelWith(host, detail);
     const auto* title = labelWith(host, "Title");
+    QVERIFY(text && title);
     QCOMPARE_GE(text->height(), 10 * text->fontMetrics().height());
     QCOMPARE(text->height(), text->heightForWidth(text->width()));
     const auto* icon = title->parentWidget()->parentWidget()->findChild<QWidget*>();
-    QCOMPARE(place(host, icon).top(), place(host, title).top());
+    QVERIFY(icon);
+    QCOMPARE(placeIn(host, icon).top(), placeIn(host, title).top());
     QCOMPARE(icon->width(), 34);
 }
 
@@ -672,12 +657,13 @@ void OnboardingTest::thePermissionPageExplains()
     const auto* label = labelWith(window, explanation);
     QVERIFY(label);
     QCOMPARE(label->font().pixelSize(), 13);
-    QCOMPARE(gap(placeOf(window, "One permission"), place(window, label)), 22);
+    QCOMPARE(gap(placeOf(window, "One permission"), placeIn(window, label)), 22);
     // Two words of it are bold: drawn without the marks, but plain, it looks otherwise.
     Host plain([&] {
         return column({ paragraph(explanation).font(13).color(Theme::secondary) }).width(label->width());
     });
     plain.show();
+    QVERIFY(plain.findChild<QLabel*>());
     QVERIFY(plain.findChild<QLabel*>()->grab().toImage() != const_cast<QLabel*>(label)->grab().toImage());
 }
 
@@ -694,14 +680,15 @@ void OnboardingTest::theDonePageTellsWhereTheProgramLives()
     QCOMPARE(texts(window), (QStringList { title, description }));
     QCOMPARE(placeOf(window, title).top(), 28 + 120 + 22);
     QCOMPARE(gap(placeOf(window, title), placeOf(window, description)), 22);
-    QCOMPARE(labelWith(window, description)->font().pixelSize(), 15);
+    QCOMPARE(theLabel(window, description).font().pixelSize(), 15);
     const auto* first = buttonWith(window, "Show live counts next to the menu bar icon");
     const auto* second = buttonWith(window, "Launch Knucklet at login");
-    QCOMPARE(gap(place(window, first), place(window, second)), 10);
-    QCOMPARE(place(window, first).left(), place(window, second).left());
+    QVERIFY(first && second);
+    QCOMPARE(gap(placeIn(window, first), placeIn(window, second)), 10);
+    QCOMPARE(placeIn(window, first).left(), placeIn(window, second).left());
     // The card is as wide as its boxes, with 18 around them, in the middle of the page.
-    const auto card = place(window, first->parentWidget());
-    QCOMPARE(card, place(window, first).united(place(window, second)).adjusted(-18, -18, 18, 18));
+    const auto card = placeIn(window, first->parentWidget());
+    QCOMPARE(card, placeIn(window, first).united(placeIn(window, second)).adjusted(-18, -18, 18, 18));
     QCOMPARE(gap(placeOf(window, description), card), 22);
     QCOMPARE_LE(std::abs(card.left() - (window.width() - 1 - card.right())), 1);
 }
@@ -733,7 +720,7 @@ void OnboardingTest::longerTextsAreNeverCutOff()
     QCOMPARE(window.size(), QSize(540, 560));
     const int footer = dots(window).top();
     for (const auto* label : window.findChildren<QLabel*>()) {
-        const auto box = place(window, label);
+        const auto box = placeIn(window, label);
         QVERIFY2(window.rect().contains(box) && box.bottom() < footer, qPrintable(label->text()));
         if (label->wordWrap())
             QCOMPARE_GE(label->height(), label->heightForWidth(label->width()));
@@ -741,7 +728,7 @@ void OnboardingTest::longerTextsAreNeverCutOff()
             QCOMPARE_GE(label->width(), label->sizeHint().width());
     }
     for (const auto* button : window.findChildren<QAbstractButton*>()) {
-        QVERIFY2(window.rect().contains(place(window, button)), qPrintable(button->text()));
+        QVERIFY2(window.rect().contains(placeIn(window, button)), qPrintable(button->text()));
         if (!button->text().isEmpty())
             QCOMPARE_GE(button->width(), button->sizeHint().width());
     }
@@ -787,6 +774,7 @@ void OnboardingTest::aScreenReaderHearsEverything()
     for (const auto* button : window.findChildren<QAbstractButton*>())
         QVERIFY(!button->text().isEmpty() || !button->accessibleName().isEmpty());
     const auto* goOn = QAccessible::queryAccessibleInterface(buttonWith(window, primary));
+    QVERIFY(goOn);
     QVERIFY(goOn->state().defaultButton);
     QCOMPARE(goOn->role(), QAccessible::PushButton);
     for (const auto* box : window.findChildren<QCheckBox*>())
@@ -1036,12 +1024,12 @@ void OnboardingTest::theCardFollowsThePermission()
     if (!button.isEmpty())
         expected.prepend(button);
     QCOMPARE(buttons(window), expected);
-    QCOMPARE(labelWith(window, heading)->font().pixelSize(), 15);
-    QCOMPARE(labelWith(window, heading)->font().weight(), QFont::DemiBold);
-    QCOMPARE(labelWith(window, text)->font().pixelSize(), 12);
-    QCOMPARE(labelWith(window, text)->alignment(), Qt::AlignHCenter);
+    QCOMPARE(theLabel(window, heading).font().pixelSize(), 15);
+    QCOMPARE(theLabel(window, heading).font().weight(), QFont::DemiBold);
+    QCOMPARE(theLabel(window, text).font().pixelSize(), 12);
+    QCOMPARE(theLabel(window, text).alignment(), Qt::AlignHCenter);
     // 24 around what is in the card, which is as wide as the page, and 14 between its parts.
-    const auto card = place(window, labelWith(window, text)->parentWidget());
+    const auto card = placeIn(window, theLabel(window, text).parentWidget());
     QCOMPARE(card.left(), 40);
     QCOMPARE(card.width(), 460);
     QCOMPARE(placeOf(window, heading).top(), card.top() + 24);
@@ -1049,8 +1037,8 @@ void OnboardingTest::theCardFollowsThePermission()
     if (button.isEmpty()) {
         QCOMPARE(placeOf(window, text).bottom(), card.bottom() - 24);
     } else {
-        QCOMPARE(gap(placeOf(window, text), place(window, buttonWith(window, button))), 14);
-        QCOMPARE(place(window, buttonWith(window, button)).bottom(), card.bottom() - 24);
+        QCOMPARE(gap(placeOf(window, text), placeIn(window, buttonWith(window, button))), 14);
+        QCOMPARE(placeIn(window, buttonWith(window, button)).bottom(), card.bottom() - 24);
     }
 }
 
@@ -1185,6 +1173,7 @@ void OnboardingTest::theCheckBoxesFollowTheModelBothWays()
     auto& state = *assistant.state;
     const auto* counts = buttonWith(window, "Show live counts next to the menu bar icon");
     const auto* login = buttonWith(window, "Launch Knucklet at login");
+    QVERIFY(counts && login);
 
     press(window, counts->text());
     press(window, login->text());
@@ -1208,7 +1197,7 @@ void OnboardingTest::aRefusedLoginItemUnticksItsBox()
     press(window, "Launch Knucklet at login");
 
     QVERIFY(!assistant.state->launchAtLogin);
-    QVERIFY(!buttonWith(window, "Launch Knucklet at login")->isChecked());
+    QVERIFY(!theButton(window, "Launch Knucklet at login").isChecked());
 }
 
 void OnboardingTest::theCheckBoxesKeepTheirValuesFromPageToPage()
@@ -1220,8 +1209,8 @@ void OnboardingTest::theCheckBoxesKeepTheirValuesFromPageToPage()
     press(window, "Back");
     press(window, "Continue");
 
-    QVERIFY(buttonWith(window, "Show live counts next to the menu bar icon")->isChecked());
-    QVERIFY(!buttonWith(window, "Launch Knucklet at login")->isChecked());
+    QVERIFY(theButton(window, "Show live counts next to the menu bar icon").isChecked());
+    QVERIFY(!theButton(window, "Launch Knucklet at login").isChecked());
 }
 
 static const TestArea area("Onboarding", runTest<OnboardingTest, QApplication>);

@@ -24,10 +24,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// Null when it is none.
 QImage decoded(const std::string& png)
 {
     return QImage::fromData(QByteArray::fromStdString(png), "PNG").convertToFormat(QImage::Format_RGB32);
 }
+
+QImage copied(const ShownCard& card) { return decoded(card.platform.copiedPicture().value_or("")); }
 
 }
 
@@ -72,6 +75,7 @@ void ShareCardTest::theWindowComesToTheFront()
 
     card.show();
 
+    QVERIFY(card.window());
     QVERIFY(card.window()->isVisible());
     QCOMPARE(card.window()->windowTitle(), "Day Card");
     QCOMPARE(card.platform.activatedWindows().size(), std::size_t { 1 });
@@ -82,6 +86,7 @@ void ShareCardTest::showingAgainKeepsTheWindowAndItsPlace()
     ShownCard card;
     card.show();
     const auto* window = card.window();
+    QVERIFY(window);
     card.window()->move(123, 45);
 
     card.show();
@@ -99,13 +104,13 @@ void ShareCardTest::showingAgainShowsTheNumbersOfThatMoment()
     ShownCard card;
     card.show();
     QTRY_VERIFY(card.button("Share"));
-    const auto before = card.preview()->accessibleName();
+    const auto before = card.said();
 
     card.press(3);
     card.show();
 
     QCOMPARE(before, "Sunday, November 15: 4567 keys · 1234 clicks");
-    QCOMPARE(card.preview()->accessibleName(), "Sunday, November 15: 4570 keys · 1234 clicks");
+    QCOMPARE(card.said(), "Sunday, November 15: 4570 keys · 1234 clicks");
 }
 
 void ShareCardTest::theContentStandsAtItsDistances()
@@ -139,6 +144,7 @@ void ShareCardTest::theButtonsAreLargeAndHaveTheirIcons()
 
     for (const auto* text : { "Copy", "Save PNG", "Share" }) {
         const auto* button = card.button(text);
+        QVERIFY2(button, text);
         QCOMPARE(button->font().pixelSize(), 13);
         QVERIFY(button->height() >= 28);
         const int textWidth = QFontMetrics(button->font()).horizontalAdvance(text);
@@ -222,6 +228,7 @@ void ShareCardTest::thePreviewDoesNotFollowTheCounters()
     ShownCard card;
     card.show();
     QTRY_VERIFY(card.button("Share"));
+    QVERIFY(card.preview());
     const auto before = card.preview()->grab().toImage();
 
     card.press(1000);
@@ -229,8 +236,9 @@ void ShareCardTest::thePreviewDoesNotFollowTheCounters()
     card.window()->repaint();
     QCoreApplication::processEvents();
 
+    QVERIFY(card.preview());
     QCOMPARE(card.preview()->grab().toImage(), before);
-    QCOMPARE(card.preview()->accessibleName(), "Sunday, November 15: 4567 keys · 1234 clicks");
+    QCOMPARE(card.said(), "Sunday, November 15: 4567 keys · 1234 clicks");
 }
 
 void ShareCardTest::copySendsTheNumbersOfTheClick()
@@ -242,14 +250,14 @@ void ShareCardTest::copySendsTheNumbersOfTheClick()
     const auto first = card.pictureOfNow();
 
     card.click("Copy");
-    const auto copied = decoded(*card.platform.copiedPicture());
+    const auto picture = copied(card);
     card.press(10);
     card.click("Copy");
 
-    QCOMPARE(copied.size(), QSize(1080, 1350));
-    QCOMPARE(copied, first);
-    QCOMPARE(decoded(*card.platform.copiedPicture()), card.pictureOfNow());
-    QVERIFY(copied != card.pictureOfNow());
+    QCOMPARE(picture.size(), QSize(1080, 1350));
+    QCOMPARE(picture, first);
+    QCOMPARE(copied(card), card.pictureOfNow());
+    QVERIFY(picture != card.pictureOfNow());
 }
 
 void ShareCardTest::saveProposesTheDayAsItsName()
@@ -279,7 +287,7 @@ void ShareCardTest::everythingNamesOneDayWhenTheZoneChanges()
     QTRY_VERIFY(card.button("Share"));
     card.click("Save PNG");
 
-    QCOMPARE(card.preview()->accessibleName(), "Monday, November 16: 3 keys · 0 clicks");
+    QCOMPARE(card.said(), "Monday, November 16: 3 keys · 0 clicks");
     QCOMPARE(card.platform.proposedNames(), std::vector<std::string> { "Knucklet-2026-11-16.png" });
 }
 
@@ -292,7 +300,7 @@ void ShareCardTest::titleAndNameAgreeAlsoBeforeTheCountsFollow()
     card.show();
     card.click("Save PNG");
 
-    QVERIFY(card.preview()->accessibleName().startsWith("Monday, November 16: "));
+    QVERIFY(card.said().startsWith("Monday, November 16: "));
     QCOMPARE(card.platform.proposedNames(), std::vector<std::string> { "Knucklet-2026-11-16.png" });
 }
 
@@ -325,6 +333,7 @@ void ShareCardTest::aCancelledSaveWritesNothing()
 
     // Nothing but the panel was asked for.
     std::erase(card.platform.calls, "read clock");
+    QVERIFY(!card.platform.calls.empty());
     QCOMPARE(card.platform.calls.back(), std::string("open save panel for Knucklet-2026-11-15.png"));
     QVERIFY(calls > 0);
 }
@@ -337,6 +346,7 @@ void ShareCardTest::aSaveThatFailsIsSilent()
     card.click("Save PNG");
     card.platform.choosePlace("/no such folder/card.png");
 
+    QVERIFY(card.window());
     QVERIFY(card.window()->isVisible());
     QCOMPARE(QApplication::topLevelWidgets().size(), 1);
 }
@@ -349,6 +359,7 @@ void ShareCardTest::theWindowMayBeClosedWhileTheUserChooses()
     card.show();
     const auto expected = card.pictureOfNow();
     card.click("Save PNG");
+    QVERIFY(card.window());
 
     card.window()->close();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -385,9 +396,9 @@ void ShareCardTest::withoutItsPictureTheCardIsStillThere()
 
     card.click("Copy");
 
-    const auto copied = decoded(*card.platform.copiedPicture());
-    QCOMPARE(copied.size(), QSize(1080, 1350));
-    QCOMPARE(copied.pixel(0, 0), QColor::fromRgbF(0.11F, 0.13F, 0.19F).rgb());
+    const auto picture = copied(card);
+    QCOMPARE(picture.size(), QSize(1080, 1350));
+    QCOMPARE(picture.pixel(0, 0), QColor::fromRgbF(0.11F, 0.13F, 0.19F).rgb());
 }
 
 void ShareCardTest::aClosedWindowKeepsNothing()

@@ -24,7 +24,8 @@ void FakeInput::click(std::optional<Moment> moment)
 
 void FakeInput::disableTap()
 {
-    assert(tapEnabled);
+    if (!tapEnabled)
+        return;
     tapEnabled = false;
     tapHandler({ .kind = TapEvent::Kind::Disabled });
 }

@@ -18,7 +18,11 @@ public:
     {
     }
 
-    void clickItem(ScreenPixel place) { itemActivated(place); }
+    void clickItem(ScreenPixel place) 
+    {
+        if (itemActivated)
+            itemActivated(place);
+    }
     void chooseCommand(const std::string& title, std::optional<ScreenPixel> place);
     void pressOutside();
 

@@ -26,7 +26,8 @@ class FakePlatform final
 public:
     FakePlatform(std::filesystem::path applicationSupport, Moment start);
 
-    // What a user and a system do.
+    // What a user and a system do. What the program has not made possible does nothing, so that a test of it
+    // fails where it looks and does not crash here.
     void press(std::optional<Moment> moment = {}) { input.press(moment); }
     /// The key stays down: one real press, then repeats.
     void hold(int repeats) { input.hold(repeats); }

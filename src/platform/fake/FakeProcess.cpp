@@ -2,7 +2,11 @@
 
 #include <utility>
 
-void FakeProcess::answerNewInstance() { std::exchange(newInstanceAnswered, {})(); }
+void FakeProcess::answerNewInstance()
+{
+    if (const auto answered = std::exchange(newInstanceAnswered, {}))
+        answered();
+}
 
 void FakeProcess::onWillTerminate(std::function<void()> observer)
 {

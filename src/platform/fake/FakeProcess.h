@@ -20,7 +20,11 @@ public:
     }
 
     void answerNewInstance();
-    void startAgain() { startedAgain(); }
+    void startAgain()
+    {
+        if (startedAgain)
+            startedAgain();
+    }
 
     bool hasTerminated() const { return terminated; }
 

@@ -4,6 +4,8 @@
 
 void FakeSharing::choosePlace(const std::filesystem::path& place)
 {
+    if (savePanels.empty())
+        return;
     const auto panel = std::move(savePanels.front());
     savePanels.pop_front();
     panel.chosen(place);

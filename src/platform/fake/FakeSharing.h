@@ -28,7 +28,11 @@ public:
     }
 
     void choosePlace(const std::filesystem::path& place);
-    void cancelSavePanel() { savePanels.pop_front(); }
+    void cancelSavePanel()
+    {
+        if (!savePanels.empty())
+            savePanels.pop_front();
+    }
 
     const std::optional<std::string>& copiedPicture() const { return copied; }
     std::vector<std::string> proposedNames() const;
