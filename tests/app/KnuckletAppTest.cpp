@@ -9,6 +9,7 @@
 #include <QAbstractButton>
 #include <QAbstractSlider>
 #include <QApplication>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWheelEvent>
@@ -63,12 +64,12 @@ QWidget* openPanel()
     return nullptr;
 }
 
-/// The button or check box with that text in whatever window is open; null when there is none.
+/// The button or check box that says so, or is read so, in whatever window is open; null when there is none.
 QAbstractButton* button(const QString& text)
 {
     for (auto* window : QApplication::topLevelWidgets()) {
         for (auto* button : window->findChildren<QAbstractButton*>()) {
-            if (button->text() == text && button->isVisible())
+            if ((button->text() == text || button->accessibleName() == text) && button->isVisible())
                 return button;
         }
     }
@@ -114,9 +115,15 @@ private slots:
     void withoutAMenuBarAnotherStartOpensAWindowThatStays();
     void theWindowIsThePanelAgainWhenThereIsAMenuBar();
     void thePanelStandsOnABarAtTheBottomWhateverItsHeight();
+    void aPanelThatWasMovedIsPlacedAnewAsAWindow();
+    void wherePeopleReadFromTheRightTheWindowsAreMirrored();
     void onALowScreenThePanelScrolls();
+    void eachOpeningBeginsAtTheTop();
+    void whatIsAroundAFocusedControlIsSeenAsWell();
     void aWindowOpensBesideItsPlaceWithinTheWorkArea_data();
     void aWindowOpensBesideItsPlaceWithinTheWorkArea();
+    void ofAWindowThatIsTooLargeTheBeginningIsSeen_data();
+    void ofAWindowThatIsTooLargeTheBeginningIsSeen();
 };
 
 void KnuckletAppTest::initTestCase()
@@ -387,6 +394,41 @@ void KnuckletAppTest::thePanelStandsOnABarAtTheBottomWhateverItsHeight()
     QCOMPARE(panel->geometry().left(), 250);
 }
 
+// A place that was asked for is one that window managers keep to.
+void KnuckletAppTest::aPanelThatWasMovedIsPlacedAnewAsAWindow()
+{
+    FakeApp fake;
+    const KnuckletApp app(fake.platform, fake.windows());
+    fake.platform.clickMenuBarItem({ 400, 0 });
+    QVERIFY(openPanel());
+    QVERIFY(openPanel()->testAttribute(Qt::WA_Moved));
+    fake.platform.clickMenuBarItem({ 400, 0 });
+
+    fake.platform.removeMenuBar();
+    fake.platform.startAgain();
+
+    QVERIFY(openPanel());
+    QVERIFY(!openPanel()->testAttribute(Qt::WA_Moved));
+}
+
+void KnuckletAppTest::wherePeopleReadFromTheRightTheWindowsAreMirrored()
+{
+    const auto leftToRightAgain = qScopeGuard([] {
+        qputenv("LC_ALL", "C.UTF-8");
+        QApplication::setLayoutDirection(Qt::LeftToRight);
+    });
+    qputenv("LC_ALL", "ar_EG.UTF-8");
+    FakeApp fake;
+    const KnuckletApp app(fake.platform, fake.windows());
+
+    fake.platform.clickMenuBarItem({ 400, 0 });
+
+    const auto* assistant = button("Setup Assistant…");
+    const auto* quit = button("Quit Knucklet");
+    QVERIFY(assistant && quit);
+    QCOMPARE_LT(quit->mapToGlobal(QPoint()).x(), assistant->mapToGlobal(QPoint()).x());
+}
+
 void KnuckletAppTest::onALowScreenThePanelScrolls()
 {
     FakeApp fake;
@@ -429,10 +471,6 @@ void KnuckletAppTest::onALowScreenThePanelScrolls()
     focus("Grant access…");
     QVERIFY(inside(button("Grant access…")));
 
-    // Each opening begins at the top.
-    panel->hide();
-    fake.platform.clickMenuBarItem({ 400, 14 });
-    QVERIFY(!inside(button("Quit Knucklet")));
     // And nothing scrolls any more when there is room.
     fake.platform.setWorkArea({ .x = 0, .y = 28, .width = 800, .height = 400 });
     fake.platform.grantAccess();
@@ -440,6 +478,49 @@ void KnuckletAppTest::onALowScreenThePanelScrolls()
     QTRY_VERIFY(inside(button("Quit Knucklet")));
     QCOMPARE_LT(panel->height(), 400);
     QVERIFY(!scrollBar->isVisible());
+}
+
+void KnuckletAppTest::eachOpeningBeginsAtTheTop()
+{
+    FakeApp fake;
+    fake.platform.setWorkArea({ .x = 0, .y = 28, .width = 800, .height = 250 });
+    const KnuckletApp app(fake.platform, fake.windows());
+    fake.platform.clickMenuBarItem({ 400, 14 });
+    QVERIFY(openPanel());
+    auto* scrollBar = openPanel()->findChild<QAbstractSlider*>();
+    QVERIFY(scrollBar);
+    scrollBar->setValue(scrollBar->maximum());
+    QCOMPARE_GT(scrollBar->value(), 0);
+
+    fake.platform.clickMenuBarItem({ 400, 14 });
+    QVERIFY(!openPanel());
+    fake.platform.clickMenuBarItem({ 400, 14 });
+
+    QVERIFY(openPanel());
+    QCOMPARE(scrollBar->value(), 0);
+}
+
+void KnuckletAppTest::whatIsAroundAFocusedControlIsSeenAsWell()
+{
+    FakeApp fake;
+    fake.platform.setWorkArea({ .x = 0, .y = 28, .width = 800, .height = 250 });
+    const KnuckletApp app(fake.platform, fake.windows());
+    fake.platform.clickMenuBarItem({ 400, 14 });
+    auto* panel = openPanel();
+    QVERIFY(panel);
+    const auto* scrollBar = panel->findChild<QAbstractSlider*>();
+    QVERIFY(scrollBar);
+    QVERIFY(QTest::qWaitForWindowActive(panel, patience));
+
+    // The padding below the last control, and that above the first.
+    focus("Quit Knucklet");
+    const int atTheLast = scrollBar->value();
+    focus("Share a day card");
+    const int atTheFirst = scrollBar->value();
+
+    QCOMPARE_GT(scrollBar->maximum(), 0);
+    QCOMPARE(atTheLast, scrollBar->maximum());
+    QCOMPARE(atTheFirst, 0);
 }
 
 void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea_data()
@@ -461,6 +542,27 @@ void KnuckletAppTest::aWindowOpensBesideItsPlaceWithinTheWorkArea()
     QFETCH(const QPoint, corner);
 
     QCOMPARE(placeBeside(place, QSize(300, 100), QRect(0, 0, 1280, 800), QRect(0, 28, 1280, 772)), corner);
+}
+
+void KnuckletAppTest::ofAWindowThatIsTooLargeTheBeginningIsSeen_data()
+{
+    QTest::addColumn<QPoint>("place");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QPoint>("corner");
+
+    QTest::newRow("too wide") << QPoint(640, 14) << QSize(1500, 100) << QPoint(20, 28);
+    QTest::newRow("too wide, from the right") << QPoint(1275, 400) << QSize(1500, 100) << QPoint(20, 350);
+    QTest::newRow("too high") << QPoint(640, 14) << QSize(300, 900) << QPoint(490, 28);
+    QTest::newRow("too high, from below") << QPoint(640, 795) << QSize(300, 900) << QPoint(490, 28);
+}
+
+void KnuckletAppTest::ofAWindowThatIsTooLargeTheBeginningIsSeen()
+{
+    QFETCH(const QPoint, place);
+    QFETCH(const QSize, size);
+    QFETCH(const QPoint, corner);
+
+    QCOMPARE(placeBeside(place, size, QRect(0, 0, 1280, 800), QRect(20, 28, 1240, 744)), corner);
 }
 
 static const TestArea area("KnuckletApp", runTest<KnuckletAppTest, QApplication>);

@@ -12,12 +12,12 @@ QAbstractButton* buttonWith(const QWidget& window, const QString& text);
 /// A label by its text; null when there is none.
 QLabel* labelWith(const QWidget& window, const QString& text);
 
-// The same where there must be one. Without it the test fails and goes on with one that stands nowhere, so that
-// the tests after it still run.
+// The same where there must be one. Without it the test fails and goes on with one that stands nowhere, so
+// that the tests after it still run.
 
 QAbstractButton& theButton(const QWidget& window, const QString& text);
 QLabel& theLabel(const QWidget& window, const QString& text);
 
-/// Where a widget of the window stands in it, without the margins that reach over what is around it. One that is
-/// not there stands nowhere.
+/// Where a widget of the window stands in it, without the margins that reach over what is around it. One that
+/// is not there stands nowhere.
 QRect placeIn(const QWidget& window, const QWidget* widget);

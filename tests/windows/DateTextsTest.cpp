@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <unicode/localpointer.h>
+#include <unicode/ucal.h>
 #include <unicode/udat.h>
 #include <unicode/udatpg.h>
 
@@ -101,10 +102,16 @@ void DateTextsTest::noZoneMovesADay()
     QFETCH(const QByteArray, zone);
     qputenv("TZ", zone);
     tzset();
+    // ICU reads the zone only once.
+    const auto name = QString::fromLatin1(zone).toStdU16String();
+    UErrorCode status = U_ZERO_ERROR;
+    ucal_setDefaultTimeZone(name.c_str(), &status);
+    QVERIFY(U_SUCCESS(status));
 
     const DateTexts texts("en_US");
 
     QCOMPARE(texts.weekdayAndDate(sunday), "Sunday, Nov 15");
+    QCOMPARE(texts.weekdayLetter(sunday), "S");
     QCOMPARE(texts.weekdayLetter(sunday + days(1)), "M");
 }
 

@@ -12,6 +12,7 @@
 #include <QPainter>
 #include <QScopeGuard>
 #include <QTest>
+#include <QTranslator>
 
 #include <algorithm>
 #include <chrono>
@@ -103,6 +104,17 @@ double chartBottom(const RecordedDrawing& drawing)
 
 bool isGap(double upperBottom, double lowerTop, double gap) { return isNear(lowerTop - upperBottom, gap); }
 
+/// Has many words for everything.
+class VerboseTranslator final : public QTranslator {
+public:
+    bool isEmpty() const override { return false; }
+
+    QString translate(const char*, const char*, const char*, int) const override
+    {
+        return QString("many words ").repeated(60).trimmed();
+    }
+};
+
 }
 
 /// Everything is measured in points on the drawing itself, before it becomes pixels.
@@ -124,6 +136,7 @@ private slots:
     void dateAndLettersAreThoseOfTheZone();
     void aLongDateWrapsAndMovesWhatIsBelow();
     void anEmptyWeekKeepsTheChartsRoom();
+    void whatNeedsMoreThanThereIsNeverOverlaps();
 
     void aNumberIsGroupedForTheLocale_data();
     void aNumberIsGroupedForTheLocale();
@@ -364,6 +377,25 @@ void ShareCardViewTest::anEmptyWeekKeepsTheChartsRoom()
     QVERIFY(bars(*drawing).empty());
     QVERIFY(reads(*drawing, "CLICKS CLICKED"));
     QCOMPARE(textOf(*drawing, "CLICKS CLICKED").begin, textOf(*before, "CLICKS CLICKED").begin);
+}
+
+void ShareCardViewTest::whatNeedsMoreThanThereIsNeverOverlaps()
+{
+    VerboseTranslator translator;
+    QCoreApplication::installTranslator(&translator);
+    FakeCard card(statsOf({ { "2026-11-15", 14567, 1234 } }));
+
+    const auto drawing = drawn(card.view());
+
+    const auto last
+        = std::ranges::find_if(drawing->texts, [](const auto& each) { return each.text == "14,567"; });
+    QVERIFY(last != drawing->texts.begin() && last != drawing->texts.end());
+    const auto badge = *std::prev(last);
+    const auto keys = textOf(*drawing, "14,567");
+    const auto clicksLabel = textOf(*drawing, "CLICKS CLICKED");
+    const double chartTop = chartBottom(*drawing) - 64;
+    QVERIFY2(isNear(top(keys), bottom(badge)), qPrintable(QString::number(top(keys) - bottom(badge))));
+    QVERIFY(isNear(chartTop, bottom(clicksLabel)));
 }
 
 void ShareCardViewTest::aNumberIsGroupedForTheLocale_data()

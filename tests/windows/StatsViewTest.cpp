@@ -324,6 +324,8 @@ private slots:
     void launchAtLoginIsBoundBothWays();
     void aRefusedLoginItemSnapsBack();
     void theButtonsOpenWhatTheyName();
+    void theShareButtonTakesAPressAlsoBesideItsSymbol_data();
+    void theShareButtonTakesAPressAlsoBesideItsSymbol();
 
     void everythingIsReadToAScreenReader();
     void theKeyboardReachesEveryControlInOrder();
@@ -1170,6 +1172,32 @@ void StatsViewTest::theButtonsOpenWhatTheyName()
     QCOMPARE(panel.program.shareCardShown, 1);
     QVERIFY(runsStill);
     QVERIFY(panel.program.platform.hasTerminated());
+}
+
+void StatsViewTest::theShareButtonTakesAPressAlsoBesideItsSymbol_data()
+{
+    QTest::addColumn<QPoint>("beside");
+
+    // From the middle of a symbol that is 13 points high.
+    QTest::newRow("above") << QPoint(0, -10);
+    QTest::newRow("below") << QPoint(0, 10);
+    QTest::newRow("to the left") << QPoint(-9, 0);
+    QTest::newRow("to the right") << QPoint(9, 0);
+}
+
+void StatsViewTest::theShareButtonTakesAPressAlsoBesideItsSymbol()
+{
+    QFETCH(const QPoint, beside);
+    ShownPanel panel;
+    auto& host = panel.open();
+    const auto symbol = placeOfButton(host, "Share a day card");
+    const auto press = symbol.center() + beside;
+    QVERIFY(!symbol.contains(press));
+
+    const auto* pressed = host.childAt(press);
+
+    QVERIFY(pressed);
+    QCOMPARE(pressed, buttonWith(host, "Share a day card"));
 }
 
 void StatsViewTest::everythingIsReadToAScreenReader()

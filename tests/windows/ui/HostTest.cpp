@@ -123,6 +123,7 @@ private slots:
     void theTabKeyGoesDownTheScreenAlsoToLateComers();
     void returnPressesTheFocusedButton_data();
     void returnPressesTheFocusedButton();
+    void inAnInactiveWindowAControlThatGoesLeavesTheFocusToTheNextAsWell();
     void theFocusRingShowsOnlyToThoseWhoUseTheKeyboard();
     void aStackWithATextIsReadAsOneElement();
 };
@@ -749,6 +750,34 @@ void HostTest::returnPressesTheFocusedButton()
     QTest::keyClick(host.focusWidget(), key);
 
     QCOMPARE(pressed, 1);
+}
+
+void HostTest::inAnInactiveWindowAControlThatGoesLeavesTheFocusToTheNextAsWell()
+{
+    bool hasFirst = true;
+    Host host([&] {
+        return column({
+            hasFirst ? row({ button("first", doNothing) }) : View(),
+            label("text"),
+            button("second", doNothing),
+            button("third", doNothing),
+        });
+    });
+    host.show();
+    auto* first = buttonWith(host, "first");
+    QVERIFY(first);
+    first->setFocus();
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&other, patience));
+    QVERIFY(!host.isActiveWindow());
+
+    hasFirst = false;
+    host.renderNow();
+
+    QVERIFY(host.focusWidget());
+    QCOMPARE(host.focusWidget(), buttonWith(host, "second"));
 }
 
 void HostTest::theFocusRingShowsOnlyToThoseWhoUseTheKeyboard()
