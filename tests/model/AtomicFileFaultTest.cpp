@@ -122,6 +122,7 @@ private slots:
     void cleanup();
 
     void theCallsOfAReplacementAreTheOnesExpected();
+    void permissionsThatAreRightAreNotSet();
     void aFaultLeavesTheOldFileOrTheNewOne_data();
     void aFaultLeavesTheOldFileOrTheNewOne();
     void aFaultWhileMakingAFileLeavesNoneOrAllOfIt_data();
@@ -184,6 +185,18 @@ void AtomicFileFaultTest::theCallsOfAReplacementAreTheOnesExpected()
     QCOMPARE(calls,
         (std::vector<std::string> { "readlink", "stat", "remove", "open", "fstat", "fchmod", "write", "fsync",
             "close", "rename", "open", "fsync", "close" }));
+}
+
+// Not every file system lets them be set.
+void AtomicFileFaultTest::permissionsThatAreRightAreNotSet()
+{
+    put(file, oldContent);
+    fs::permissions(file, fs::perms(0600));
+
+    const auto calls = callsOf([this] { QVERIFY(replaceFile(file, newContent)); });
+
+    QCOMPARE(std::ranges::count(calls, "fchmod"), 0);
+    QCOMPARE(fs::status(file).permissions(), fs::perms(0600));
 }
 
 void AtomicFileFaultTest::aFaultLeavesTheOldFileOrTheNewOne_data()
