@@ -12,6 +12,13 @@
 
 namespace {
 
+/// A pixel's place, on a screen that may have several pixels to a point.
+ScreenPoint pointOf(ScreenPixel pixel)
+{
+    const double ratio = QGuiApplication::primaryScreen()->devicePixelRatio();
+    return { qRound(pixel.x / ratio), qRound(pixel.y / ratio) };
+}
+
 ScreenPoint topRight()
 {
     const QPoint corner = QGuiApplication::primaryScreen()->availableGeometry().topRight();
@@ -25,6 +32,8 @@ class X11PanelHostTest final : public QObject {
 
 private slots:
     void aKnownPlaceIsTheOneThatCounts();
+    void everyPixelOfTheScreenIsAPlace();
+    void theWorkAreaIsThatOfTheScreen();
     void aPlaceOutsideEveryScreenIsNotBelieved_data();
     void aPlaceOutsideEveryScreenIsNotBelieved();
     void whatHappenedNowhereHappenedWhereTheLastDid();
@@ -40,8 +49,27 @@ void X11PanelHostTest::aKnownPlaceIsTheOneThatCounts()
 {
     X11PanelHost host(input);
 
-    QCOMPARE(host.pointAt(ScreenPixel { 400, 12 }), (ScreenPoint { 400, 12 }));
-    QCOMPARE(host.pointAt(ScreenPixel { 300, 9 }), (ScreenPoint { 300, 9 }));
+    QCOMPARE(host.pointAt(ScreenPixel { 400, 12 }), pointOf({ 400, 12 }));
+    QCOMPARE(host.pointAt(ScreenPixel { 300, 8 }), pointOf({ 300, 8 }));
+}
+
+void X11PanelHostTest::everyPixelOfTheScreenIsAPlace()
+{
+    const auto* screen = QGuiApplication::primaryScreen();
+    const QSize pixels = screen->size() * screen->devicePixelRatio();
+    X11PanelHost host(input);
+
+    for (const auto pixel : { ScreenPixel {}, ScreenPixel { pixels.width() - 2, pixels.height() - 2 } })
+        QCOMPARE(host.pointAt(pixel), pointOf(pixel));
+}
+
+void X11PanelHostTest::theWorkAreaIsThatOfTheScreen()
+{
+    const X11PanelHost host(input);
+
+    const auto area = host.workArea({ 10, 10 });
+
+    QCOMPARE(QRect(area.x, area.y, area.width, area.height), QGuiApplication::primaryScreen()->geometry());
 }
 
 void X11PanelHostTest::aPlaceOutsideEveryScreenIsNotBelieved_data()
@@ -50,7 +78,7 @@ void X11PanelHostTest::aPlaceOutsideEveryScreenIsNotBelieved_data()
     QTest::addColumn<int>("y");
 
     QTest::newRow("far to the right") << 100'000 << 12;
-    QTest::newRow("just below") << 400 << QGuiApplication::primaryScreen()->geometry().height();
+    QTest::newRow("just below") << 400 << QGuiApplication::primaryScreen()->geometry().height() * 2;
     QTest::newRow("the extremes") << -2'147'483'647 - 1 << 2'147'483'647;
 }
 
@@ -62,7 +90,7 @@ void X11PanelHostTest::aPlaceOutsideEveryScreenIsNotBelieved()
 
     QCOMPARE(host.pointAt(ScreenPixel { x, y }), topRight());
     host.pointAt(ScreenPixel { 400, 12 });
-    QCOMPARE(host.pointAt(ScreenPixel { x, y }), (ScreenPoint { 400, 12 }));
+    QCOMPARE(host.pointAt(ScreenPixel { x, y }), pointOf({ 400, 12 }));
 }
 
 void X11PanelHostTest::whatHappenedNowhereHappenedWhereTheLastDid()
@@ -71,7 +99,7 @@ void X11PanelHostTest::whatHappenedNowhereHappenedWhereTheLastDid()
 
     host.pointAt(ScreenPixel { 400, 12 });
 
-    QCOMPARE(host.pointAt({}), (ScreenPoint { 400, 12 }));
+    QCOMPARE(host.pointAt({}), pointOf({ 400, 12 }));
 }
 
 void X11PanelHostTest::beforeAnyPlaceIsKnownItIsTheTopRight()
