@@ -311,6 +311,7 @@ void InstanceTest::awaitOtherOwner(qint64 process, const QDBusConnection& bus) c
 void InstanceTest::aNewInstanceContinuesWhatTheOldOneCounted()
 {
     const auto bus = QDBusConnection::connectToBus(desktop->busAddress(), "relaunch");
+    QVERIFY(bus.isConnected());
     for (int round = 0; round < 10; ++round) {
         const Report report(*desktop);
         const auto process = desktop->launch(relaunchingProgram);

@@ -94,12 +94,12 @@ bool RunningKnucklet::awaitItem()
         return !service.isEmpty();
     };
     // Nothing else hears that it has started when the item is there at once.
-    return process->waitForStarted(patience) && QTest::qWaitFor(isRegistered, patience);
+    return bus.isConnected() && process->waitForStarted(patience) && QTest::qWaitFor(isRegistered, patience);
 }
 
 bool RunningKnucklet::awaitCounting()
 {
-    if (!process->waitForStarted(patience))
+    if (!bus.isConnected() || !process->waitForStarted(patience))
         return false;
     // The item is the last thing that the program makes, whether or not a tray is there to show it.
     const auto name = QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(processId());
