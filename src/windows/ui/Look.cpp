@@ -64,18 +64,30 @@ struct Colors {
     QColor toolTip;
 };
 
-constexpr QColor gray(int level, int alpha = 255) { return { level, level, level, alpha }; }
+constexpr QColor gray(int level) { return { level, level, level }; }
+
+/// So much of the ink, from 0 to 255, on the paper. Not a color with alpha: the style drops that where it
+/// draws the toolkit's own dialogs and menus, so that a faint white would be white.
+QColor blended(const QColor& ink, int alpha, const QColor& paper)
+{
+    const auto mixed = [alpha](int top, int bottom) { return (top * alpha + bottom * (255 - alpha)) / 255; };
+    return { mixed(ink.red(), paper.red()), mixed(ink.green(), paper.green()),
+        mixed(ink.blue(), paper.blue()) };
+}
 
 Colors colors(ColorScheme scheme)
 {
     if (scheme == ColorScheme::Dark) {
+        const QColor window { 40, 40, 43 };
+        // A border stands on buttons as well as on boxes.
+        const auto face = blended(Qt::white, 32, window);
         return {
-            .window = { 40, 40, 43 },
+            .window = window,
             .text = gray(245),
-            .button = gray(255, 38),
-            .pressedButton = gray(255, 70),
-            .border = gray(255, 64),
-            .base = gray(255, 26),
+            .button = blended(Qt::white, 38, window),
+            .pressedButton = blended(Qt::white, 70, window),
+            .border = blended(Qt::white, 64, face),
+            .base = blended(Qt::white, 26, window),
             .toolTip = { 58, 58, 61 },
         };
     }
@@ -84,7 +96,7 @@ Colors colors(ColorScheme scheme)
         .text = { 28, 28, 30 },
         .button = gray(255),
         .pressedButton = gray(225),
-        .border = gray(0, 64),
+        .border = blended(Qt::black, 64, Qt::white),
         .base = gray(255),
         .toolTip = gray(255),
     };
@@ -95,6 +107,23 @@ QColor desktopAccent()
 {
     static const auto accent = QApplication::palette().color(QPalette::Highlight);
     return accent;
+}
+
+/// The colors that only the toolkit's own dialogs and menus have. Unset, they would be those of a light
+/// desktop.
+void completeForToolkit(QPalette& palette)
+{
+    const auto window = palette.color(QPalette::Window);
+    const auto text = palette.color(QPalette::WindowText);
+    palette.setColor(QPalette::AlternateBase, blended(text, 10, palette.color(QPalette::Base)));
+    palette.setColor(QPalette::Light, window.lighter(150));
+    palette.setColor(QPalette::Dark, window.darker(150));
+    palette.setColor(QPalette::Shadow, window.darker(300));
+    palette.setColor(QPalette::Link, palette.color(QPalette::Highlight));
+    const auto faint = blended(text, 115, window);
+    palette.setColor(QPalette::PlaceholderText, faint);
+    for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText })
+        palette.setColor(QPalette::Disabled, role, faint);
 }
 
 QPalette palette(ColorScheme scheme)
@@ -115,6 +144,7 @@ QPalette palette(ColorScheme scheme)
     palette.setColor(QPalette::ToolTipText, text);
     palette.setColor(QPalette::Highlight, accent);
     palette.setColor(QPalette::HighlightedText, accent.lightnessF() > 0.7 ? Qt::black : Qt::white);
+    completeForToolkit(palette);
     return palette;
 }
 
