@@ -52,7 +52,6 @@ std::string text(const Format& format, CivilDay day)
 }
 
 struct DateTexts::Icu {
-    icu::Locale locale;
     Format weekdayAndDate;
     Format weekdayAndFullDate;
     Format date;
@@ -63,7 +62,6 @@ DateTexts::DateTexts(const std::string& locale)
 {
     const icu::Locale icuLocale(locale.c_str());
     icu = std::make_unique<Icu>(Icu {
-        .locale = icuLocale,
         .weekdayAndDate = forParts(u"EEEEdMMM", icuLocale),
         .weekdayAndFullDate = forParts(u"EEEEdMMMM", icuLocale),
         .date = forParts(u"dMMM", icuLocale),
@@ -83,5 +81,3 @@ std::string DateTexts::weekdayAndFullDate(CivilDay day) const { return text(icu-
 std::string DateTexts::date(CivilDay day) const { return text(icu->date, day); }
 
 std::string DateTexts::weekdayLetter(CivilDay day) const { return text(icu->weekdayLetter, day); }
-
-bool DateTexts::isRightToLeft() const { return icu->locale.isRightToLeft(); }

@@ -23,8 +23,6 @@ public:
     std::string date(CivilDay day) const;
     /// The shortest name of the weekday, such as "S", as it stands alone.
     std::string weekdayLetter(CivilDay day) const;
-    /// Whether the locale's language is read from right to left.
-    bool isRightToLeft() const;
 
 private:
     struct Icu;

@@ -11,7 +11,6 @@
 #include "windows/ui/Language.h"
 #include "windows/ui/Look.h"
 
-#include <QApplication>
 #include <QLocale>
 
 ProgramWindows::ProgramWindows(Platform& platform, WindowPlatform& windowPlatform, AppState& state)
@@ -69,7 +68,6 @@ void ProgramWindows::prepareViews()
     applyAppearance();
     appearanceObservation = windowPlatform.appearance().observe([this] { applyAppearance(); });
     dates = std::make_unique<DateTexts>(DateTexts::forUser());
-    QApplication::setLayoutDirection(dates->isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
 }
 
 void ProgramWindows::applyAppearance()

@@ -15,6 +15,7 @@
 
 #include <QBuffer>
 #include <QByteArray>
+#include <QGuiApplication>
 #include <QPainter>
 #include <QPixmap>
 #include <QWidget>
@@ -183,7 +184,8 @@ View ShareCardPreview::shareButton() const
 
 ShareCardView ShareCardPreview::card() const
 {
-    return { DayCardData(state, clock), showing->dates, showing->numbers, showing->background };
+    return { DayCardData(state, clock), showing->dates, showing->numbers, showing->background,
+        QGuiApplication::layoutDirection() };
 }
 
 // What is shared is what was seen when the window opened; the preview shows the same numbers from then on.

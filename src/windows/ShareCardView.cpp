@@ -219,9 +219,12 @@ PosterPiece ShareCardView::posterChart() const
     constexpr double columnWidth = barWidth + columnSpacing;
     constexpr double letterGap = 5;
 
+    const bool isMirrored = direction == Qt::RightToLeft;
     const auto paint = [=, &week = data.week, &dates = dates](QPainter& painter, double top) {
-        const auto columns = static_cast<double>(week.size());
-        double left = (size.width() - columns * columnWidth + columnSpacing) / 2;
+        const double width = static_cast<double>(week.size()) * columnWidth - columnSpacing;
+        const double begin = (size.width() - width) / 2;
+        const double step = isMirrored ? -columnWidth : columnWidth;
+        double left = isMirrored ? begin + width - barWidth : begin;
         const double bottom = top + barAreaHeight;
         const auto peak = chartScale(week);
         for (const auto& day : week) {
@@ -233,7 +236,7 @@ PosterPiece ShareCardView::posterChart() const
             painter.setPen(white(0.45));
             painter.drawText(
                 below, Qt::AlignHCenter, QString::fromStdString(dates.weekdayLetter(day.civilDay)));
-            left += columnWidth;
+            left += step;
         }
     };
     return { 0, barAreaHeight + letterGap + letterHeight, paint };

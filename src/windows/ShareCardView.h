@@ -26,6 +26,8 @@ struct ShareCardView {
     const NumberTexts& numbers;
     /// Stands behind everything; null for none.
     QImage picture;
+    /// In which the week runs.
+    Qt::LayoutDirection direction = Qt::LeftToRight;
 
     /// Draws the poster with its corner at the origin, a unit of the painter being a point.
     void paint(QPainter& painter) const;

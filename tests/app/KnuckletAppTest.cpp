@@ -9,6 +9,7 @@
 #include <QAbstractButton>
 #include <QAbstractSlider>
 #include <QApplication>
+#include <QLabel>
 #include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
@@ -64,6 +65,12 @@ QWidget* openPanel()
     return nullptr;
 }
 
+bool shows(const QWidget& window, const QString& text)
+{
+    const auto labels = window.findChildren<QLabel*>();
+    return std::ranges::any_of(labels, [&](const auto* label) { return label->text().contains(text); });
+}
+
 /// The button or check box that says so, or is read so, in whatever window is open; null when there is none.
 QAbstractButton* button(const QString& text)
 {
@@ -116,7 +123,6 @@ private slots:
     void theWindowIsThePanelAgainWhenThereIsAMenuBar();
     void thePanelStandsOnABarAtTheBottomWhateverItsHeight();
     void aPanelThatWasMovedIsPlacedAnewAsAWindow();
-    void wherePeopleReadFromTheRightTheWindowsAreMirrored();
     void onALowScreenThePanelScrolls();
     void eachOpeningBeginsAtTheTop();
     void whatIsAroundAFocusedControlIsSeenAsWell();
@@ -124,6 +130,8 @@ private slots:
     void aWindowOpensBesideItsPlaceWithinTheWorkArea();
     void ofAWindowThatIsTooLargeTheBeginningIsSeen_data();
     void ofAWindowThatIsTooLargeTheBeginningIsSeen();
+    void englishReadsFromLeftToRightWhateverTheDates_data();
+    void englishReadsFromLeftToRightWhateverTheDates();
 };
 
 void KnuckletAppTest::initTestCase()
@@ -411,24 +419,6 @@ void KnuckletAppTest::aPanelThatWasMovedIsPlacedAnewAsAWindow()
     QVERIFY(!openPanel()->testAttribute(Qt::WA_Moved));
 }
 
-void KnuckletAppTest::wherePeopleReadFromTheRightTheWindowsAreMirrored()
-{
-    const auto leftToRightAgain = qScopeGuard([] {
-        qputenv("LC_ALL", "C.UTF-8");
-        QApplication::setLayoutDirection(Qt::LeftToRight);
-    });
-    qputenv("LC_ALL", "ar_EG.UTF-8");
-    FakeApp fake;
-    const KnuckletApp app(fake.platform, fake.windows());
-
-    fake.platform.clickMenuBarItem({ 400, 0 });
-
-    const auto* assistant = button("Setup Assistant…");
-    const auto* quit = button("Quit Knucklet");
-    QVERIFY(assistant && quit);
-    QCOMPARE_LT(quit->mapToGlobal(QPoint()).x(), assistant->mapToGlobal(QPoint()).x());
-}
-
 void KnuckletAppTest::onALowScreenThePanelScrolls()
 {
     FakeApp fake;
@@ -563,6 +553,48 @@ void KnuckletAppTest::ofAWindowThatIsTooLargeTheBeginningIsSeen()
     QFETCH(const QPoint, corner);
 
     QCOMPARE(placeBeside(place, size, QRect(0, 0, 1280, 800), QRect(20, 28, 1240, 744)), corner);
+}
+
+void KnuckletAppTest::englishReadsFromLeftToRightWhateverTheDates_data()
+{
+    QTest::addColumn<QByteArray>("variable");
+
+    QTest::newRow("dates in Hebrew") << QByteArray("LC_TIME");
+    // There is no such translation.
+    QTest::newRow("everything in Hebrew") << QByteArray("LC_ALL");
+}
+
+void KnuckletAppTest::englishReadsFromLeftToRightWhateverTheDates()
+{
+    QFETCH(const QByteArray, variable);
+    const auto atTheEnd = qScopeGuard([] {
+        qunsetenv("LC_TIME");
+        qputenv("LC_ALL", "C.UTF-8");
+        QApplication::setLayoutDirection(Qt::LeftToRight);
+    });
+    qunsetenv("LC_ALL");
+    qputenv(variable.constData(), "he_IL.UTF-8");
+    FakeApp fake(R"({"2026-11-15":{"keys":12,"clicks":3}})");
+    const KnuckletApp app(fake.platform, fake.windows());
+
+    fake.platform.clickMenuBarItem({ 400, 10 });
+
+    QVERIFY(openPanel());
+    QVERIFY(shows(*openPanel(), "יום ראשון"));
+    const auto* quit = button("Quit Knucklet");
+    const auto* setup = button("Setup Assistant…");
+    QVERIFY(quit->mapTo(openPanel(), QPoint()).x() > setup->mapTo(openPanel(), QPoint()).x());
+    // Today is the rightmost.
+    int rightmost = 0;
+    QString today;
+    for (const auto* widget : openPanel()->findChildren<QWidget*>()) {
+        const int left = widget->mapTo(openPanel(), QPoint()).x();
+        if (widget->toolTip().contains(" · ") && left > rightmost) {
+            rightmost = left;
+            today = widget->toolTip();
+        }
+    }
+    QCOMPARE(today, "12 keys · 3 clicks");
 }
 
 static const TestArea area("KnuckletApp", runTest<KnuckletAppTest, QApplication>);

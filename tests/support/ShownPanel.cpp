@@ -27,7 +27,6 @@ Host& ShownPanel::open()
         const auto apply = [&settings] { applyLook(settings.colorScheme(), settings.motion()); };
         apply();
         appearance = settings.observe(apply);
-        QApplication::setLayoutDirection(dates.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
 
         host = std::make_unique<Host>([this, &platform] {
             ++renders;

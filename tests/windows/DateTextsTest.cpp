@@ -51,7 +51,6 @@ private slots:
     void noZoneMovesADay_data();
     void noZoneMovesADay();
     void weekdaysStandAlone();
-    void someLocalesAreReadFromRightToLeft();
     void theUsersLocaleIsUsed();
 };
 
@@ -123,13 +122,6 @@ void DateTextsTest::weekdaysStandAlone()
     QCOMPARE(english.weekdayLetter(sunday), "S");
     // Within a sentence it would be "n".
     QCOMPARE(polish.weekdayLetter(sunday), "N");
-}
-
-void DateTextsTest::someLocalesAreReadFromRightToLeft()
-{
-    QVERIFY(DateTexts("ar_EG").isRightToLeft());
-    QVERIFY(DateTexts("he_IL").isRightToLeft());
-    QVERIFY(!DateTexts("de_DE").isRightToLeft());
 }
 
 void DateTextsTest::theUsersLocaleIsUsed()

@@ -150,6 +150,7 @@ private slots:
     void withoutAPictureTheCardIsStillWhole();
 
     void theChartHasAColumnForEachDay();
+    void theWeekRunsAsTheLanguageReads();
     void aBarIsAsHighAsItsShareOfThePeak();
     void aWeekWithoutActivityHasStubsOnly();
     void aDayWhoseTotalIsZeroIsAStub();
@@ -584,6 +585,26 @@ void ShareCardViewTest::theChartHasAColumnForEachDay()
         QCOMPARE(stubs[i].box.left(), 129 + 42.0 * static_cast<double>(i));
     }
     QCOMPARE(stubs.front().box.left(), 540 - stubs.back().box.right());
+}
+
+void ShareCardViewTest::theWeekRunsAsTheLanguageReads()
+{
+    FakeCard card(ordinaryWeek());
+    auto view = card.view();
+    const auto before = drawn(view);
+
+    view.direction = Qt::RightToLeft;
+    const auto drawing = drawn(view);
+
+    const auto first = bars(*before);
+    const auto mirrored = bars(*drawing);
+    QCOMPARE(mirrored.size(), first.size());
+    for (std::size_t i = 0; i < first.size(); ++i) {
+        QVERIFY(isNear(mirrored[i].box.right(), 540 - first[i].box.left()));
+        QVERIFY(isNear(mirrored[i].box.top(), first[i].box.top()));
+        QVERIFY(isNear(mirrored[i].box.height(), first[i].box.height()));
+    }
+    QCOMPARE(find(*drawing, "CLICKS CLICKED")->begin, find(*before, "CLICKS CLICKED")->begin);
 }
 
 void ShareCardViewTest::aBarIsAsHighAsItsShareOfThePeak()

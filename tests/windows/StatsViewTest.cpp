@@ -295,7 +295,7 @@ private slots:
     void aNumberTooWideForItsTileStaysOnOneLine();
     void datesAndLettersFollowTheLocale_data();
     void datesAndLettersFollowTheLocale();
-    void aRightToLeftLocaleMirrorsEverything();
+    void aRightToLeftLanguageMirrorsEverything();
 
     void segmentsHaveTheHeightOfTheirShare_data();
     void segmentsHaveTheHeightOfTheirShare();
@@ -718,7 +718,7 @@ void StatsViewTest::datesAndLettersFollowTheLocale()
     QCOMPARE(host.width(), 300);
 }
 
-void StatsViewTest::aRightToLeftLocaleMirrorsEverything()
+void StatsViewTest::aRightToLeftLanguageMirrorsEverything()
 {
     ShownPanel ordinary;
     ordinary.program.writeStatsFile(week);
@@ -730,6 +730,7 @@ void StatsViewTest::aRightToLeftLocaleMirrorsEverything()
     const auto keys = place(host, spokenAs(host, "Keys: 4567"));
     ShownPanel mirrored("ar_EG");
     mirrored.program.writeStatsFile(week);
+    QApplication::setLayoutDirection(Qt::RightToLeft);
 
     const auto& mirroredHost = mirrored.open();
 

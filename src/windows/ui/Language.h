@@ -3,6 +3,6 @@
 #include <QLocale>
 #include <QString>
 
-/// Has the application speak the locale's language, if there is a translation into it. Once, before the first
-/// view.
+/// Has the application speak the locale's language, if there is a translation into it, and be laid out as
+/// that language reads; without one it speaks English. Once, before the first view.
 void loadTranslation(const QLocale& locale, const QString& folder = ":/translations");
