@@ -165,9 +165,9 @@ View ShareCardPreview::buttons() const
     return row(
         {
             button(tr("Copy"), [preview = *this] { preview.copy(); },
-                { .size = ButtonSize::Regular, .symbol = "doc.on.doc" }),
+                { .size = ButtonSize::Large, .symbol = "doc.on.doc" }),
             button(tr("Save PNG"), [preview = *this] { preview.savePNG(); },
-                { .size = ButtonSize::Regular, .symbol = "square.and.arrow.down" }),
+                { .size = ButtonSize::Large, .symbol = "square.and.arrow.down" }),
             shareButton(),
         },
         { .spacing = 10 });
@@ -179,7 +179,7 @@ View ShareCardPreview::shareButton() const
     if (rendered.isNull())
         return {};
     return button(tr("Share"), [preview = *this] { preview.share(); },
-        { .size = ButtonSize::Regular, .symbol = "square.and.arrow.up" });
+        { .size = ButtonSize::Large, .symbol = "square.and.arrow.up" });
 }
 
 ShareCardView ShareCardPreview::card() const

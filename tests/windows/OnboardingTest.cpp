@@ -15,6 +15,7 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
+#include <QFontMetrics>
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
@@ -177,6 +178,7 @@ private slots:
     void theDotsStandInTheMiddleOnEveryPage_data();
     void theDotsStandInTheMiddleOnEveryPage();
     void theDotOfTheShownPageStandsOut();
+    void theButtonsAreOfTheDefaultSize();
 
     // What the pages say, and how they are laid out.
     void theWelcomePageGreets();
@@ -552,6 +554,23 @@ void OnboardingTest::theDotOfTheShownPageStandsOut()
             // The text's color, or a fifth of it.
             QCOMPARE(color.lightness() < 40, dot == page);
             QCOMPARE(color.lightness() > 190 && color.lightness() < 215, dot != page);
+        }
+    }
+}
+
+void OnboardingTest::theButtonsAreOfTheDefaultSize()
+{
+    ShownAssistant assistant;
+    Host large([] { return button("Large", [] {}, { .size = ButtonSize::Large }); });
+    large.show();
+
+    for (int page = 0; page < pageCount; ++page) {
+        const auto& window = assistant.show(page);
+
+        for (const auto* button : window.findChildren<QPushButton*>()) {
+            QCOMPARE(button->font().pixelSize(), 13);
+            QCOMPARE(button->height(), QFontMetrics(button->font()).height() + 8);
+            QCOMPARE_LE(button->height(), large.height() - 4);
         }
     }
 }

@@ -146,7 +146,7 @@ void ShareCardTest::theButtonsAreLargeAndHaveTheirIcons()
         const auto* button = card.button(text);
         QVERIFY2(button, text);
         QCOMPARE(button->font().pixelSize(), 13);
-        QVERIFY(button->height() >= 28);
+        QCOMPARE(button->height(), QFontMetrics(button->font()).height() + 12);
         const int textWidth = QFontMetrics(button->font()).horizontalAdvance(text);
         // The icon, its distance, and the padding.
         QVERIFY(button->width() > textWidth + 16 + 6 + 20);

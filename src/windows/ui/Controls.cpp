@@ -199,8 +199,14 @@ public:
     QSize sizeHint() const override
     {
         const int height = fontMetrics().height();
-        if (look.size == ButtonSize::Small)
+        switch (look.size) {
+        case ButtonSize::Small:
             return { contentWidth() + 20, height + 6 };
+        case ButtonSize::Regular:
+            return { std::max(contentWidth() + 24, 70), height + 8 };
+        case ButtonSize::Large:
+            break;
+        }
         return { std::max(contentWidth() + 32, 80), height + 12 };
     }
 
@@ -211,7 +217,9 @@ protected:
     {
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
-        const double cornerRadius = look.size == ButtonSize::Small ? 5 : 7;
+        const double cornerRadius = look.size == ButtonSize::Small ? 5
+            : look.size == ButtonSize::Regular                     ? 6
+                                                                   : 7;
         const auto color
             = palette().color(look.isProminent ? QPalette::HighlightedText : QPalette::ButtonText);
         if (look.isProminent) {

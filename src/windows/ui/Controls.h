@@ -30,7 +30,7 @@ View symbol(const QString& name);
 /// A symbol and the text that it belongs to.
 View iconLabel(const QString& symbolName, const QString& text);
 
-enum class ButtonSize { Small, Regular };
+enum class ButtonSize { Small, Regular, Large };
 
 struct ButtonLook {
     ButtonSize size = ButtonSize::Small;
