@@ -23,8 +23,14 @@ constexpr int title3 = 15;
 constexpr int bodyText = 13;
 constexpr int callout = 12;
 
-// A picture that is wider than high stands out of its place, up to twice as wide.
-constexpr QMargins iconOverflow(60, 0, 60, 0);
+constexpr int windowWidth = 540;
+constexpr QMargins pagePadding(40, 28, 40, 0);
+
+// An icon that is not square stands out of its place, as far as the page reaches.
+constexpr int iconSize = 120;
+constexpr int besideIcon = (windowWidth - iconSize) / 2;
+constexpr QMargins iconOverflow(
+    besideIcon, pagePadding.top(), besideIcon, OnboardingView::fullHeight - pagePadding.top() - iconSize);
 
 constexpr int dotSize = 7;
 constexpr int dotSpacing = 6;
@@ -210,8 +216,8 @@ View DonePage::body() const
         {
             AssetImage { "AppIcon-preview", "keyboard.badge.eye", folders }
                 .body()
-                .width(120)
-                .height(120)
+                .width(iconSize)
+                .height(iconSize)
                 .bleed(iconOverflow),
             pageTitle(tr("You're counting!")),
             paragraph(tr("Knucklet lives in your menu bar — click the keyboard icon anytime for today's "
@@ -243,12 +249,12 @@ View OnboardingView::body() const
 {
     return column(
         {
-            column({ currentPage() }).padding({ 40, 28, 40, 0 }).fillWidth(),
+            currentPage().padding(pagePadding).fillWidth(),
             footer(),
         },
         { .spacing = 0, .alignment = Qt::AlignHCenter })
-        .width(540)
-        .height(560);
+        .width(windowWidth)
+        .height(fullHeight);
 }
 
 View OnboardingView::currentPage() const
@@ -333,6 +339,7 @@ void OnboardingWindowController::show(AppState& state, int startPage)
             platform.desktop() }
             .body();
     });
+});
 }
 
 void OnboardingWindowController::close()

@@ -92,6 +92,7 @@ struct OnboardingView {
     ListenAccess& listenAccess;
     Desktop& desktop;
 
+    static constexpr int fullHeight = 560;
     static constexpr int pageCount = 4;
 
     View body() const;

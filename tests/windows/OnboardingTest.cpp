@@ -200,6 +200,10 @@ private slots:
     void aBrokenPictureIsLikeAMissingOne();
     void aPictureOfAnotherShapeCoversItsPlace();
     void aWideIconStandsOutOfItsPlace();
+    void aPortraitIconStandsOutOfItsPlace();
+    void aVeryWideIconReachesTheWindowsEdges();
+    void anIconThatStandsOutLiesBelowEverythingElse_data();
+    void anIconThatStandsOutLiesBelowEverythingElse();
     void aPictureOfAnyProportionsIsDrawn_data();
     void aPictureOfAnyProportionsIsDrawn();
     void theHeroHasRoundedCorners();
@@ -926,6 +930,67 @@ void OnboardingTest::aWideIconStandsOutOfItsPlace()
     QVERIFY(pixel(window, { 147, 88 }) != QColor(Qt::blue));
     QVERIFY(pixel(window, { 392, 88 }) != QColor(Qt::blue));
     QCOMPARE(placeOf(window, "You're counting!").top(), 28 + 120 + 22);
+}
+
+void OnboardingTest::aPortraitIconStandsOutOfItsPlace()
+{
+    const QTemporaryDir folder;
+    savePicture(folder, "AppIcon-preview", { 200, 400 }, Qt::blue);
+    ShownAssistant assistant;
+    assistant.platform.addPictures(folder.path().toStdString());
+
+    auto& window = assistant.show(3);
+
+    // 240 high around the middle of its place, up to the edge of the window, and still 120 wide.
+    QCOMPARE(pixel(window, { 215, 2 }), QColor(Qt::blue));
+    QCOMPARE(pixel(window, { 215, 206 }), QColor(Qt::blue));
+    QVERIFY(pixel(window, { 215, 210 }) != QColor(Qt::blue));
+    QVERIFY(pixel(window, { 207, 88 }) != QColor(Qt::blue));
+    QVERIFY(pixel(window, { 332, 88 }) != QColor(Qt::blue));
+    QCOMPARE(placeOf(window, "You're counting!").top(), 28 + 120 + 22);
+}
+
+void OnboardingTest::aVeryWideIconReachesTheWindowsEdges()
+{
+    const QTemporaryDir folder;
+    savePicture(folder, "AppIcon-preview", { 1000, 100 }, Qt::blue);
+    ShownAssistant assistant;
+    assistant.platform.addPictures(folder.path().toStdString());
+
+    auto& window = assistant.show(3);
+
+    QCOMPARE(pixel(window, { 3, 88 }), QColor(Qt::blue));
+    QCOMPARE(pixel(window, { 536, 88 }), QColor(Qt::blue));
+    QVERIFY(pixel(window, { 270, 24 }) != QColor(Qt::blue));
+    QVERIFY(pixel(window, { 270, 152 }) != QColor(Qt::blue));
+}
+
+void OnboardingTest::anIconThatStandsOutLiesBelowEverythingElse_data()
+{
+    QTest::addColumn<int>("startPage");
+
+    QTest::newRow("shown first") << 3;
+    // Whose texts are older than the picture.
+    QTest::newRow("after another page") << 2;
+}
+
+void OnboardingTest::anIconThatStandsOutLiesBelowEverythingElse()
+{
+    QFETCH(const int, startPage);
+    const QTemporaryDir folder;
+    savePicture(folder, "AppIcon-preview", { 100, 800 }, Qt::blue);
+    ShownAssistant assistant;
+    assistant.platform.addPictures(folder.path().toStdString());
+
+    auto& window = assistant.show(startPage);
+    if (startPage == 2)
+        press(window, "Continue");
+
+    QCOMPARE(shownPage(window), 3);
+    const auto* box = buttonWith(window, "Launch Knucklet at login");
+    QCOMPARE(window.childAt(place(window, box).center()), box);
+    const auto* title = labelWith(window, "You're counting!");
+    QCOMPARE(window.childAt(place(window, title).center()), title);
 }
 
 void OnboardingTest::aPictureOfAnyProportionsIsDrawn_data()

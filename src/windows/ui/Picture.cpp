@@ -33,35 +33,51 @@ void Picture::setClip(std::optional<double> cornerRadius)
 
 void Picture::paintEvent(QPaintEvent*)
 {
-    const auto pixels = size() * devicePixelRatioF();
+    const auto place = drawnPlace();
+    const auto pixels = place.size() * devicePixelRatioF();
     if (drawn.size() != pixels || drawn.devicePixelRatio() != devicePixelRatioF())
         drawn = draw();
-    QPainter(this).drawPixmap(0, 0, drawn);
+    QPainter(this).drawPixmap(place.topLeft(), drawn);
+}
+
+QRect Picture::drawnPlace() const
+{
+    return image.isNull() ? contentsRect() : wholeImage().toAlignedRect() & rect();
+}
+
+/// The image as it covers its place, also where it stands out of that.
+QRectF Picture::wholeImage() const
+{
+    const QRectF box = contentsRect();
+    QRectF whole({}, QSizeF(image.size()).scaled(box.size(), Qt::KeepAspectRatioByExpanding));
+    whole.moveCenter(box.center());
+    return whole;
 }
 
 QPixmap Picture::draw() const
 {
-    QPixmap pixmap(size() * devicePixelRatioF());
+    const auto drawnAt = drawnPlace();
+    QPixmap pixmap(drawnAt.size() * devicePixelRatioF());
     pixmap.setDevicePixelRatio(devicePixelRatioF());
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(-drawnAt.topLeft());
     const QRectF box = contentsRect();
 
     if (image.isNull()) {
         drawFallback(painter, box);
     } else {
-        drawImage(painter, box);
+        drawImage(painter);
     }
     if (clipRadius)
         clearOutside(painter, continuousRect(box, *clipRadius));
     return pixmap;
 }
 
-void Picture::drawImage(QPainter& painter, const QRectF& box) const
+void Picture::drawImage(QPainter& painter) const
 {
-    QRectF whole({}, QSizeF(image.size()).scaled(box.size(), Qt::KeepAspectRatioByExpanding));
-    whole.moveCenter(box.center());
+    const auto whole = wholeImage();
     // Only the part that can be seen: a picture that is very much longer than wide would become huge.
     const auto place = whole & QRectF(rect());
     const double scale = image.width() / whole.width();

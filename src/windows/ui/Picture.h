@@ -31,8 +31,11 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    /// Where the picture is drawn: its place and what stands out of that, as far as the widget reaches.
+    QRect drawnPlace() const;
+    QRectF wholeImage() const;
     QPixmap draw() const;
-    void drawImage(QPainter& painter, const QRectF& box) const;
+    void drawImage(QPainter& painter) const;
     void drawFallback(QPainter& painter, const QRectF& box) const;
 
     QString name;

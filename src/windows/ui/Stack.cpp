@@ -122,6 +122,9 @@ void Stack::place(int index, QWidget* widget)
             widget->setParent(this);
         }
         box->insertItem(index, item = new Place(widget));
+        // Those that come later in the list are drawn later, whichever of them is older.
+        if (const auto* next = box->itemAt(index + 1))
+            widget->stackUnder(next->widget());
         if (widget->isHidden())
             widget->show();
     }
