@@ -3,6 +3,7 @@
 #include "platform/Desktop.h"
 #include "platform/Folders.h"
 #include "platform/ListenAccess.h"
+#include "platform/PanelHost.h"
 #include "platform/Platform.h"
 #include "platform/WindowPlatform.h"
 #include "windows/ui/Controls.h"
@@ -249,12 +250,12 @@ View OnboardingView::body() const
 {
     return column(
         {
-            currentPage().padding(pagePadding).fillWidth(),
+            scroller(currentPage().padding(pagePadding), page),
             footer(),
         },
         { .spacing = 0, .alignment = Qt::AlignHCenter })
         .width(windowWidth)
-        .height(fullHeight);
+        .height(height);
 }
 
 View OnboardingView::currentPage() const
@@ -334,12 +335,13 @@ void OnboardingWindowController::show(AppState& state, int startPage)
     }
     const auto page = std::make_shared<Published<int>>([this] { window->invalidate(); });
     page->initialize(std::min(std::max(startPage, 0), 3));
-    window->present([this, &state, page] {
-        return OnboardingView { state, *page, platform.folders(), platform.listenAccess(),
-            platform.desktop() }
+    const auto place = window->center();
+    const int room = windowPlatform.panelHost().workArea({ place.x(), place.y() }).height;
+    window->present([this, &state, page, height = std::min(OnboardingView::fullHeight, room)] {
+        return OnboardingView { state, *page, platform.folders(), platform.listenAccess(), platform.desktop(),
+            height }
             .body();
     });
-});
 }
 
 void OnboardingWindowController::close()

@@ -91,6 +91,8 @@ struct OnboardingView {
     const Folders& folders;
     ListenAccess& listenAccess;
     Desktop& desktop;
+    /// Less where the screen has no room for all of it: the page gives way, and the footer stays.
+    int height = fullHeight;
 
     static constexpr int fullHeight = 560;
     static constexpr int pageCount = 4;

@@ -12,6 +12,7 @@
 
 #include <QAbstractButton>
 #include <QAbstractEventDispatcher>
+#include <QAbstractSlider>
 #include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
@@ -21,6 +22,7 @@
 #include <QPushButton>
 #include <QSet>
 #include <QTest>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <chrono>
@@ -179,6 +181,13 @@ private slots:
     void theDotsStandInTheMiddleOnEveryPage();
     void theDotOfTheShownPageStandsOut();
     void theButtonsAreOfTheDefaultSize();
+
+    // On a low screen.
+    void whereItIsTooLowTheFlexibleSpaceGivesWayFirst_data();
+    void whereItIsTooLowTheFlexibleSpaceGivesWayFirst();
+    void whereThePageDoesNotFitItScrollsAndTheFooterStays_data();
+    void whereThePageDoesNotFitItScrollsAndTheFooterStays();
+    void theKeyboardScrollsThePageToItsControls();
 
     // What the pages say, and how they are laid out.
     void theWelcomePageGreets();
@@ -577,6 +586,105 @@ void OnboardingTest::theButtonsAreOfTheDefaultSize()
             QCOMPARE_LE(button->height(), large.height() - 4);
         }
     }
+}
+
+void OnboardingTest::whereItIsTooLowTheFlexibleSpaceGivesWayFirst_data()
+{
+    QTest::addColumn<int>("page");
+
+    for (int page = 0; page < pageCount; ++page)
+        QTest::addRow("page %d", page) << page;
+}
+
+void OnboardingTest::whereItIsTooLowTheFlexibleSpaceGivesWayFirst()
+{
+    QFETCH(const int, page);
+    ShownAssistant assistant;
+    const auto& whole = assistant.show(page);
+    std::vector<QRect> places;
+    for (const auto* label : whole.findChildren<QLabel*>())
+        places.push_back(place(whole, label));
+    ShownAssistant low;
+    // What 1920 by 1080 pixels leave with two pixels to a point, below a bar.
+    low.platform.setWorkArea({ .x = 0, .y = 28, .width = 960, .height = 512 });
+    assistant.state.reset();
+
+    const auto& window = low.show(page);
+
+    QCOMPARE(window.size(), QSize(540, 512));
+    const auto labels = window.findChildren<QLabel*>();
+    QCOMPARE(labels.size(), static_cast<qsizetype>(places.size()));
+    for (qsizetype i = 0; i < labels.size(); ++i)
+        QCOMPARE(place(window, labels[i]), places[static_cast<std::size_t>(i)]);
+    for (const auto* button : window.findChildren<QPushButton*>())
+        QVERIFY2(window.rect().contains(place(window, button)), qPrintable(button->text()));
+    QCOMPARE(place(window, window.findChildren<QPushButton*>().last()).bottom(), 512 - 20 - 1);
+    QVERIFY(!window.findChild<QAbstractSlider*>()->isVisible());
+}
+
+void OnboardingTest::whereThePageDoesNotFitItScrollsAndTheFooterStays_data()
+{
+    QTest::addColumn<int>("page");
+    QTest::addColumn<QString>("last");
+
+    QTest::newRow("welcome") << 0
+                             << "Every key you press, every click you make — counted.\n"
+                                "See how much your fingers work each day.";
+    QTest::newRow("privacy")
+        << 1 << "Holding a key down counts once, not hundreds of times — auto-repeat is ignored.";
+    QTest::newRow("permission") << 2 << settingsButton;
+    QTest::newRow("done") << 3 << "Launch Knucklet at login";
+}
+
+void OnboardingTest::whereThePageDoesNotFitItScrollsAndTheFooterStays()
+{
+    QFETCH(const int, page);
+    QFETCH(const QString, last);
+    ShownAssistant assistant;
+    assistant.platform.setWorkArea({ .x = 0, .y = 0, .width = 640, .height = 270 });
+
+    auto& window = assistant.show(page);
+
+    QCOMPARE(window.size(), QSize(540, 270));
+    const auto* primary = window.findChildren<QPushButton*>().last();
+    const QWidget* widget = labelWith(window, last);
+    if (!widget)
+        widget = buttonWith(window, last);
+    QVERIFY(widget);
+    const auto isSeen = [&] { return widget->visibleRegion().boundingRect() == widget->rect(); };
+    const auto footer = place(window, primary);
+    QCOMPARE(footer.bottom(), 270 - 20 - 1);
+    QVERIFY(!isSeen());
+    auto* scrollBar = window.findChild<QAbstractSlider*>();
+    QVERIFY(scrollBar->isVisible());
+
+    const QPoint middle(270, 100);
+    QWheelEvent down(middle, window.mapToGlobal(middle), {}, QPoint(0, -120 * 10), {}, {}, {}, false);
+    QCoreApplication::sendEvent(scrollBar->parentWidget(), &down);
+
+    QVERIFY(isSeen());
+    QCOMPARE_LE(place(window, widget).bottom(), footer.top() - 20);
+    QCOMPARE(place(window, primary), footer);
+    // Another page begins at its top.
+    press(window, primary->text());
+    if (page < pageCount - 1)
+        QCOMPARE(window.findChild<QAbstractSlider*>()->value(), 0);
+}
+
+void OnboardingTest::theKeyboardScrollsThePageToItsControls()
+{
+    ShownAssistant assistant;
+    assistant.platform.setWorkArea({ .x = 0, .y = 0, .width = 640, .height = 270 });
+    auto& window = assistant.show(3);
+    QVERIFY(QTest::qWaitForWindowActive(&window, patience));
+    const auto* login = buttonWith(window, "Launch Knucklet at login");
+    const auto isSeen = [&] { return login->visibleRegion().boundingRect() == login->rect(); };
+    QVERIFY(!isSeen());
+
+    while (window.focusWidget() != login)
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+
+    QVERIFY(isSeen());
 }
 
 void OnboardingTest::theWelcomePageGreets()

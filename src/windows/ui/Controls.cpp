@@ -1,5 +1,6 @@
 #include "windows/ui/Controls.h"
 
+#include "windows/ui/Scroller.h"
 #include "windows/ui/Shapes.h"
 #include "windows/ui/Stack.h"
 #include "windows/ui/Symbols.h"
@@ -414,6 +415,11 @@ StackView column(Views children, StackLook look)
             stack.setLayoutLook({ QBoxLayout::TopToBottom, look.spacing, alignment });
         },
         std::move(children));
+}
+
+View scroller(View content, int page)
+{
+    return View::ofScroller([page](Scroller& scroller) { scroller.setPage(page); }, std::move(content));
 }
 
 View label(const QString& text, Qt::Alignment alignment)

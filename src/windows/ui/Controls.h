@@ -19,6 +19,10 @@ StackView row(Views children, StackLook look = {});
 /// One below the other, aligned where reading begins unless told otherwise.
 StackView column(Views children, StackLook look = {});
 
+/// Shows the content in the room that is left over, scrolled where that is too low for it. Another `page`
+/// begins at its top.
+View scroller(View content, int page);
+
 /// One line, truncated at its end where there is not enough room.
 View label(const QString& text, Qt::Alignment alignment = Qt::AlignLeft);
 /// As many lines as the text needs at the width there is. Centered lines are about equally long.

@@ -13,4 +13,8 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    /// What of the ring is not scrolled out of sight.
+    QRect visible;
 };

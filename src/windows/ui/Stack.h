@@ -1,5 +1,7 @@
 #pragma once
 
+#include "windows/ui/Container.h"
+
 #include <QBoxLayout>
 #include <QColor>
 #include <QPixmap>
@@ -12,7 +14,9 @@
 class Transition;
 
 /// A row or a column of widgets, perhaps on a colored background.
-class Stack final : public QWidget {
+class Stack final
+    : public QWidget
+    , public Container {
 public:
     struct Layout {
         QBoxLayout::Direction direction = QBoxLayout::TopToBottom;
@@ -30,11 +34,9 @@ public:
     /// What the stack shows after its state has changed fades in before the user's eyes. Without a state,
     /// changes are seen at once. Called before the content changes.
     void setState(std::optional<int> newState);
-    /// One widget for each place, or none; the stack takes them over. A widget that is left out here is no
-    /// longer the stack's.
-    void setWidgets(std::vector<QWidget*> widgets);
+    void setWidgets(std::vector<QWidget*> widgets) override;
 
-    const std::vector<QWidget*>& widgets() const { return places; }
+    const std::vector<QWidget*>& widgets() const override { return places; }
     QColor background() const { return backgroundColor; }
     double cornerRadius() const { return radius; }
     /// A picture of what is in the stack, without its background.

@@ -96,8 +96,8 @@ void UtilityWindow::present(std::function<View()> body)
     content->show();
     layout()->activate();
     closeButton->raise();
-    if (!std::exchange(isPlaced, true))
-        center();
+    if (!isPlaced)
+        placeFirst();
     bringToFront();
 }
 
@@ -178,14 +178,17 @@ void UtilityWindow::bringToFront()
     activation.activate(NativeWindow { winId() });
 }
 
-void UtilityWindow::center()
+QPoint UtilityWindow::center() const { return isPlaced ? geometry().center() : QCursor::pos(); }
+
+void UtilityWindow::placeFirst()
 {
-    const auto* screen = QGuiApplication::screenAt(QCursor::pos());
+    const auto* screen = QGuiApplication::screenAt(center());
     if (!screen)
         screen = QGuiApplication::primaryScreen();
     auto frame = rect();
     frame.moveCenter(screen->availableGeometry().center());
     move(frame.topLeft());
+    isPlaced = true;
 }
 
 void UtilityWindow::placeCloseButton()

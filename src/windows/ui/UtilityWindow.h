@@ -23,6 +23,8 @@ public:
     /// Shows what `body` describes in place of all that the window showed before, in front of everything else
     /// and with the keyboard. The window is centered the first time, and never moved again.
     void present(std::function<View()> body);
+    /// The middle of the window, or a point of the screen on which it will open.
+    QPoint center() const;
     /// Has the content described again soon.
     void invalidate();
 
@@ -37,7 +39,7 @@ protected:
 private:
     void discardContent();
     void bringToFront();
-    void center();
+    void placeFirst();
     void placeCloseButton();
     /// The default button, or where there is none the one that has the focus.
     void pressButton();

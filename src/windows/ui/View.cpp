@@ -4,6 +4,7 @@
 #include "windows/ui/FocusRing.h"
 #include "windows/ui/Look.h"
 #include "windows/ui/Picture.h"
+#include "windows/ui/Scroller.h"
 #include "windows/ui/Stack.h"
 
 #include <QEvent>
@@ -59,6 +60,13 @@ void setOwnSize(QWidget& widget, int width, int height)
 Views::Views(std::vector<View> list)
     : list(std::move(list))
 {
+}
+
+View View::ofScroller(std::function<void(Scroller&)> configure, View content)
+{
+    auto view = View::of<Scroller>(std::move(configure));
+    view.children.push_back(std::move(content));
+    return view;
 }
 
 View View::font(int size, QFont::Weight weight) &&
@@ -227,16 +235,16 @@ QWidget* Host::reconcile(QWidget* old, const View& view)
     }
     apply(view, *widget);
     view.configure(*widget);
-    if (auto* stack = dynamic_cast<Stack*>(widget))
-        reconcileChildren(*stack, view.children);
+    if (auto* container = dynamic_cast<Container*>(widget))
+        reconcileChildren(*container, view.children);
     return widget;
 }
 
 // A child keeps its place in the list even while it is absent, so that one coming or going leaves its
 // siblings' widgets, and a press that is under way on one of them, alone.
-void Host::reconcileChildren(Stack& stack, const std::vector<View>& children)
+void Host::reconcileChildren(Container& container, const std::vector<View>& children)
 {
-    auto widgets = stack.widgets();
+    auto widgets = container.widgets();
     for (std::size_t i = children.size(); i < widgets.size(); ++i) {
         if (widgets[i])
             discard(widgets[i]);
@@ -248,7 +256,7 @@ void Host::reconcileChildren(Stack& stack, const std::vector<View>& children)
         if (old && old != widgets[i])
             discard(old);
     }
-    stack.setWidgets(std::move(widgets));
+    container.setWidgets(std::move(widgets));
 }
 
 // Everything is set each time, so that nothing is left of what stood in this place before.
@@ -313,8 +321,8 @@ void Host::chainTabOrder()
                 setTabOrder(previous, widget);
             previous = widget;
         }
-        if (const auto* stack = dynamic_cast<Stack*>(widget)) {
-            for (auto* child : stack->widgets()) {
+        if (const auto* container = dynamic_cast<Container*>(widget)) {
+            for (auto* child : container->widgets()) {
                 if (child)
                     chain(child);
             }

@@ -14,8 +14,10 @@
 #include <utility>
 #include <vector>
 
+class Container;
 class FocusRing;
 class Picture;
+class Scroller;
 class Stack;
 class View;
 
@@ -41,6 +43,8 @@ public:
     /// cheap when nothing has changed.
     template <typename Widget>
     static View of(std::function<void(Widget&)> configure);
+    /// A scroller; what it shows is its only child.
+    static View ofScroller(std::function<void(Scroller&)> configure, View content);
 
     // The font and the color hold for everything inside, too.
     View font(int size, QFont::Weight weight = QFont::Normal) &&;
@@ -133,7 +137,7 @@ protected:
 
 private:
     QWidget* reconcile(QWidget* old, const View& view);
-    void reconcileChildren(Stack& stack, const std::vector<View>& children);
+    void reconcileChildren(Container& container, const std::vector<View>& children);
     void apply(const View& view, QWidget& widget) const;
     static void discard(QWidget* widget);
     static void passFocusOn(const QWidget& leaving);
