@@ -6,6 +6,9 @@
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QTest>
 
 #include <csignal>
@@ -37,6 +40,7 @@ private slots:
     void cleanup();
 
     void theFirstStartOpensTheAssistantInTheMiddle();
+    void theDesktopFindsTheEntryAndTheIconOfTheWindow();
     void theProgramComesToTheFrontFromTheBackground();
     void returnFourTimesFinishesForGood();
     void enterDoesWhatReturnDoes();
@@ -142,6 +146,21 @@ void OnboardingDesktopTest::theFirstStartOpensTheAssistantInTheMiddle()
     QCOMPARE(place.left() + place.width() / 2, 640);
     QVERIFY2(std::abs(place.top() + place.height() / 2 - (800 + 28) / 2) <= 2, QTest::toString(place));
     QTRY_COMPARE(windows->active(), window);
+}
+
+void OnboardingDesktopTest::theDesktopFindsTheEntryAndTheIconOfTheWindow()
+{
+    QFile entry(QFileInfo(program).dir().filePath("share/applications/org.knucklet.Knucklet.desktop"));
+    QVERIFY(entry.open(QFile::ReadOnly));
+    const auto lines = QString::fromUtf8(entry.readAll()).split('\n');
+    const RunningKnucklet knucklet(*desktop, program);
+
+    const auto window = awaitAssistant();
+
+    QCOMPARE(windows->classNames(window).size(), 2);
+    QCOMPARE(lines.filter("StartupWMClass="),
+        QStringList { "StartupWMClass=" + windows->classNames(window).last() });
+    QTRY_COMPARE(windows->iconSizes(window), (QList { 16, 24, 32, 48, 64, 128 }));
 }
 
 void OnboardingDesktopTest::theProgramComesToTheFrontFromTheBackground()

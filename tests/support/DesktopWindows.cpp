@@ -85,6 +85,30 @@ QStringList DesktopWindows::states(xcb_window_t window) const
     return names;
 }
 
+QStringList DesktopWindows::classNames(xcb_window_t window) const
+{
+    const auto cookie
+        = xcb_get_property(connection.get(), 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256);
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection.get(), cookie, nullptr));
+    if (!reply)
+        return {};
+    const auto* text = static_cast<const char*>(xcb_get_property_value(reply.get()));
+    // Each ends with a zero.
+    return QString::fromLatin1(text, xcb_get_property_value_length(reply.get()))
+        .split(QChar::Null, Qt::SkipEmptyParts);
+}
+
+QList<int> DesktopWindows::iconSizes(xcb_window_t window) const
+{
+    QList<int> sizes;
+    const auto icons = property(window, "_NET_WM_ICON");
+    // Each is its width, its height and its pixels.
+    for (std::size_t i = 0; i + 1 < icons.size(); i += 2 + std::size_t { icons[i] } * icons[i + 1])
+        sizes << static_cast<int>(icons[i]);
+    std::ranges::sort(sizes);
+    return sizes;
+}
+
 xcb_window_t DesktopWindows::manager() const
 {
     const auto window = property(root, "_NET_SUPPORTING_WM_CHECK");
@@ -178,7 +202,9 @@ xcb_atom_t DesktopWindows::atom(const char* name) const
 
 std::vector<std::uint32_t> DesktopWindows::property(xcb_window_t window, const char* name) const
 {
-    const auto cookie = xcb_get_property(connection.get(), 0, window, atom(name), XCB_ATOM_ANY, 0, 1024);
+    // Enough for all icons of a window.
+    constexpr std::uint32_t most = 65536;
+    const auto cookie = xcb_get_property(connection.get(), 0, window, atom(name), XCB_ATOM_ANY, 0, most);
     const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection.get(), cookie, nullptr));
     if (!reply || reply->format != 32)
         return {};

@@ -3,6 +3,7 @@
 #include "platform/linux/Xcb.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QRect>
 #include <QString>
 #include <QStringList>
@@ -28,6 +29,11 @@ public:
     QRect place(xcb_window_t window) const;
     /// The names in the window's _NET_WM_STATE.
     QStringList states(xcb_window_t window) const;
+    /// What the window says of its program, in WM_CLASS: by its name and by its kind. The latter is what
+    /// desktops look for in desktop entries.
+    QStringList classNames(xcb_window_t window) const;
+    /// The widths of the icons that the window brings along.
+    QList<int> iconSizes(xcb_window_t window) const;
     /// The window by which the manager says that it is there; each manager has another one.
     xcb_window_t manager() const;
     /// Of all windows at a place of the screen, the one that is seen there.

@@ -1,13 +1,17 @@
 #include "platform/linux/windows/Toolkit.h"
 
 #include "platform/linux/process/OwnProcess.h"
+#include "support/InstalledFiles.h"
 
+#include <QFile>
+#include <QIcon>
 #include <QSettings>
 #include <QWindow>
 
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <string>
 #include <utility>
 
 namespace {
@@ -58,6 +62,20 @@ private:
     bool wereShown = false;
 };
 
+/// What task bars and window lists show. They look for the desktop entry, which names it as well, but not
+/// everywhere, and find none where the program is not installed.
+QIcon programIcon()
+{
+    QIcon icon;
+    for (const int size : { 16, 24, 32, 48, 64, 128 }) {
+        const auto name = "icons/hicolor/" + std::to_string(size) + "x" + std::to_string(size)
+            + "/apps/org.knucklet.Knucklet.png";
+        if (const auto file = sharedFile(name))
+            icon.addFile(QFile::decodeName(file->c_str()));
+    }
+    return icon;
+}
+
 /// Who names the toolkit's platform knows what there is.
 QByteArray chosenPlatform() { return qgetenv("QT_QPA_PLATFORM"); }
 
@@ -107,6 +125,7 @@ Toolkit::Toolkit(OwnProcess& process, std::function<void(bool)> windowsShown)
     // What the toolkit keeps of its own accord, such as the folders that its dialogs have shown, it is to
     // keep nowhere: nothing can be made below this.
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, "/dev/null");
+    QApplication::setWindowIcon(programIcon());
     // A program of the menu bar outlives its windows.
     QApplication::setQuitOnLastWindowClosed(false);
     application->installEventFilter(shownWindows.get());
