@@ -72,5 +72,6 @@ void ProgramWindows::prepareViews()
 
 void ProgramWindows::applyAppearance()
 {
-    applyLook(windowPlatform.appearance().colorScheme(), windowPlatform.appearance().motion());
+    const auto& wanted = windowPlatform.appearance();
+    applyLook(wanted.colorScheme(), wanted.motion(), wanted.accent());
 }

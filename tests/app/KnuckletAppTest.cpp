@@ -5,6 +5,7 @@
 #include "support/TestArea.h"
 #include "windows/PanelWindow.h"
 #include "windows/ProgramWindows.h"
+#include "windows/ui/Look.h"
 
 #include <QAbstractButton>
 #include <QAbstractSlider>
@@ -130,6 +131,7 @@ private slots:
     void aWindowOpensBesideItsPlaceWithinTheWorkArea();
     void ofAWindowThatIsTooLargeTheBeginningIsSeen_data();
     void ofAWindowThatIsTooLargeTheBeginningIsSeen();
+    void theUsersAccentIsFollowedWhileAWindowIsOpen();
     void englishReadsFromLeftToRightWhateverTheDates_data();
     void englishReadsFromLeftToRightWhateverTheDates();
 };
@@ -553,6 +555,27 @@ void KnuckletAppTest::ofAWindowThatIsTooLargeTheBeginningIsSeen()
     QFETCH(const QPoint, corner);
 
     QCOMPARE(placeBeside(place, size, QRect(0, 0, 1280, 800), QRect(20, 28, 1240, 744)), corner);
+}
+
+void KnuckletAppTest::theUsersAccentIsFollowedWhileAWindowIsOpen()
+{
+    const auto atTheEnd = qScopeGuard([] { applyLook(ColorScheme::Light, Motion::Full); });
+    FakeApp fake({}, true);
+    fake.platform.setAppearance(
+        ColorScheme::Light, Motion::Full, AccentColor { .red = 0.7, .green = 0, .blue = 0 });
+    const KnuckletApp app(fake.platform, fake.windows());
+    fake.platform.clickMenuBarItem({ 400, 10 });
+    const auto colorOfTick = [] {
+        auto* box = button("Show counts in menu bar");
+        const auto picture = box->grab().toImage();
+        return picture.pixelColor(QPoint(11, box->height() / 2 + 4) * picture.devicePixelRatio()).name();
+    };
+    QCOMPARE(colorOfTick(), "#b30000");
+
+    fake.platform.setAppearance(
+        ColorScheme::Light, Motion::Full, AccentColor { .red = 0, .green = 0.4, .blue = 0 });
+
+    QTRY_COMPARE(colorOfTick(), "#006600");
 }
 
 void KnuckletAppTest::englishReadsFromLeftToRightWhateverTheDates_data()

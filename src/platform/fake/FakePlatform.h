@@ -49,7 +49,10 @@ public:
     void startAgain() { process.startAgain(); }
     /// The user quits, or the system asks the program to end.
     void quit() { process.terminate(); }
-    void setAppearance(ColorScheme scheme, Motion motion) { windows.setAppearance(scheme, motion); }
+    void setAppearance(ColorScheme scheme, Motion motion, std::optional<AccentColor> accent = {})
+    {
+        windows.setAppearance(scheme, motion, accent);
+    }
     /// Bars leave this much of the screen.
     void setWorkArea(ScreenArea area) { bar.freeArea = area; }
     void storeSetting(const std::string& key, bool value) { files.storeSetting(key, value); }

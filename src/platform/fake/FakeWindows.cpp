@@ -2,10 +2,12 @@
 
 #include <utility>
 
-void FakeWindows::setAppearance(ColorScheme newScheme, Motion newMotion)
+void FakeWindows::setAppearance(
+    ColorScheme newScheme, Motion newMotion, std::optional<AccentColor> newAccent)
 {
     scheme = newScheme;
     motionWanted = newMotion;
+    accentWanted = newAccent;
     observers.notify();
 }
 

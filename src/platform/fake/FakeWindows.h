@@ -4,6 +4,7 @@
 #include "platform/WindowActivation.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,12 +18,13 @@ public:
     {
     }
 
-    void setAppearance(ColorScheme newScheme, Motion newMotion);
+    void setAppearance(ColorScheme newScheme, Motion newMotion, std::optional<AccentColor> newAccent);
 
     const std::vector<NativeWindow>& activatedWindows() const { return activated; }
 
     ColorScheme colorScheme() const override { return scheme; }
     Motion motion() const override { return motionWanted; }
+    std::optional<AccentColor> accent() const override { return accentWanted; }
     Observers::Subscription observe(std::function<void()> changed) override;
     void activate(NativeWindow window) override;
 
@@ -30,6 +32,7 @@ private:
     std::vector<std::string>& calls;
     ColorScheme scheme = ColorScheme::Light;
     Motion motionWanted = Motion::Full;
+    std::optional<AccentColor> accentWanted;
     Observers observers;
     std::vector<NativeWindow> activated;
 };

@@ -109,6 +109,12 @@ QColor desktopAccent()
     return accent;
 }
 
+QColor colorOf(const AccentColor& accent)
+{
+    return QColor::fromRgbF(
+        static_cast<float>(accent.red), static_cast<float>(accent.green), static_cast<float>(accent.blue));
+}
+
 /// The colors that only the toolkit's own dialogs and menus have. Unset, they would be those of a light
 /// desktop.
 void completeForToolkit(QPalette& palette)
@@ -126,9 +132,8 @@ void completeForToolkit(QPalette& palette)
         palette.setColor(QPalette::Disabled, role, faint);
 }
 
-QPalette palette(ColorScheme scheme)
+QPalette palette(ColorScheme scheme, const QColor& accent)
 {
-    const auto accent = desktopAccent();
     const auto [window, text, button, pressedButton, border, base, toolTip] = colors(scheme);
 
     QPalette palette;
@@ -161,9 +166,10 @@ void loadFonts()
     QApplication::setFont(font(13));
 }
 
-void applyLook(ColorScheme scheme, Motion motion)
+void applyLook(ColorScheme scheme, Motion motion, std::optional<AccentColor> accent)
 {
-    const auto colors = palette(scheme);
+    const auto ofDesktop = desktopAccent();
+    const auto colors = palette(scheme, accent ? colorOf(*accent) : ofDesktop);
     const auto* style = dynamic_cast<const Style*>(QApplication::style());
     if (!style || style->motion != motion)
         QApplication::setStyle(new Style(motion));

@@ -4,19 +4,50 @@
 #include "support/PrivateBus.h"
 #include "support/TestArea.h"
 
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusVariant>
 #include <QTest>
 
+#include <cmath>
 #include <memory>
 
 using SettingGroups = QMap<QString, QVariantMap>;
 
 using namespace std::chrono_literals;
 
+/// "(ddd)": a color as the portal has it.
+struct PortalColor {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+};
+Q_DECLARE_METATYPE(PortalColor)
+
+QDBusArgument& operator<<(QDBusArgument& argument, const PortalColor& color)
+{
+    argument.beginStructure();
+    argument << color.red << color.green << color.blue;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, PortalColor& color)
+{
+    argument.beginStructure();
+    argument >> color.red >> color.green >> color.blue;
+    argument.endStructure();
+    return argument;
+}
+
 namespace {
+
+QVariant portalColor(double red, double green, double blue)
+{
+    return QVariant::fromValue(PortalColor { red, green, blue });
+}
 
 const QString sharedGroup = QStringLiteral("org.freedesktop.appearance");
 const QString gnomeGroup = QStringLiteral("org.gnome.desktop.interface");
@@ -85,6 +116,11 @@ private slots:
     void whereNobodyAnswersNobodyWaitsForLong();
     void thePortalSaysTheLook_data();
     void thePortalSaysTheLook();
+    void thePortalSaysTheAccent_data();
+    void thePortalSaysTheAccent();
+    void anAccentThatIsNoColorIsNone_data();
+    void anAccentThatIsNoColorIsNone();
+    void aChangeOfTheAccentIsFollowedAndTold();
     void aChangeIsFollowedAndTold();
     void whatChangesNothingIsNotTold();
     void aPortalThatComesLaterIsAskedThen();
@@ -94,7 +130,11 @@ private:
     std::unique_ptr<QDBusConnection> bus;
 };
 
-void PortalAppearanceTest::initTestCase() { qDBusRegisterMetaType<SettingGroups>(); }
+void PortalAppearanceTest::initTestCase()
+{
+    qDBusRegisterMetaType<SettingGroups>();
+    qDBusRegisterMetaType<PortalColor>();
+}
 
 void PortalAppearanceTest::init()
 {
@@ -117,6 +157,7 @@ void PortalAppearanceTest::withoutABusEverythingIsLightAndMoves()
 
     QCOMPARE(appearance.colorScheme(), ColorScheme::Light);
     QCOMPARE(appearance.motion(), Motion::Full);
+    QVERIFY(!appearance.accent());
 }
 
 void PortalAppearanceTest::withoutAPortalEverythingIsLightAndMoves()
@@ -210,6 +251,71 @@ void PortalAppearanceTest::thePortalSaysTheLook()
 
     QTRY_COMPARE(appearance.colorScheme(), scheme);
     QTRY_COMPARE(appearance.motion(), motion);
+}
+
+void PortalAppearanceTest::thePortalSaysTheAccent_data()
+{
+    QTest::addColumn<QVariant>("value");
+
+    const auto purple = portalColor(0.5, 0.25, 1);
+    QTest::newRow("plain") << purple;
+    QTest::newRow("wrapped once more") << QVariant::fromValue(QDBusVariant(purple));
+}
+
+void PortalAppearanceTest::thePortalSaysTheAccent()
+{
+    QFETCH(const QVariant, value);
+    const AppearancePortal portal(privateBus->address(), { { sharedGroup, { { "accent-color", value } } } });
+    PortalAppearance appearance(*bus);
+
+    appearance.awaitAnswer(5min);
+
+    QCOMPARE(appearance.accent(), (AccentColor { .red = 0.5, .green = 0.25, .blue = 1 }));
+}
+
+void PortalAppearanceTest::anAccentThatIsNoColorIsNone_data()
+{
+    QTest::addColumn<QVariant>("value");
+
+    QTest::newRow("none chosen") << portalColor(-1, -1, -1);
+    QTest::newRow("one part out of range") << portalColor(0, 1.5, 0);
+    QTest::newRow("no number") << portalColor(0, 0, std::nan(""));
+    QTest::newRow("a text") << QVariant("blue");
+    QTest::newRow("a number") << QVariant(3U);
+    QTest::newRow("several numbers") << QVariant::fromValue(QStringList { "0", "0", "1" });
+}
+
+void PortalAppearanceTest::anAccentThatIsNoColorIsNone()
+{
+    QFETCH(const QVariant, value);
+    // The scheme that comes with it shows when the answer is there.
+    const AppearancePortal portal(
+        privateBus->address(), { { sharedGroup, { { "accent-color", value }, { "color-scheme", 1U } } } });
+    PortalAppearance appearance(*bus);
+
+    appearance.awaitAnswer(5min);
+
+    QCOMPARE(appearance.colorScheme(), ColorScheme::Dark);
+    QVERIFY(!appearance.accent());
+}
+
+void PortalAppearanceTest::aChangeOfTheAccentIsFollowedAndTold()
+{
+    AppearancePortal portal(
+        privateBus->address(), { { sharedGroup, { { "accent-color", portalColor(1, 0, 0) } } } });
+    PortalAppearance appearance(*bus);
+    QTRY_VERIFY(appearance.accent());
+    int told = 0;
+    const auto observation = appearance.observe([&] { ++told; });
+
+    portal.change(sharedGroup, "accent-color", portalColor(0, 1, 0));
+    QTRY_COMPARE(told, 1);
+    const auto changed = appearance.accent();
+    portal.change(sharedGroup, "accent-color", portalColor(-1, -1, -1));
+    QTRY_COMPARE(told, 2);
+
+    QCOMPARE(changed, (AccentColor { .red = 0, .green = 1, .blue = 0 }));
+    QVERIFY(!appearance.accent());
 }
 
 void PortalAppearanceTest::aChangeIsFollowedAndTold()

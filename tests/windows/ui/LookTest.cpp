@@ -20,6 +20,8 @@ private slots:
     void everyTextStandsOutFromItsGround();
     void whatIsDisabledIsFainter_data() { schemes(); }
     void whatIsDisabledIsFainter();
+    void theUsersAccentMarksWhatIsChosen();
+    void withoutAnAccentOfTheUsersItIsTheDesktops();
 
 private:
     static void schemes();
@@ -82,6 +84,28 @@ void LookTest::whatIsDisabledIsFainter()
     };
     QCOMPARE_LE(found(QPalette::Disabled), found(QPalette::Active) / 2);
     QCOMPARE_GE(found(QPalette::Disabled), 2.0);
+}
+
+void LookTest::theUsersAccentMarksWhatIsChosen()
+{
+    applyLook(ColorScheme::Light, Motion::Full, AccentColor { .red = 1, .green = 0.2, .blue = 0.6 });
+
+    QCOMPARE(QApplication::palette().color(QPalette::Highlight), QColor::fromRgbF(1, 0.2F, 0.6F));
+    QCOMPARE(QApplication::palette().color(QPalette::HighlightedText), QColor(Qt::white));
+}
+
+void LookTest::withoutAnAccentOfTheUsersItIsTheDesktops()
+{
+    applyLook(ColorScheme::Light, Motion::Full);
+    const auto desktops = QApplication::palette().color(QPalette::Highlight);
+
+    applyLook(ColorScheme::Light, Motion::Full, AccentColor { .red = 1, .green = 0.95, .blue = 0.8 });
+    const auto onUsers = QApplication::palette().color(QPalette::HighlightedText);
+    applyLook(ColorScheme::Light, Motion::Full);
+
+    // On so light a color.
+    QCOMPARE(onUsers, QColor(Qt::black));
+    QCOMPARE(QApplication::palette().color(QPalette::Highlight), desktops);
 }
 
 static const TestArea area("Look", runTest<LookTest, QApplication>);

@@ -30,6 +30,23 @@ QVariant unwrapped(QVariant value)
     return value;
 }
 
+/// "(ddd)": red, green and blue. Out of their range they mean that none was chosen.
+std::optional<AccentColor> accentIn(const QVariant& value)
+{
+    if (!value.canConvert<QDBusArgument>())
+        return {};
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != "(ddd)")
+        return {};
+    AccentColor color;
+    argument.beginStructure();
+    argument >> color.red >> color.green >> color.blue;
+    argument.endStructure();
+    const auto isInRange = [](double part) { return part >= 0 && part <= 1; };
+    const bool isColor = isInRange(color.red) && isInRange(color.green) && isInRange(color.blue);
+    return isColor ? std::optional(color) : std::nullopt;
+}
+
 }
 
 PortalAppearance::PortalAppearance(const QDBusConnection& bus)
@@ -109,6 +126,8 @@ void PortalAppearance::apply(
     const QVariant value = unwrapped(wrapped);
     if (group == sharedGroup && key == "color-scheme") {
         wishes.colorScheme = value.toUInt() == 1 ? ColorScheme::Dark : ColorScheme::Light;
+    } else if (group == sharedGroup && key == "accent-color") {
+        wishes.accent = accentIn(value);
     } else if (group == sharedGroup && key == "reduced-motion") {
         wishes.reducesMotion = value.toUInt() == 1;
     } else if (group == gnomeGroup && key == "enable-animations") {

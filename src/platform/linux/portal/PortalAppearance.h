@@ -27,6 +27,7 @@ public:
 
     ColorScheme colorScheme() const override { return current.colorScheme; }
     Motion motion() const override;
+    std::optional<AccentColor> accent() const override { return current.accent; }
     Observers::Subscription observe(std::function<void()> changed) override;
 
 private slots:
@@ -39,6 +40,7 @@ private:
     /// Each desktop has its own word for reduced motion, and some have several.
     struct Wishes {
         ColorScheme colorScheme = ColorScheme::Light;
+        std::optional<AccentColor> accent;
         bool reducesMotion = false;
         bool switchesAnimationsOff = false;
         bool cutsAnimationsToNothing = false;
