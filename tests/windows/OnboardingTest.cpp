@@ -1,5 +1,6 @@
 #include "windows/Onboarding.h"
 
+#include "support/Contrast.h"
 #include "support/Patience.h"
 #include "support/PseudoTranslator.h"
 #include "support/ShownAssistant.h"
@@ -200,6 +201,10 @@ private slots:
     void longerTextsAreNeverCutOff();
     void aScreenReaderHearsEverything_data();
     void aScreenReaderHearsEverything();
+    void textsStandOutFromTheirBackground_data();
+    void textsStandOutFromTheirBackground();
+    void headingsStandOutAsFarAsTheirColorsDo_data();
+    void headingsStandOutAsFarAsTheirColorsDo();
     void anAssistantThatIsOpenAndIdleDoesNothing_data();
     void anAssistantThatIsOpenAndIdleDoesNothing();
 
@@ -911,6 +916,92 @@ void OnboardingTest::aScreenReaderHearsEverything()
     for (const auto* box : window.findChildren<QCheckBox*>())
         QCOMPARE(QAccessible::queryAccessibleInterface(const_cast<QCheckBox*>(box))->role(),
             QAccessible::CheckBox);
+}
+
+void OnboardingTest::textsStandOutFromTheirBackground_data()
+{
+    QTest::addColumn<bool>("isDark");
+    QTest::addColumn<int>("page");
+    QTest::addColumn<bool>("isGranted");
+    QTest::addColumn<bool>("isRefused");
+
+    for (const bool isDark : { false, true }) {
+        const auto* look = isDark ? "dark" : "light";
+        QTest::addRow("welcome, %s", look) << isDark << 0 << false << false;
+        QTest::addRow("privacy, %s", look) << isDark << 1 << false << false;
+        QTest::addRow("waiting, %s", look) << isDark << 2 << false << false;
+        QTest::addRow("relaunch, %s", look) << isDark << 2 << true << true;
+        QTest::addRow("counting, %s", look) << isDark << 2 << true << false;
+        QTest::addRow("done, %s", look) << isDark << 3 << false << false;
+    }
+}
+
+void OnboardingTest::textsStandOutFromTheirBackground()
+{
+    QFETCH(const bool, isDark);
+    QFETCH(const int, page);
+    QFETCH(const bool, isGranted);
+    QFETCH(const bool, isRefused);
+    ShownAssistant assistant;
+    assistant.platform.setAppearance(isDark ? ColorScheme::Dark : ColorScheme::Light, Motion::Full);
+    if (isGranted)
+        assistant.platform.grantAccess();
+    if (isRefused)
+        assistant.platform.refuseTap();
+    auto& window = assistant.show(page);
+
+    const auto image = magnified(window);
+
+    const auto standsOut = [&](const QRect& rect, const QString& text) {
+        const auto found = paintedContrast(image, rect);
+        QVERIFY2(found >= 4.5, qPrintable(QString("%1: %2").arg(text).arg(found)));
+    };
+    for (const auto* label : window.findChildren<QLabel*>()) {
+        // The given colors are as they are.
+        if (label->text() != "Almost there" && label->text() != "Key counting is on")
+            standsOut(place(window, label), label->text());
+    }
+    for (const auto* button : window.findChildren<QPushButton*>())
+        standsOut(place(window, button).adjusted(8, 4, -8, -4), button->text());
+    for (const auto* box : window.findChildren<QCheckBox*>())
+        standsOut(place(window, box).adjusted(16, 0, 0, 0), box->text());
+    standsOut(place(window, buttonWith(window, "Close")).adjusted(5, 7, -5, -7), "Close");
+}
+
+void OnboardingTest::headingsStandOutAsFarAsTheirColorsDo_data()
+{
+    QTest::addColumn<bool>("isDark");
+    QTest::addColumn<bool>("isRefused");
+    QTest::addColumn<QString>("heading");
+    QTest::addColumn<QString>("found");
+
+    // docs/accessibility.md lists these.
+    QTest::newRow("relaunch, light") << false << true << "Almost there"
+                                     << "1.6";
+    QTest::newRow("relaunch, dark") << true << true << "Almost there"
+                                    << "7.0";
+    QTest::newRow("counting, light") << false << false << "Key counting is on"
+                                     << "1.9";
+    QTest::newRow("counting, dark") << true << false << "Key counting is on"
+                                    << "6.4";
+}
+
+void OnboardingTest::headingsStandOutAsFarAsTheirColorsDo()
+{
+    QFETCH(const bool, isDark);
+    QFETCH(const bool, isRefused);
+    QFETCH(const QString, heading);
+    QFETCH(const QString, found);
+    ShownAssistant assistant;
+    assistant.platform.setAppearance(isDark ? ColorScheme::Dark : ColorScheme::Light, Motion::Full);
+    assistant.platform.grantAccess();
+    if (isRefused)
+        assistant.platform.refuseTap();
+    auto& window = assistant.show(2);
+
+    const auto image = magnified(window);
+
+    QCOMPARE(QString::number(paintedContrast(image, placeOf(window, heading)), 'f', 1), found);
 }
 
 void OnboardingTest::anAssistantThatIsOpenAndIdleDoesNothing_data()

@@ -1,10 +1,12 @@
 #include "windows/ShareCard.h"
 
+#include "support/Contrast.h"
 #include "support/Files.h"
 #include "support/Patience.h"
 #include "support/ShownCard.h"
 #include "support/TestArea.h"
 #include "support/Zones.h"
+#include "windows/ui/Look.h"
 #include "windows/ui/UtilityWindow.h"
 
 #include <QApplication>
@@ -45,6 +47,8 @@ private slots:
     void showingAgainShowsTheNumbersOfThatMoment();
     void theContentStandsAtItsDistances();
     void theButtonsAreLargeAndHaveTheirIcons();
+    void textsStandOutFromTheirBackground_data();
+    void textsStandOutFromTheirBackground();
     void shareComesWithTheFirstRenderingAndNotBefore();
     void everyShowingBeginsWithoutShare();
     void thePreviewIsTheCardWithRoundCornersOnAShadow();
@@ -150,6 +154,32 @@ void ShareCardTest::theButtonsAreLargeAndHaveTheirIcons()
         const int textWidth = QFontMetrics(button->font()).horizontalAdvance(text);
         // The icon, its distance, and the padding.
         QVERIFY(button->width() > textWidth + 16 + 6 + 20);
+    }
+}
+
+void ShareCardTest::textsStandOutFromTheirBackground_data()
+{
+    QTest::addColumn<ColorScheme>("scheme");
+
+    QTest::newRow("light") << ColorScheme::Light;
+    QTest::newRow("dark") << ColorScheme::Dark;
+}
+
+void ShareCardTest::textsStandOutFromTheirBackground()
+{
+    QFETCH(const ColorScheme, scheme);
+    const auto atTheEnd = qScopeGuard([] { applyLook(ColorScheme::Light, Motion::Reduced); });
+    ShownCard card;
+    applyLook(scheme, Motion::Reduced);
+    card.show();
+    QTRY_VERIFY(card.button("Share"));
+
+    const auto image = magnified(*card.window());
+
+    for (const auto* text : { "Copy", "Save PNG", "Share" }) {
+        // With its icon.
+        const auto found = paintedContrast(image, card.placeOf(card.button(text)).adjusted(10, 6, -10, -6));
+        QVERIFY2(found >= 4.5, qPrintable(QString("%1: %2").arg(text).arg(found)));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "windows/ShareCardView.h"
 
+#include "support/Contrast.h"
 #include "support/FakeCard.h"
 #include "support/RecordedDrawing.h"
 #include "support/TestArea.h"
@@ -129,6 +130,8 @@ private slots:
     void everyTextHasItsLook_data();
     void everyTextHasItsLook();
     void everyTextIsCentered();
+    void textsStandOutAsFarAsTheirColorsDo_data();
+    void textsStandOutAsFarAsTheirColorsDo();
     void theContentStandsAtItsDistances();
     void withoutABestDayNothingTakesTheBadgesPlace();
     void datesReadAsTheUsersLocaleHasThem_data();
@@ -243,6 +246,46 @@ void ShareCardViewTest::everyTextIsCentered()
         if (text.font.pixelSize() != 10)
             QVERIFY2(isNear(center(text), 270), qPrintable(text.text));
     }
+}
+
+void ShareCardViewTest::textsStandOutAsFarAsTheirColorsDo_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("found");
+
+    // docs/accessibility.md lists these.
+    QTest::newRow("name") << "KNUCKLET"
+                          << "5.8";
+    QTest::newRow("date") << "Sunday, November 15"
+                          << "16.0";
+    QTest::newRow("keys") << "4,567"
+                          << "9.1";
+    QTest::newRow("clicks") << "1,234"
+                            << "6.7";
+    QTest::newRow("label") << "KEYS PRESSED"
+                           << "6.6";
+    QTest::newRow("weekday") << "W"
+                             << "4.3";
+    QTest::newRow("footer") << "my fingers did the work · Knucklet for Mac"
+                            << "3.7";
+}
+
+void ShareCardViewTest::textsStandOutAsFarAsTheirColorsDo()
+{
+    QFETCH(const QString, text);
+    QFETCH(const QString, found);
+    FakeCard card(ordinaryWeek());
+
+    const auto drawing = drawn(card.view());
+
+    // On the poster's base color, which the middle of its picture is darkened to.
+    const auto base = QColor::fromRgbF(0.11F, 0.13F, 0.19F);
+    const auto ink = find(*drawing, text)->color;
+    const auto mixed
+        = [&](float top, float bottom) { return top * ink.alphaF() + bottom * (1 - ink.alphaF()); };
+    const auto seen = QColor::fromRgbF(
+        mixed(ink.redF(), base.redF()), mixed(ink.greenF(), base.greenF()), mixed(ink.blueF(), base.blueF()));
+    QCOMPARE(QString::number(contrast(seen, base), 'f', 1), found);
 }
 
 void ShareCardViewTest::theContentStandsAtItsDistances()

@@ -1,6 +1,7 @@
 #include "windows/StatsView.h"
 
 #include "model/DayFormatter.h"
+#include "support/Contrast.h"
 #include "support/ForkedChild.h"
 #include "support/Patience.h"
 #include "support/ShownPanel.h"
@@ -187,47 +188,6 @@ BarHeights paintedHeights(Host& host, const QRect& box)
         heights.clicks += (keyRed * blue - keyBlue * red) / determinant / ratio;
     }
     return heights;
-}
-
-double luminance(const QColor& color)
-{
-    const auto linear = [](double value) {
-        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
-}
-
-double contrast(const QColor& one, const QColor& other)
-{
-    const auto [low, high] = std::minmax({ luminance(one), luminance(other) });
-    return (high + 0.05) / (low + 0.05);
-}
-
-/// The panel as painted with eight pixels to a point, where every stroke of a letter has its full color.
-QImage magnified(Host& host)
-{
-    constexpr int factor = 8;
-    QImage image(host.size() * factor, QImage::Format_RGB32);
-    image.setDevicePixelRatio(factor);
-    host.render(&image);
-    return image;
-}
-
-/// The contrast between what is painted in a rectangle and what it is painted on, which shows at its corner.
-double paintedContrast(const QImage& image, const QRect& rect)
-{
-    const auto paper = pixelAt(image, rect.left(), rect.top());
-    const int factor = qRound(image.devicePixelRatio());
-    double greatest = 1;
-    QRgb last = paper.rgb();
-    for (int y = rect.top() * factor; y < (rect.bottom() + 1) * factor; ++y) {
-        for (int x = rect.left() * factor; x < (rect.right() + 1) * factor; ++x) {
-            const auto pixel = image.pixel(x, y);
-            if (std::exchange(last, pixel) != pixel)
-                greatest = std::max(greatest, contrast(QColor(pixel), paper));
-        }
-    }
-    return greatest;
 }
 
 /// Where a button has its text, and nothing else.
