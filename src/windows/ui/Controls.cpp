@@ -121,9 +121,11 @@ public:
     /// In the middle of the place.
     void paint(QPainter& painter, const QWidget& widget, const QRect& place, const QColor& color) const
     {
-        const auto box = onPixels(
-            painter, QStyle::alignedRect(widget.layoutDirection(), Qt::AlignCenter, size(widget), place));
-        painter.drawPixmap(box.topLeft(), symbolPixmap(name, box.size(), color, widget.devicePixelRatioF()));
+        const auto inside = size(widget);
+        QRectF box(QPointF(), inside);
+        box.moveCenter(QRectF(place).center());
+        painter.drawPixmap(
+            onPixels(painter, box).topLeft(), symbolPixmap(name, inside, color, widget.devicePixelRatioF()));
     }
 
 private:
@@ -176,7 +178,8 @@ class Button final : public PushButton {
 public:
     Button()
     {
-        setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+        // A row of buttons that is a point wider than they are, to be centered, has one of them take it.
+        setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
         setAttribute(Qt::WA_Hover);
         setAutoDefault(false);
         connect(this, &QPushButton::clicked, this, [this] { action(); });
@@ -327,8 +330,9 @@ public:
 
     QSize sizeHint() const override
     {
-        return { boxSize + iconSpacing + textWidth(*this, text()),
-            std::max(boxSize, fontMetrics().height()) };
+        // Even, so that a card of boxes can stand in the middle without more room around them than it has.
+        const int width = boxSize + iconSpacing + textWidth(*this, text());
+        return { width + width % 2, std::max(boxSize, fontMetrics().height()) };
     }
 
     QSize minimumSizeHint() const override { return { boxSize, sizeHint().height() }; }

@@ -28,13 +28,17 @@ public:
 
     void setGeometry(const QRect& place) override
     {
-        if (margins().isNull()) {
+        const bool isCentered = alignment() & Qt::AlignHCenter;
+        if (margins().isNull() && !isCentered) {
             QWidgetItem::setGeometry(place);
             return;
         }
         auto size = place.size();
         if (alignment() & Qt::AlignHorizontal_Mask)
             size.setWidth(std::min(size.width(), sizeHint().width()));
+        // Widgets stand at whole points: with an odd rest, one side would have a point more than the other.
+        if (isCentered)
+            size.rwidth() += (place.width() - size.width()) % 2;
         if (alignment() & Qt::AlignVertical_Mask)
             size.setHeight(std::min(size.height(), sizeHint().height()));
         const auto inside = QStyle::alignedRect(widget()->layoutDirection(), alignment(), size, place);

@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <array>
 
+Q_DECLARE_METATYPE(View)
+
 namespace {
 
 constexpr std::array scales { 1.0, 1.25, 1.5, 1.75, 2.0 };
@@ -56,6 +58,8 @@ private slots:
 
     void bordersAreSharpAndEqualOnEachSide_data();
     void bordersAreSharpAndEqualOnEachSide();
+    void whatIsCenteredHasAsMuchRoomOnEachSide_data();
+    void whatIsCenteredHasAsMuchRoomOnEachSide();
 };
 
 void ControlsTest::initTestCase() { loadFonts(); }
@@ -73,8 +77,8 @@ void ControlsTest::bordersAreSharpAndEqualOnEachSide_data()
         for (const bool isDark : { false, true }) {
             for (const bool isBox : { false, true }) {
                 for (int offset = 10; offset < 14; ++offset) {
-                    QTest::addRow("%s, %s, at %g, from %d", isBox ? "box" : "button", isDark ? "dark" : "light",
-                        ratio, offset)
+                    QTest::addRow("%s, %s, at %g, from %d", isBox ? "box" : "button",
+                        isDark ? "dark" : "light", ratio, offset)
                         << ratio << isDark << isBox << QMargins(offset, offset + 1, 10, 10);
                 }
             }
@@ -103,17 +107,58 @@ void ControlsTest::bordersAreSharpAndEqualOnEachSide()
     const QPointF corner = control->mapTo(&host, QPoint(0, (control->height() - size.height()) / 2));
     const auto center = corner + QPointF(size.width() / 2.0, size.height() / 2.0);
     const auto left = colorsFromEdge(picture, onImage({ 0, center.y() }, ratio), { 1, 0 });
-    const auto right = colorsFromEdge(picture,
-        { picture.width() - 1, onImage({ 0, center.y() }, ratio).y() }, { -1, 0 });
+    const auto right
+        = colorsFromEdge(picture, { picture.width() - 1, onImage({ 0, center.y() }, ratio).y() }, { -1, 0 });
     const auto top = colorsFromEdge(picture, onImage({ center.x(), 0 }, ratio), { 0, 1 });
-    const auto bottom = colorsFromEdge(picture,
-        { onImage({ center.x(), 0 }, ratio).x(), picture.height() - 1 }, { 0, -1 });
+    const auto bottom
+        = colorsFromEdge(picture, { onImage({ center.x(), 0 }, ratio).x(), picture.height() - 1 }, { 0, -1 });
     QCOMPARE(right, left);
     QCOMPARE(top, left);
     QCOMPARE(bottom, left);
     const int thickness = static_cast<int>(ratio);
     for (int i = 1; i < left.size(); ++i)
         QCOMPARE(left[i] == left[0], i < thickness);
+}
+
+void ControlsTest::whatIsCenteredHasAsMuchRoomOnEachSide_data()
+{
+    QTest::addColumn<View>("view");
+    QTest::addColumn<int>("width");
+
+    for (const int width : { 300, 301 }) {
+        for (const auto* text : { "i", "ii", "iii", "iiii" }) {
+            const auto large = [&] { return button(text, doNothing, { .size = ButtonSize::Regular }); };
+            const auto look = StackLook { .spacing = 10 };
+            QTest::addRow("button %s in %d", text, width) << button(text, doNothing) << width;
+            const View card
+                = column({ toggle(text, true, [](bool) {}) }).padding(9).background(Theme::clickAccent, 5);
+            QTest::addRow("card %s in %d", text, width) << card << width;
+            const View buttons = row({ button(text, doNothing), large() }, look);
+            QTest::addRow("buttons %s in %d", text, width) << buttons << width;
+        }
+    }
+}
+
+void ControlsTest::whatIsCenteredHasAsMuchRoomOnEachSide()
+{
+    QFETCH(const View, view);
+    QFETCH(const int, width);
+    Host host([&] {
+        return column({ view }, { .alignment = Qt::AlignHCenter }).padding({ 0, 9, 0, 9 }).width(width);
+    });
+    host.show();
+
+    const auto picture = pictureOf(host, 1);
+
+    const int middle = picture.height() / 2;
+    const auto ground = picture.pixel(0, middle);
+    int left = 0;
+    while (picture.pixel(left, middle) == ground)
+        ++left;
+    int right = 0;
+    while (picture.pixel(width - 1 - right, middle) == ground)
+        ++right;
+    QCOMPARE(left, right);
 }
 
 static const TestArea area("Controls", runTest<ControlsTest, QApplication>);
