@@ -50,6 +50,12 @@ struct Theme {
         = ThemeColor::Components { .red = 50 / 255.0, .green = 215 / 255.0, .blue = 75 / 255.0 },
     };
 
+    /// Around a box that is not ticked. All that tells where it is, so that it has a contrast of 3:1.
+    static constexpr ThemeColor boxBorder {
+        .components = ThemeColor::Components { .red = 0.5, .green = 0.5, .blue = 0.5 },
+        .darkComponents = ThemeColor::Components { .red = 0.63, .green = 0.63, .blue = 0.63 },
+    };
+
     static constexpr ThemeColor primary {};
     /// Faint enough to stand back, dark enough to keep a contrast of 4.5:1 also on the banners.
     static constexpr ThemeColor secondary { .components = {}, .opacity = 0.65 };

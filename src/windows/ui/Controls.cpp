@@ -1,5 +1,6 @@
 #include "windows/ui/Controls.h"
 
+#include "windows/ui/Look.h"
 #include "windows/ui/Scroller.h"
 #include "windows/ui/Shapes.h"
 #include "windows/ui/Stack.h"
@@ -42,6 +43,37 @@ QColor fillUnderText(QColor color, const QColor& text)
     while (text == Qt::white && 1.05 / (luminance(color) + 0.05) < 4.5)
         color = color.darker(104);
     return color;
+}
+
+QColor mixed(const QColor& one, const QColor& other)
+{
+    return { (one.red() + other.red()) / 2, (one.green() + other.green()) / 2,
+        (one.blue() + other.blue()) / 2, (one.alpha() + other.alpha()) / 2 };
+}
+
+/// What a control has in a row of three that becomes stronger as the user turns to it.
+template <typename Value>
+Value forTouch(
+    const QAbstractButton& control, const Value& atRest, const Value& underPointer, const Value& pressed)
+{
+    return control.isDown() ? pressed : control.underMouse() ? underPointer : atRest;
+}
+
+/// The face of a control that has this one when nobody touches it.
+QColor plainFace(const QAbstractButton& control, QPalette::ColorRole role)
+{
+    const auto atRest = control.palette().color(role);
+    const auto pressed = control.palette().color(QPalette::Midlight);
+    return forTouch(control, atRest, mixed(atRest, pressed), pressed);
+}
+
+/// The face of a control in the desktop's accent, under what is drawn on it in another color. Touched, it
+/// turns away from that color, so that no contrast is lost.
+QColor accentFace(const QAbstractButton& control, const QColor& mark)
+{
+    const auto atRest = fillUnderText(control.palette().color(QPalette::Highlight), mark);
+    const int strength = forTouch(control, 100, 110, 122);
+    return mark.lightnessF() > 0.5 ? atRest.darker(strength) : atRest.lighter(strength);
 }
 
 /// The whole points that a line of text needs. Without them it would be truncated for the part of a point
@@ -227,12 +259,10 @@ protected:
         const auto color
             = palette().color(look.isProminent ? QPalette::HighlightedText : QPalette::ButtonText);
         if (look.isProminent) {
-            const auto fill = fillUnderText(palette().color(QPalette::Highlight), color);
             painter.fillPath(
-                continuousRect(onPixels(painter, rect()), cornerRadius), isDown() ? fill.darker(120) : fill);
+                continuousRect(onPixels(painter, rect()), cornerRadius), accentFace(*this, color));
         } else {
-            drawBox(painter, rect(), cornerRadius,
-                palette().color(isDown() ? QPalette::Midlight : QPalette::Button),
+            drawBox(painter, rect(), cornerRadius, plainFace(*this, QPalette::Button),
                 palette().color(QPalette::Mid));
         }
         paintContent(painter, color);
@@ -358,9 +388,8 @@ private:
     void paintBox(QPainter& painter, const QRectF& box) const
     {
         const auto mark = palette().color(QPalette::HighlightedText);
-        const auto fill = fillUnderText(palette().color(QPalette::Highlight), mark);
         if (isChecked()) {
-            painter.fillPath(continuousRect(box, cornerRadius), isDown() ? fill.darker(120) : fill);
+            painter.fillPath(continuousRect(box, cornerRadius), accentFace(*this, mark));
             QPen pen(mark, 1.8);
             pen.setCapStyle(Qt::RoundCap);
             pen.setJoinStyle(Qt::RoundJoin);
@@ -369,9 +398,8 @@ private:
             painter.drawPolyline(QPolygonF {
                 { corner + QPointF(3.6, 7.4), corner + QPointF(6, 9.9), corner + QPointF(10.4, 4.4) } });
         } else {
-            drawBox(painter, box, cornerRadius,
-                palette().color(isDown() ? QPalette::Midlight : QPalette::Base),
-                palette().color(QPalette::Mid));
+            drawBox(painter, box, cornerRadius, plainFace(*this, QPalette::Base),
+                resolved(Theme::boxBorder, palette().color(QPalette::Text)));
         }
     }
 

@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QEnterEvent>
 #include <QImage>
 #include <QPainter>
 #include <QPushButton>
@@ -13,8 +14,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 Q_DECLARE_METATYPE(View)
+Q_DECLARE_METATYPE(ThemeColor)
 
 namespace {
 
@@ -42,6 +45,36 @@ QList<QColor> colorsFromEdge(const QImage& image, QPoint point, QPoint step)
     return colors;
 }
 
+double luminance(const QColor& color)
+{
+    const auto linear
+        = [](double part) { return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4); };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+double contrast(const QColor& one, const QColor& other)
+{
+    const double bright = std::max(luminance(one), luminance(other));
+    const double dark = std::min(luminance(one), luminance(other));
+    return (bright + 0.05) / (dark + 0.05);
+}
+
+/// How a control is painted in the middle of its left edge, behind its border.
+QColor faceOf(Host& host, const QAbstractButton& control)
+{
+    const auto place = control.mapTo(&host, QPoint(0, control.height() / 2));
+    return pictureOf(host, 1).pixelColor(place + QPoint(2, 0));
+}
+
+/// The pointer comes over the widget.
+void enter(QWidget& widget)
+{
+    const QPointF inside(3, 3);
+    QEnterEvent event(inside, widget.mapTo(widget.window(), inside), widget.mapToGlobal(inside));
+    widget.setAttribute(Qt::WA_UnderMouse);
+    QApplication::sendEvent(&widget, &event);
+}
+
 QPoint onImage(QPointF point, double ratio) { return (point * ratio).toPoint(); }
 
 void doNothing() { }
@@ -60,6 +93,10 @@ private slots:
     void bordersAreSharpAndEqualOnEachSide();
     void whatIsCenteredHasAsMuchRoomOnEachSide_data();
     void whatIsCenteredHasAsMuchRoomOnEachSide();
+    void aControlShowsThatThePointerIsOverItAndThatItIsPressed_data();
+    void aControlShowsThatThePointerIsOverItAndThatItIsPressed();
+    void anUntickedBoxCanBeToldFromItsSurroundings_data();
+    void anUntickedBoxCanBeToldFromItsSurroundings();
 };
 
 void ControlsTest::initTestCase() { loadFonts(); }
@@ -159,6 +196,71 @@ void ControlsTest::whatIsCenteredHasAsMuchRoomOnEachSide()
     while (picture.pixel(width - 1 - right, middle) == ground)
         ++right;
     QCOMPARE(left, right);
+}
+
+void ControlsTest::aControlShowsThatThePointerIsOverItAndThatItIsPressed_data()
+{
+    QTest::addColumn<View>("view");
+    QTest::addColumn<bool>("isDark");
+
+    for (const bool isDark : { false, true }) {
+        const auto* look = isDark ? "dark" : "light";
+        QTest::addRow("button, %s", look) << button("", doNothing) << isDark;
+        QTest::addRow("prominent button, %s", look)
+            << button("", doNothing, { .size = ButtonSize::Regular, .isProminent = true }) << isDark;
+        QTest::addRow("box, %s", look) << toggle("", false, [](bool) {}) << isDark;
+        QTest::addRow("ticked box, %s", look) << toggle("", true, [](bool) {}) << isDark;
+    }
+}
+
+void ControlsTest::aControlShowsThatThePointerIsOverItAndThatItIsPressed()
+{
+    QFETCH(const View, view);
+    QFETCH(const bool, isDark);
+    applyLook(isDark ? ColorScheme::Dark : ColorScheme::Light, Motion::Full);
+    Host host([&] { return column({ view }).padding(10); });
+    host.show();
+    auto* control = host.findChild<QAbstractButton*>();
+
+    const auto atRest = faceOf(host, *control);
+    enter(*control);
+    const auto underPointer = faceOf(host, *control);
+    control->setDown(true);
+    const auto pressed = faceOf(host, *control);
+
+    // Each can be told from the one before, and goes on in its direction.
+    QVERIFY2(contrast(atRest, underPointer) > 1.08, qPrintable(underPointer.name()));
+    QVERIFY2(contrast(underPointer, pressed) > 1.08, qPrintable(pressed.name()));
+    QVERIFY(contrast(atRest, pressed) > contrast(atRest, underPointer));
+}
+
+void ControlsTest::anUntickedBoxCanBeToldFromItsSurroundings_data()
+{
+    QTest::addColumn<bool>("isDark");
+    QTest::addColumn<ThemeColor>("ground");
+
+    for (const bool isDark : { false, true }) {
+        const auto* look = isDark ? "dark" : "light";
+        QTest::addRow("in the panel, %s", look) << isDark << Theme::clickAccent.withOpacity(0);
+        QTest::addRow("in the assistant, %s", look) << isDark << Theme::clickAccent.withOpacity(0.08);
+    }
+}
+
+void ControlsTest::anUntickedBoxCanBeToldFromItsSurroundings()
+{
+    QFETCH(const bool, isDark);
+    QFETCH(const ThemeColor, ground);
+    applyLook(isDark ? ColorScheme::Dark : ColorScheme::Light, Motion::Full);
+    Host host([&] { return column({ toggle("", false, [](bool) {}) }).padding(20).background(ground, 5); });
+    host.show();
+
+    const auto picture = pictureOf(host, 1);
+
+    const auto outside = picture.pixelColor(15, picture.height() / 2);
+    const auto border = picture.pixelColor(20, picture.height() / 2);
+    const auto inside = picture.pixelColor(24, picture.height() / 2);
+    QVERIFY2(contrast(border, outside) >= 3, qPrintable(border.name()));
+    QVERIFY2(contrast(border, inside) >= 3, qPrintable(border.name()));
 }
 
 static const TestArea area("Controls", runTest<ControlsTest, QApplication>);
