@@ -1,5 +1,6 @@
 #include "windows/ui/Symbols.h"
 
+#include <QFile>
 #include <QImage>
 #include <QPainter>
 #include <QPixmapCache>
@@ -9,6 +10,13 @@ namespace {
 
 QString symbolFile(const QString& name) { return ":/symbols/" + name + ".svg"; }
 
+/// A symbol of few pixels may have a drawing for just so many, on the grid that they make.
+QString symbolFile(const QString& name, int pixels)
+{
+    const auto fitted = symbolFile(QString("%1-%2").arg(name).arg(pixels));
+    return QFile::exists(fitted) ? fitted : symbolFile(name);
+}
+
 /// A symbol is drawn in black ink, with white where the ink is knocked out again: QtSvg knows no masks. On
 /// white paper the darkness of a pixel is therefore its coverage.
 QImage coverage(const QString& name, const QSize& pixels)
@@ -17,7 +25,7 @@ QImage coverage(const QString& name, const QSize& pixels)
     paper.fill(Qt::white);
     QPainter painter(&paper);
     painter.setRenderHint(QPainter::Antialiasing);
-    QSvgRenderer(symbolFile(name)).render(&painter, QRectF(QPointF(), QSizeF(pixels)));
+    QSvgRenderer(symbolFile(name, pixels.height())).render(&painter, QRectF(QPointF(), QSizeF(pixels)));
     painter.end();
     paper.invertPixels();
     paper.convertTo(QImage::Format_Grayscale8);

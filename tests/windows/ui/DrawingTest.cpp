@@ -9,6 +9,7 @@
 #include <QTest>
 
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -60,6 +61,11 @@ private slots:
     void everySymbolIsDrawn();
     void aSymbolHasItsColorAndNoOther();
     void whatIsWhiteInASymbolIsKnockedOut();
+    void theKeyboardWithAnEyeStandsInTheMiddleAndItsKeysInTheirFrame();
+    void aSmallKeyboardFallsOnWholePixels_data();
+    void aSmallKeyboardFallsOnWholePixels();
+    void aSmallArrowHasAHeadAndAGap_data();
+    void aSmallArrowHasAHeadAndAGap();
     void aSymbolIsDrawnForThePixelsOfItsScreen();
     void aSymbolIsDrawnOnce();
     void aTranslucentColorMakesATranslucentSymbol();
@@ -242,6 +248,86 @@ void DrawingTest::whatIsWhiteInASymbolIsKnockedOut()
     // In the first key, and between two keys.
     QCOMPARE(image.pixelColor(54, 78).alpha(), 0);
     QCOMPARE(image.pixelColor(75, 78).alpha(), 255);
+}
+
+void DrawingTest::theKeyboardWithAnEyeStandsInTheMiddleAndItsKeysInTheirFrame()
+{
+    const auto image = symbolPixmap("keyboard.badge.eye", { 340, 280 }, Qt::black, 1).toImage();
+
+    QRect ink;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixelColor(x, y).alpha() > 127)
+                ink |= QRect(x, y, 1, 1);
+        }
+    }
+    QCOMPARE_LE(std::abs(ink.left() - (image.width() - 1 - ink.right())), 1);
+    QCOMPARE_LE(std::abs(ink.top() - (image.height() - 1 - ink.bottom())), 1);
+    // Through the first row of keys: the frame, each key, the frame, and what is between them.
+    QList<int> gaps;
+    int gap = 0;
+    for (int x = ink.left(); x <= ink.right(); ++x) {
+        if (image.pixelColor(x, 83).alpha() < 128) {
+            ++gap;
+        } else if (gap > 0) {
+            gaps.append(std::exchange(gap, 0));
+        }
+    }
+    QCOMPARE(gaps.size(), 7);
+    QCOMPARE_LE(std::abs(gaps.first() - gaps.last()), 1);
+}
+
+void DrawingTest::aSmallKeyboardFallsOnWholePixels_data()
+{
+    QTest::addColumn<double>("ratio");
+
+    QTest::newRow("13 pixels") << 1.0;
+    QTest::newRow("16 pixels") << 1.25;
+}
+
+void DrawingTest::aSmallKeyboardFallsOnWholePixels()
+{
+    QFETCH(const double, ratio);
+
+    const auto image = symbolPixmap("keyboard.fill", { 17, 13 }, Qt::black, ratio).toImage();
+
+    int keys = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const int alpha = image.pixelColor(x, y).alpha();
+            // Round corners aside.
+            const bool isInside = x > 2 && x < image.width() - 3;
+            if (isInside)
+                QVERIFY2(alpha == 0 || alpha == 255, qPrintable(QString("%1, %2").arg(x).arg(y)));
+            keys += isInside && y > 2 && y < image.height() - 3 && alpha == 0;
+        }
+    }
+    QVERIFY(keys > 10);
+}
+
+void DrawingTest::aSmallArrowHasAHeadAndAGap_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<QPoint>("head");
+    QTest::addColumn<QPoint>("ring");
+    QTest::addColumn<QPoint>("gap");
+
+    QTest::newRow("13 pixels") << 13 << QPoint(7, 3) << QPoint(3, 7) << QPoint(10, 5);
+    QTest::newRow("18 pixels") << 18 << QPoint(10, 4) << QPoint(4, 9) << QPoint(13, 7);
+}
+
+void DrawingTest::aSmallArrowHasAHeadAndAGap()
+{
+    QFETCH(const int, size);
+    QFETCH(const QPoint, head);
+    QFETCH(const QPoint, ring);
+    QFETCH(const QPoint, gap);
+
+    const auto image = symbolPixmap("arrow.clockwise.circle.fill", QSize(size, size), Qt::black, 1).toImage();
+
+    QCOMPARE(image.pixelColor(head).alpha(), 0);
+    QCOMPARE_LE(image.pixelColor(ring).alpha(), 100);
+    QCOMPARE(image.pixelColor(gap).alpha(), 255);
 }
 
 void DrawingTest::aSymbolIsDrawnForThePixelsOfItsScreen()
