@@ -143,6 +143,11 @@ void DesktopWindows::iconify(xcb_window_t window) const
     tellManager(window, "WM_CHANGE_STATE", { iconicState });
 }
 
+void DesktopWindows::close(xcb_window_t window) const
+{
+    tellManager(window, "_NET_CLOSE_WINDOW", { XCB_CURRENT_TIME, pagerSource });
+}
+
 void DesktopWindows::maximize(xcb_window_t window) const
 {
     tellManager(window, "_NET_WM_STATE",

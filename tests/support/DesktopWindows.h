@@ -43,6 +43,8 @@ public:
     bool hasSelectionOwner(const char* selection) const;
 
     void iconify(xcb_window_t window) const;
+    /// As with the button of its frame.
+    void close(xcb_window_t window) const;
     void maximize(xcb_window_t window) const;
     void move(xcb_window_t window, QPoint place) const;
     /// Opens a window of another program and gives it the keyboard.
