@@ -269,6 +269,8 @@ void VirtualDesktop::killServer() { killPart(0); }
 
 void VirtualDesktop::killBus() { killPart(1); }
 
+void VirtualDesktop::killCompositor() { killPart(2); }
+
 void VirtualDesktop::killPart(std::size_t place)
 {
     processes.at(place)->kill();

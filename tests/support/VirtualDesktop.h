@@ -68,6 +68,8 @@ public:
     void killServer();
     /// The same for the session bus.
     void killBus();
+    /// The same for sway, where it is the desktop's.
+    void killCompositor();
     /// The X server stops answering, and goes on where it was.
     void freezeServer();
     void thawServer();
