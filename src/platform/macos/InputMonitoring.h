@@ -1,0 +1,10 @@
+#pragma once
+
+#include "platform/ListenAccess.h"
+
+/// The system's own permission, "Input Monitoring" among its privacy settings.
+class InputMonitoring final : public ListenAccess {
+public:
+    bool preflight() override;
+    void request() override;
+};

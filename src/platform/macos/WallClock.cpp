@@ -1,0 +1,6 @@
+#include "platform/macos/WallClock.h"
+
+Moment WallClock::now() const
+{
+    return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+}
