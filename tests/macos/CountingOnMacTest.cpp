@@ -1,6 +1,5 @@
-#include "model/AppState.h"
-
 #include "macos/RecordedMac.h"
+#include "model/AppState.h"
 #include "support/TestArea.h"
 
 #include <QTemporaryDir>

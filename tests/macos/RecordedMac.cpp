@@ -2,7 +2,8 @@
 
 namespace {
 
-constexpr auto morning = std::chrono::sys_days { std::chrono::year { 2026 } / 11 / 15 } + std::chrono::hours { 12 };
+constexpr auto morning
+    = std::chrono::sys_days { std::chrono::year { 2026 } / 11 / 15 } + std::chrono::hours { 12 };
 
 }
 

@@ -8,8 +8,8 @@
 #include "platform/macos/RunLoopTimers.h"
 #include "platform/macos/SessionTap.h"
 
-/// A platform of what is plain C++ of the back end, on the recorded system. What only runs on a Mac is that of
-/// the fake platform.
+/// A platform of what is plain C++ of the back end, on the recorded system. What only runs on a Mac is that
+/// of the fake platform.
 class RecordedMac final : public Platform {
 public:
     explicit RecordedMac(const std::filesystem::path& applicationSupport);

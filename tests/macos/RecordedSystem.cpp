@@ -48,7 +48,8 @@ std::string modeName(CFRunLoopMode mode)
 
 /// What the functions below do.
 struct SystemCalls {
-    template <typename... Parts> static void note(const Parts&... parts)
+    template <typename... Parts>
+    static void note(const Parts&... parts)
     {
         std::ostringstream line;
         (line << ... << parts);
@@ -214,7 +215,8 @@ void RecordedSystem::pass(double seconds)
     for (;;) {
         CFRunLoopTimerRef next = nullptr;
         for (const auto timer : timers) {
-            if (timer->isScheduled && timer->isValid && timer->due <= end && (!next || timer->due < next->due))
+            if (timer->isScheduled && timer->isValid && timer->due <= end
+                && (!next || timer->due < next->due))
                 next = timer;
         }
         if (!next)
