@@ -28,6 +28,7 @@ private slots:
     void anInstanceThatMakesWayIsWaitedFor();
     void anInstanceThatMakesWayAndStaysIsGivenUpOn();
     void whoHasWaitedMakesNoWayItself();
+    void whereNothingCanBeWrittenThereIsNoPlaceToFightFor_data();
     void whereNothingCanBeWrittenThereIsNoPlaceToFightFor();
 
 private:
@@ -102,13 +103,22 @@ void PlaceLockTest::whoHasWaitedMakesNoWayItself()
     QVERIFY(!isClaimed);
 }
 
+void PlaceLockTest::whereNothingCanBeWrittenThereIsNoPlaceToFightFor_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::newRow("a folder that cannot be made") << "/dev/null/Knucklet";
+    QTest::newRow("no folder") << "";
+}
+
 void PlaceLockTest::whereNothingCanBeWrittenThereIsNoPlaceToFightFor()
 {
-    PlaceLock lock("/dev/null/Knucklet");
+    QFETCH(QString, folder);
+    PlaceLock lock(folder.toStdString());
 
     const bool isClaimed = lock.claim(patience);
 
     QVERIFY(isClaimed);
+    QVERIFY(!std::filesystem::exists("instance.lock"));
 }
 
 static const TestArea area("PlaceLock", runTest<PlaceLockTest>);

@@ -13,6 +13,9 @@
 #include "platform/macos/WallClock.h"
 #include "platform/macos/Workspace.h"
 
+/// Beside the stats file; without a name where there is no folder for data.
+std::filesystem::path placeFolder(const Folders& folders);
+
 /// What the program needs while it only counts: the system's own application object and run loop.
 class MacPlatform final : public Platform {
 public:
@@ -33,7 +36,7 @@ public:
 private:
     WallClock wallClock;
     UserFolders userFolders;
-    OneInstance place { userFolders.applicationSupport().value_or("") / "Knucklet" };
+    OneInstance place { placeFolder(userFolders) };
     Workspace workspace { [this] { place.makeWay(); } };
     SessionTap tap;
     InputMonitoring access;

@@ -8,6 +8,12 @@
 
 static_assert(NSApplicationActivationPolicyAccessory == 1);
 
+std::filesystem::path placeFolder(const Folders& folders)
+{
+    const auto support = folders.applicationSupport();
+    return support ? *support / "Knucklet" : std::filesystem::path();
+}
+
 // The application object ends the process itself once the observers of its end have run.
 int MacPlatform::run()
 {

@@ -6,7 +6,7 @@
 /// The file whose lock is the place of the one instance. The lock ends with the process, however that ends.
 class PlaceLock final {
 public:
-    /// The folder is made where it is missing.
+    /// The folder is made where it is missing. Where it has no name there is none.
     explicit PlaceLock(std::filesystem::path folder);
     PlaceLock(const PlaceLock&) = delete;
     PlaceLock& operator=(const PlaceLock&) = delete;
