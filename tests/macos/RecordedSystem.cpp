@@ -5,7 +5,7 @@
 #include <dispatch/dispatch.h>
 
 #include <algorithm>
-#include <cassert>
+#include <cstdlib>
 #include <sstream>
 
 struct __CGEvent {
@@ -33,11 +33,19 @@ RecordedSystem* current = nullptr;
 // Objects of which only the address counts.
 char port;
 char source;
+char proxy;
 char mainLoop;
 char mainQueue;
 char defaultMode;
 char commonModes;
 GlobalMonitor monitorToken;
+
+/// What the program under test must not break.
+void require(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
 
 std::string modeName(CFRunLoopMode mode)
 {
@@ -72,14 +80,14 @@ struct SystemCalls {
 
     static void enableTap(CFMachPortRef tap, bool enable)
     {
-        assert(tap == reinterpret_cast<CFMachPortRef>(&port));
+        require(tap == reinterpret_cast<CFMachPortRef>(&port));
         note(enable ? "enable tap" : "disable tap");
         current->tapEnabled = enable;
     }
 
     static CFRunLoopSourceRef createSource(CFAllocatorRef allocator, CFMachPortRef tap, CFIndex order)
     {
-        assert(tap == reinterpret_cast<CFMachPortRef>(&port));
+        require(tap == reinterpret_cast<CFMachPortRef>(&port));
         note("create source: ", allocator ? "an allocator" : "default allocator", ", order ", order);
         ++current->held;
         return reinterpret_cast<CFRunLoopSourceRef>(&source);
@@ -87,7 +95,7 @@ struct SystemCalls {
 
     static void addSource(CFRunLoopRef loop, CFRunLoopSourceRef added, CFRunLoopMode mode)
     {
-        assert(added == reinterpret_cast<CFRunLoopSourceRef>(&source));
+        require(added == reinterpret_cast<CFRunLoopSourceRef>(&source));
         const bool isMain = loop == reinterpret_cast<CFRunLoopRef>(&mainLoop);
         note("add source: ", isMain ? "main loop" : "another loop", ", ", modeName(mode));
         current->sourceAdded = isMain;
@@ -149,14 +157,14 @@ struct SystemCalls {
         note("add monitor: mask 0x", std::hex, mask);
         if (current->monitorRefused)
             return nullptr;
-        assert(!current->monitor);
+        require(!current->monitor);
         current->monitor = { mask, std::move(handler) };
         return &monitorToken;
     }
 
     static void removeMonitor(GlobalMonitor* monitor)
     {
-        assert(monitor == &monitorToken);
+        require(monitor == &monitorToken);
         note("remove monitor");
         current->monitor.reset();
     }
@@ -164,7 +172,7 @@ struct SystemCalls {
 
 RecordedSystem::RecordedSystem()
 {
-    assert(!current);
+    require(!current);
     current = this;
 }
 
@@ -197,7 +205,7 @@ void RecordedSystem::click(CGEventType type)
 
 void RecordedSystem::disableTap(CGEventType notice)
 {
-    assert(tapEnabled);
+    require(tapEnabled);
     tapEnabled = false;
     __CGEvent event { notice, 0 };
     eventsUnchanged = callTap(notice, &event, tapOwner) == &event && eventsUnchanged;
@@ -239,7 +247,7 @@ void RecordedSystem::runMainQueue()
 
 CGEventRef RecordedSystem::callTap(CGEventType type, CGEventRef event, void* owner)
 {
-    return callback(nullptr, type, event, owner);
+    return callback(reinterpret_cast<CGEventTapProxy>(&proxy), type, event, owner);
 }
 
 GlobalMonitor* addGlobalMonitor(std::uint64_t mask, std::function<void()> handler)
@@ -305,7 +313,7 @@ dispatch_queue_t dispatch_get_main_queue() { return reinterpret_cast<dispatch_qu
 
 void dispatch_async_f(dispatch_queue_t queue, void* context, dispatch_function_t work)
 {
-    assert(queue == dispatch_get_main_queue());
+    require(queue == dispatch_get_main_queue());
     SystemCalls::queue([context, work] { work(context); });
 }
 }
