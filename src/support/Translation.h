@@ -13,8 +13,8 @@ struct Translation {
     std::string_view translation;
 };
 
-/// What the program says without its windows, in every language there is. The build makes the table of it from
-/// the translations' files.
+/// What the program says without its windows, in every language there is. The build makes the table of it
+/// from the translations' files.
 std::span<const Translation> translations();
 
 /// The text in the user's language, where there is a translation into it, else the text itself. For what is

@@ -18,7 +18,7 @@ public:
     {
     }
 
-    void clickItem(ScreenPixel place) 
+    void clickItem(ScreenPixel place)
     {
         if (itemActivated)
             itemActivated(place);

@@ -2,8 +2,7 @@
 
 #include <utility>
 
-void FakeWindows::setAppearance(
-    ColorScheme newScheme, Motion newMotion, std::optional<AccentColor> newAccent)
+void FakeWindows::setAppearance(ColorScheme newScheme, Motion newMotion, std::optional<AccentColor> newAccent)
 {
     scheme = newScheme;
     motionWanted = newMotion;

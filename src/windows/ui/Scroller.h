@@ -8,8 +8,8 @@
 
 class ScrollBar;
 
-/// Takes the room that is left over and shows one widget in it: as large as the room, or where that is too low,
-/// as high as the widget needs and scrolled by the wheel, the bar or the keyboard.
+/// Takes the room that is left over and shows one widget in it: as large as the room, or where that is too
+/// low, as high as the widget needs and scrolled by the wheel, the bar or the keyboard.
 class Scroller final
     : public QWidget
     , public Container {

@@ -45,8 +45,8 @@ void LookTest::everyColorIsOpaque()
     const auto palette = QApplication::palette();
     for (int group = 0; group < QPalette::NColorGroups; ++group) {
         for (int role = 0; role < QPalette::NColorRoles; ++role) {
-            const auto color
-                = palette.color(static_cast<QPalette::ColorGroup>(group), static_cast<QPalette::ColorRole>(role));
+            const auto color = palette.color(
+                static_cast<QPalette::ColorGroup>(group), static_cast<QPalette::ColorRole>(role));
             QVERIFY2(role == QPalette::NoRole || color.alpha() == 255,
                 qPrintable(QString("role %1 in group %2: %3").arg(role).arg(group).arg(color.alpha())));
         }
@@ -79,8 +79,7 @@ void LookTest::whatIsDisabledIsFainter()
 
     const auto palette = QApplication::palette();
     const auto found = [&](QPalette::ColorGroup group) {
-        return contrast(
-            palette.color(group, QPalette::ButtonText), palette.color(group, QPalette::Button));
+        return contrast(palette.color(group, QPalette::ButtonText), palette.color(group, QPalette::Button));
     };
     QCOMPARE_LE(found(QPalette::Disabled), found(QPalette::Active) / 2);
     QCOMPARE_GE(found(QPalette::Disabled), 2.0);
