@@ -105,7 +105,7 @@ View InfoRow::body() const
         { .spacing = 14, .alignment = Qt::AlignTop });
 }
 
-View WelcomePage::body() const
+StackView WelcomePage::body() const
 {
     return column(
         {
@@ -121,7 +121,7 @@ View WelcomePage::body() const
         { .spacing = 18, .alignment = Qt::AlignHCenter });
 }
 
-View PrivacyPage::body() const
+StackView PrivacyPage::body() const
 {
     return column(
         {
@@ -142,7 +142,7 @@ View PrivacyPage::body() const
         { .spacing = 22 });
 }
 
-View PermissionPage::body() const
+StackView PermissionPage::body() const
 {
     return column(
         {
@@ -211,7 +211,7 @@ StackView PermissionPage::waiting() const
         { .spacing = 14, .alignment = Qt::AlignHCenter });
 }
 
-View DonePage::body() const
+StackView DonePage::body() const
 {
     return column(
         {
@@ -258,7 +258,7 @@ View OnboardingView::body() const
         .height(height);
 }
 
-View OnboardingView::currentPage() const
+StackView OnboardingView::currentPage() const
 {
     switch (page) {
     case 0:

@@ -41,7 +41,7 @@ struct InfoRow {
 struct WelcomePage {
     const Folders& folders;
 
-    View body() const;
+    StackView body() const;
 
 private:
     Q_DECLARE_TR_FUNCTIONS(WelcomePage)
@@ -49,7 +49,7 @@ private:
 
 /// What the program records and what it does not.
 struct PrivacyPage {
-    View body() const;
+    StackView body() const;
 
 private:
     Q_DECLARE_TR_FUNCTIONS(PrivacyPage)
@@ -61,7 +61,7 @@ struct PermissionPage {
     ListenAccess& listenAccess;
     Desktop& desktop;
 
-    View body() const;
+    StackView body() const;
 
 private:
     View statusCard() const;
@@ -76,7 +76,7 @@ struct DonePage {
     AppState& state;
     const Folders& folders;
 
-    View body() const;
+    StackView body() const;
 
 private:
     View settings() const;
@@ -100,7 +100,7 @@ struct OnboardingView {
     View body() const;
 
 private:
-    View currentPage() const;
+    StackView currentPage() const;
     View footer() const;
     View dots() const;
     View backButton() const;

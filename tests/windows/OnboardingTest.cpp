@@ -608,7 +608,7 @@ void OnboardingTest::whereItIsTooLowTheFlexibleSpaceGivesWayFirst()
     const auto& whole = assistant.show(page);
     std::vector<QRect> places;
     for (const auto* label : whole.findChildren<QLabel*>())
-        places.push_back(place(whole, label));
+        places.push_back(placeIn(whole, label));
     ShownAssistant low;
     // What 1920 by 1080 pixels leave with two pixels to a point, below a bar.
     low.platform.setWorkArea({ .x = 0, .y = 28, .width = 960, .height = 512 });
@@ -620,10 +620,10 @@ void OnboardingTest::whereItIsTooLowTheFlexibleSpaceGivesWayFirst()
     const auto labels = window.findChildren<QLabel*>();
     QCOMPARE(labels.size(), static_cast<qsizetype>(places.size()));
     for (qsizetype i = 0; i < labels.size(); ++i)
-        QCOMPARE(place(window, labels[i]), places[static_cast<std::size_t>(i)]);
+        QCOMPARE(placeIn(window, labels[i]), places[static_cast<std::size_t>(i)]);
     for (const auto* button : window.findChildren<QPushButton*>())
-        QVERIFY2(window.rect().contains(place(window, button)), qPrintable(button->text()));
-    QCOMPARE(place(window, window.findChildren<QPushButton*>().last()).bottom(), 512 - 20 - 1);
+        QVERIFY2(window.rect().contains(placeIn(window, button)), qPrintable(button->text()));
+    QCOMPARE(placeIn(window, window.findChildren<QPushButton*>().last()).bottom(), 512 - 20 - 1);
     QVERIFY(!window.findChild<QAbstractSlider*>()->isVisible());
 }
 
@@ -657,7 +657,7 @@ void OnboardingTest::whereThePageDoesNotFitItScrollsAndTheFooterStays()
         widget = buttonWith(window, last);
     QVERIFY(widget);
     const auto isSeen = [&] { return widget->visibleRegion().boundingRect() == widget->rect(); };
-    const auto footer = place(window, primary);
+    const auto footer = placeIn(window, primary);
     QCOMPARE(footer.bottom(), 270 - 20 - 1);
     QVERIFY(!isSeen());
     auto* scrollBar = window.findChild<QAbstractSlider*>();
@@ -668,8 +668,8 @@ void OnboardingTest::whereThePageDoesNotFitItScrollsAndTheFooterStays()
     QCoreApplication::sendEvent(scrollBar->parentWidget(), &down);
 
     QVERIFY(isSeen());
-    QCOMPARE_LE(place(window, widget).bottom(), footer.top() - 20);
-    QCOMPARE(place(window, primary), footer);
+    QCOMPARE_LE(placeIn(window, widget).bottom(), footer.top() - 20);
+    QCOMPARE(placeIn(window, primary), footer);
     // Another page begins at its top.
     press(window, primary->text());
     if (page < pageCount - 1)
@@ -959,13 +959,13 @@ void OnboardingTest::textsStandOutFromTheirBackground()
     for (const auto* label : window.findChildren<QLabel*>()) {
         // The given colors are as they are.
         if (label->text() != "Almost there" && label->text() != "Key counting is on")
-            standsOut(place(window, label), label->text());
+            standsOut(placeIn(window, label), label->text());
     }
     for (const auto* button : window.findChildren<QPushButton*>())
-        standsOut(place(window, button).adjusted(8, 4, -8, -4), button->text());
+        standsOut(placeIn(window, button).adjusted(8, 4, -8, -4), button->text());
     for (const auto* box : window.findChildren<QCheckBox*>())
-        standsOut(place(window, box).adjusted(16, 0, 0, 0), box->text());
-    standsOut(place(window, buttonWith(window, "Close")).adjusted(5, 7, -5, -7), "Close");
+        standsOut(placeIn(window, box).adjusted(16, 0, 0, 0), box->text());
+    standsOut(placeIn(window, buttonWith(window, "Close")).adjusted(5, 7, -5, -7), "Close");
 }
 
 void OnboardingTest::headingsStandOutAsFarAsTheirColorsDo_data()
@@ -1187,9 +1187,9 @@ void OnboardingTest::anIconThatStandsOutLiesBelowEverythingElse()
 
     QCOMPARE(shownPage(window), 3);
     const auto* box = buttonWith(window, "Launch Knucklet at login");
-    QCOMPARE(window.childAt(place(window, box).center()), box);
+    QCOMPARE(window.childAt(placeIn(window, box).center()), box);
     const auto* title = labelWith(window, "You're counting!");
-    QCOMPARE(window.childAt(place(window, title).center()), title);
+    QCOMPARE(window.childAt(placeIn(window, title).center()), title);
 }
 
 void OnboardingTest::aPictureOfAnyProportionsIsDrawn_data()
