@@ -1,5 +1,6 @@
 #include "support/Module.h"
 
+#include "support/Debug.h"
 #include "support/InstalledFiles.h"
 
 #include <dlfcn.h>
@@ -22,8 +23,14 @@ Module::~Module()
 
 void* Module::load(const char* symbol) const
 {
-    if (file < 0)
+    if (file < 0) {
+        tellDeveloper("There is no module with " + std::string(symbol));
         return nullptr;
+    }
     auto* const handle = dlopen(("/proc/self/fd/" + std::to_string(file)).c_str(), RTLD_NOW);
-    return handle ? dlsym(handle, symbol) : nullptr;
+    if (!handle) {
+        tellDeveloper(dlerror());
+        return nullptr;
+    }
+    return dlsym(handle, symbol);
 }

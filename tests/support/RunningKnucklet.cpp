@@ -196,6 +196,16 @@ bool RunningKnucklet::awaitEnd()
         && process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0;
 }
 
+QByteArray RunningKnucklet::output() const
+{
+    QByteArray said;
+    for (const auto& line : debugOutput().split('\n')) {
+        if (!line.isEmpty() && !line.startsWith("debug: "))
+            said += line + '\n';
+    }
+    return said;
+}
+
 QList<RunningKnucklet::MenuEntry> RunningKnucklet::menu() const
 {
     auto call = QDBusMessage::createMethodCall(

@@ -57,8 +57,10 @@ public:
     /// Sends the signal and waits for the process to end; true when it ended by itself with code 0.
     [[nodiscard]] bool end(int signal);
     [[nodiscard]] bool awaitEnd();
-    /// What the program wrote to its standard and error output.
-    QByteArray output() const { return process->readAll(); }
+    /// What the program wrote to its standard and error output, without what a debug build tells a developer.
+    QByteArray output() const;
+    /// With that.
+    QByteArray debugOutput() const { return process->readAll(); }
 
 private:
     struct MenuEntry {

@@ -1,6 +1,7 @@
 #include "platform/linux/bus/Bus.h"
 
 #include "platform/linux/bus/SdBus.h"
+#include "support/Debug.h"
 
 #include <poll.h>
 
@@ -26,6 +27,8 @@ int receive(sd_bus_message* message, void* received, sd_bus_error*)
         return 0;
     // A copy: the subscription may end from within its call.
     const auto call = *static_cast<std::function<void(sd_bus_message*)>*>(received);
+    if (const auto* error = sd_bus_message_get_error(message))
+        tellDeveloper(error->message ? error->message : error->name);
     call(message);
     return 0;
 }

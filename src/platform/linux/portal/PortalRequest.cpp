@@ -1,7 +1,9 @@
 #include "platform/linux/portal/PortalRequest.h"
 
 #include "platform/linux/portal/Portal.h"
+#include "support/Debug.h"
 
+#include <QDBusError>
 #include <QDBusPendingCallWatcher>
 #include <QUuid>
 
@@ -39,6 +41,7 @@ void PortalRequest::send(QDBusConnection bus, PortalCall call)
     connect(reply, &QDBusPendingCallWatcher::finished, request, [request, reply] {
         if (!reply->isError())
             return;
+        tellDeveloper(reply->error().message().toStdString());
         request->deleteLater();
         request->call.unavailable();
     });

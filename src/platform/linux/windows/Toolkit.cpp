@@ -1,6 +1,7 @@
 #include "platform/linux/windows/Toolkit.h"
 
 #include "platform/linux/process/OwnProcess.h"
+#include "support/Debug.h"
 #include "support/InstalledFiles.h"
 
 #include <QFile>
@@ -24,8 +25,9 @@ constexpr const char* noDisplay = "offscreen";
 OwnProcess* processOfMessages = nullptr;
 
 /// The program says nothing, and neither does the toolkit in its name.
-void handleMessage(QtMsgType type, const QMessageLogContext&, const QString&)
+void handleMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
+    tellDeveloper(message.toStdString());
     if (type != QtFatalMsg)
         return;
     // Such as a display that goes away while it is being opened. A core file would help nobody.
