@@ -1,3 +1,4 @@
+#include "support/FakeCard.h"
 #include "support/GoldenPicture.h"
 #include "support/ShownPanel.h"
 #include "support/TestArea.h"
@@ -8,12 +9,6 @@
 #include <string>
 
 namespace {
-
-const std::string week
-    = R"({"2026-11-09":{"keys":5213,"clicks":1820},"2026-11-10":{"keys":8021,"clicks":2410},)"
-      R"("2026-11-11":{"keys":3002,"clicks":950},"2026-11-12":{"keys":0,"clicks":12},)"
-      R"("2026-11-13":{"keys":9120,"clicks":3010},"2026-11-15":{"keys":4567,"clicks":1234},)"
-      R"("2026-03-05":{"keys":12345,"clicks":2310}})";
 
 const std::string oneDay = R"({"2026-11-15":{"keys":1,"clicks":0}})";
 const std::string greatest = R"({"2026-11-15":{"keys":9223372036854775807,"clicks":0}})";
@@ -67,7 +62,9 @@ void StatsViewGoldenTest::thePanelLooksAsItDid()
     if (state == "week")
         platform.storeSetting("showCountsInMenuBar", true);
     if (state != "empty")
-        panel.program.writeStatsFile(state == "one-day" ? oneDay : state == "greatest" ? greatest : week);
+        panel.program.writeStatsFile(state == "one-day" ? oneDay
+                : state == "greatest"                   ? greatest
+                                                        : ordinaryWeek());
 
     const auto picture = panel.open().grab().toImage();
 

@@ -2,10 +2,12 @@
 
 #include "model/DayFormatter.h"
 #include "support/Contrast.h"
+#include "support/FakeCard.h"
 #include "support/ForkedChild.h"
 #include "support/Patience.h"
 #include "support/ShownPanel.h"
 #include "support/TestArea.h"
+#include "support/Widgets.h"
 #include "support/Zones.h"
 #include "windows/DayBar.h"
 #include "windows/ui/Look.h"
@@ -39,11 +41,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const std::string week
-    = R"({"2026-11-09":{"keys":5213,"clicks":1820},"2026-11-10":{"keys":8021,"clicks":2410},)"
-      R"("2026-11-11":{"keys":3002,"clicks":950},"2026-11-12":{"keys":0,"clicks":12},)"
-      R"("2026-11-13":{"keys":9120,"clicks":3010},"2026-11-15":{"keys":4567,"clicks":1234},)"
-      R"("2026-03-05":{"keys":12345,"clicks":2310}})";
+const std::string week = ordinaryWeek();
 
 constexpr std::int64_t greatest = std::numeric_limits<std::int64_t>::max();
 
@@ -61,28 +59,6 @@ std::string fileWith(const std::vector<std::string>& days)
     return file + "}";
 }
 
-template <typename Widget>
-Widget* find(const Host& host, const QString& text)
-{
-    for (auto* widget : host.findChildren<Widget*>()) {
-        if (widget->text() == text)
-            return widget;
-    }
-    return nullptr;
-}
-
-QLabel* labelWith(const Host& host, const QString& text) { return find<QLabel>(host, text); }
-
-/// A button by what it says, or by what a screen reader says of it.
-QAbstractButton* buttonWith(const Host& host, const QString& text)
-{
-    for (auto* button : host.findChildren<QAbstractButton*>()) {
-        if (button->text() == text || button->accessibleName() == text)
-            return button;
-    }
-    return nullptr;
-}
-
 QWidget* spokenAs(const Host& host, const QString& text)
 {
     for (auto* widget : host.findChildren<QWidget*>()) {
@@ -92,15 +68,9 @@ QWidget* spokenAs(const Host& host, const QString& text)
     return nullptr;
 }
 
-/// Where a widget stands, without the margins that reach over what is around it.
-QRect place(const Host& host, const QWidget* widget)
-{
-    return widget->contentsRect().translated(widget->mapTo(&host, QPoint()));
-}
+QRect placeOfLabel(const Host& host, const QString& text) { return placeIn(host, labelWith(host, text)); }
 
-QRect placeOfLabel(const Host& host, const QString& text) { return place(host, labelWith(host, text)); }
-
-QRect placeOfButton(const Host& host, const QString& text) { return place(host, buttonWith(host, text)); }
+QRect placeOfButton(const Host& host, const QString& text) { return placeIn(host, buttonWith(host, text)); }
 
 /// The points between the bottom of one thing and the top of the next.
 int gap(const QRect& above, const QRect& below) { return below.top() - above.bottom() - 1; }
@@ -124,7 +94,7 @@ std::vector<QRect> barBoxes(const Host& host)
         const auto* letter = column->findChild<QLabel*>();
         for (const auto* child : column->findChildren<QWidget*>()) {
             if (child != letter)
-                boxes.push_back(place(host, child));
+                boxes.push_back(placeIn(host, child));
         }
     }
     return boxes;
@@ -143,7 +113,7 @@ std::vector<QRect> dividers(const Host& host)
     std::vector<QRect> lines;
     for (const auto* widget : host.findChildren<QWidget*>()) {
         if (widget->height() == 1)
-            lines.push_back(place(host, widget));
+            lines.push_back(placeIn(host, widget));
     }
     return lines;
 }
@@ -193,7 +163,7 @@ BarHeights paintedHeights(Host& host, const QRect& box)
 /// Where a button has its text, and nothing else.
 QRect placeOfText(const Host& host, const QAbstractButton* button)
 {
-    const auto box = place(host, button);
+    const auto box = placeIn(host, button);
     if (qobject_cast<const QCheckBox*>(button))
         return box.adjusted(16, 0, 0, 0);
     return button->text().isEmpty() ? box : box.adjusted(5, 3, -5, -3);
@@ -315,8 +285,8 @@ void StatsViewTest::everythingStandsAtItsDistance()
     const auto title = placeOfLabel(host, "Knucklet");
     const auto date = placeOfLabel(host, "Sunday, Nov 15");
     const auto share = placeOfButton(host, "Share a day card");
-    const auto keys = place(host, spokenAs(host, "Keys: 4567"));
-    const auto letter = place(host, columns(host)[0]->findChild<QLabel*>());
+    const auto keys = placeIn(host, spokenAs(host, "Keys: 4567"));
+    const auto letter = placeIn(host, columns(host)[0]->findChild<QLabel*>());
     const auto box = barBoxes(host)[0];
     const auto lines = dividers(host);
     QCOMPARE(host.width(), 300);
@@ -348,8 +318,8 @@ void StatsViewTest::tilesShareTheirRow()
 
     const auto& host = panel.open();
 
-    const auto keys = place(host, spokenAs(host, "Keys: 4567"));
-    const auto clicks = place(host, spokenAs(host, "Clicks: 1234"));
+    const auto keys = placeIn(host, spokenAs(host, "Keys: 4567"));
+    const auto clicks = placeIn(host, spokenAs(host, "Clicks: 1234"));
     const auto caption = placeOfLabel(host, "Keys");
     QCOMPARE(keys.left(), 14);
     QCOMPARE(keys.width(), 131);
@@ -374,7 +344,7 @@ void StatsViewTest::theChartDividesItsRowIntoSevenColumns()
     QCOMPARE(boxes.size(), 7U);
     for (int i = 0; i < 7; ++i) {
         const auto& box = boxes[static_cast<std::size_t>(i)];
-        const auto letter = place(host, columns(host)[static_cast<std::size_t>(i)]->findChild<QLabel*>());
+        const auto letter = placeIn(host, columns(host)[static_cast<std::size_t>(i)]->findChild<QLabel*>());
         QCOMPARE(box.left(), 14 + i * (32 + 8));
         QCOMPARE(box.width(), 32);
         QCOMPARE(box.height(), 56);
@@ -477,24 +447,26 @@ void StatsViewTest::thePermissionBannerIsLaidOut()
     auto& host = panel.open();
 
     const auto* head = labelWith(host, "Keyboard counting is off");
-    const auto banner = place(host, head->parentWidget()->parentWidget());
+    QVERIFY(head);
+    const auto banner = placeIn(host, head->parentWidget()->parentWidget());
     QLabel* text = nullptr;
     for (auto* label : host.findChildren<QLabel*>()) {
         if (label->wordWrap())
             text = label;
     }
+    QVERIFY(text);
     const auto grant = placeOfButton(host, "Grant access…");
     const auto needed
         = text->fontMetrics().boundingRect(0, 0, text->width(), 1000, Qt::TextWordWrap, text->text());
     QCOMPARE(banner.left(), 14);
     QCOMPARE(banner.width(), 272);
-    QCOMPARE(gap(place(host, spokenAs(host, "Keys: 4567")), banner), 14);
+    QCOMPARE(gap(placeIn(host, spokenAs(host, "Keys: 4567")), banner), 14);
     QCOMPARE(gap(banner, barBoxes(host)[0]), 14);
-    QCOMPARE(place(host, head).top() - banner.top(), 10);
-    QCOMPARE(gap(place(host, head), place(host, text)), 6);
+    QCOMPARE(placeIn(host, head).top() - banner.top(), 10);
+    QCOMPARE(gap(placeIn(host, head), placeIn(host, text)), 6);
     QCOMPARE(text->width(), 252);
     QCOMPARE(text->height(), needed.height());
-    QCOMPARE(gap(place(host, text), grant), 6);
+    QCOMPARE(gap(placeIn(host, text), grant), 6);
     QCOMPARE(grant.left(), 24);
     QCOMPARE(banner.bottom() - grant.bottom(), 10);
     const auto image = picture(host);
@@ -514,16 +486,17 @@ void StatsViewTest::theRelaunchBannerIsLaidOut()
     const auto& host = panel.open();
 
     const auto* text = labelWith(host, "Access granted — quit and reopen Knucklet to start counting keys.");
-    const auto banner = place(host, text->parentWidget());
+    QVERIFY(text);
+    const auto banner = placeIn(host, text->parentWidget());
     QCOMPARE(banner.left(), 14);
     QCOMPARE(banner.width(), 272);
-    QCOMPARE(gap(place(host, spokenAs(host, "Keys: 0")), banner), 14);
+    QCOMPARE(gap(placeIn(host, spokenAs(host, "Keys: 0")), banner), 14);
     QCOMPARE(gap(banner, barBoxes(host)[0]), 14);
-    QCOMPARE(place(host, text).top() - banner.top(), 10);
-    QCOMPARE(banner.bottom() - place(host, text).bottom(), 10);
+    QCOMPARE(placeIn(host, text).top() - banner.top(), 10);
+    QCOMPARE(banner.bottom() - placeIn(host, text).bottom(), 10);
     // The symbol is 13 points wide, and 6 away from its text.
-    QCOMPARE(place(host, text).left() - banner.left(), 10 + 13 + 6);
-    QCOMPARE(banner.right() - place(host, text).right(), 10);
+    QCOMPARE(placeIn(host, text).left() - banner.left(), 10 + 13 + 6);
+    QCOMPARE(banner.right() - placeIn(host, text).right(), 10);
     QCOMPARE(text->font().pixelSize(), 11);
     QCOMPARE(static_cast<int>(text->font().weight()), 400);
     QVERIFY(text->height() > text->fontMetrics().height());
@@ -685,9 +658,9 @@ void StatsViewTest::aRightToLeftLanguageMirrorsEverything()
     const auto& host = ordinary.open();
     std::vector<QRect> places;
     for (const auto* widget : host.findChildren<QAbstractButton*>())
-        places.push_back(place(host, widget));
+        places.push_back(placeIn(host, widget));
     const auto boxes = barBoxes(host);
-    const auto keys = place(host, spokenAs(host, "Keys: 4567"));
+    const auto keys = placeIn(host, spokenAs(host, "Keys: 4567"));
     ShownPanel mirrored("ar_EG");
     mirrored.program.writeStatsFile(week);
     QApplication::setLayoutDirection(Qt::RightToLeft);
@@ -699,10 +672,10 @@ void StatsViewTest::aRightToLeftLanguageMirrorsEverything()
     };
     std::size_t i = 0;
     for (const auto* widget : mirroredHost.findChildren<QAbstractButton*>())
-        QCOMPARE(place(mirroredHost, widget).left(), mirror(places[i++]).left());
+        QCOMPARE(placeIn(mirroredHost, widget).left(), mirror(places[i++]).left());
     for (i = 0; i < 7; ++i)
         QCOMPARE(barBoxes(mirroredHost)[i].left(), mirror(boxes[i]).left());
-    QCOMPARE(place(mirroredHost, spokenAs(mirroredHost, "Keys: 4567")).left(), mirror(keys).left());
+    QCOMPARE(placeIn(mirroredHost, spokenAs(mirroredHost, "Keys: 4567")).left(), mirror(keys).left());
     QCOMPARE(placeOfLabel(mirroredHost, "Knucklet").right(), 285);
     QCOMPARE(placeOfLabel(mirroredHost, "Best day").left(), 14);
 }
@@ -949,8 +922,8 @@ void StatsViewTest::grantAccessAsksFirstAndThenOpensTheSettings()
     const auto& host = panel.open();
     panel.program.platform.calls.clear();
 
-    QTest::mouseClick(buttonWith(host, "Grant access…"), Qt::LeftButton);
-    QTest::mouseClick(buttonWith(host, "Grant access…"), Qt::LeftButton);
+    QTest::mouseClick(&theButton(host, "Grant access…"), Qt::LeftButton);
+    QTest::mouseClick(&theButton(host, "Grant access…"), Qt::LeftButton);
 
     const std::string open
         = "open x-apple.systempreferences:com.apple.preference.security?Privacy_ListenEvent";
@@ -1073,7 +1046,7 @@ void StatsViewTest::showCountsIsBoundBothWays()
 {
     ShownPanel panel;
     const auto& host = panel.open();
-    auto* box = buttonWith(host, "Show counts in menu bar");
+    auto* box = &theButton(host, "Show counts in menu bar");
 
     QTest::mouseClick(box, Qt::LeftButton);
     QCoreApplication::processEvents();
@@ -1092,7 +1065,7 @@ void StatsViewTest::launchAtLoginIsBoundBothWays()
     ShownPanel panel;
     panel.program.platform.setLoginItemStatus(LoginItemStatus::Enabled);
     const auto& host = panel.open();
-    auto* box = buttonWith(host, "Launch at login");
+    auto* box = &theButton(host, "Launch at login");
     const bool shownAtFirst = box->isChecked();
     panel.program.platform.calls.clear();
 
@@ -1109,7 +1082,7 @@ void StatsViewTest::aRefusedLoginItemSnapsBack()
     ShownPanel panel;
     panel.program.platform.refuseLoginItem();
     const auto& host = panel.open();
-    auto* box = buttonWith(host, "Launch at login");
+    auto* box = &theButton(host, "Launch at login");
 
     QTest::mouseClick(box, Qt::LeftButton);
     QCoreApplication::processEvents();
@@ -1124,10 +1097,10 @@ void StatsViewTest::theButtonsOpenWhatTheyName()
     panel.program.platform.storeSetting("hasCompletedOnboarding", true);
     const auto& host = panel.open();
 
-    QTest::mouseClick(buttonWith(host, "Setup Assistant…"), Qt::LeftButton);
-    QTest::mouseClick(buttonWith(host, "Share a day card"), Qt::LeftButton);
+    QTest::mouseClick(&theButton(host, "Setup Assistant…"), Qt::LeftButton);
+    QTest::mouseClick(&theButton(host, "Share a day card"), Qt::LeftButton);
     const bool runsStill = !panel.program.platform.hasTerminated();
-    QTest::mouseClick(buttonWith(host, "Quit Knucklet"), Qt::LeftButton);
+    QTest::mouseClick(&theButton(host, "Quit Knucklet"), Qt::LeftButton);
 
     QCOMPARE(panel.program.onboardingShown, std::vector { 0 });
     QCOMPARE(panel.program.shareCardShown, 1);
@@ -1199,11 +1172,12 @@ void StatsViewTest::theKeyboardReachesEveryControlInOrder()
     auto& host = panel.open();
     host.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&host, patience));
-    buttonWith(host, "Share a day card")->setFocus();
+    theButton(host, "Share a day card").setFocus();
 
     QStringList order;
     for (int i = 0; i < 6; ++i) {
         auto* control = qobject_cast<QAbstractButton*>(host.focusWidget());
+        QVERIFY(control);
         order.append(control->text().isEmpty() ? control->accessibleName() : control->text());
         QTest::keyClick(control, Qt::Key_Tab);
     }
@@ -1249,10 +1223,10 @@ void StatsViewTest::textsStandOutFromTheirBackground()
     for (const auto* label : host.findChildren<QLabel*>()) {
         // The accents are as they are.
         if (label->text() != "Keys" && label->text() != "Clicks")
-            standsOut(place(host, label), label->text());
+            standsOut(placeIn(host, label), label->text());
     }
     for (const auto* tile : { "Keys: 4567", "Clicks: 1234" })
-        standsOut(place(host, spokenAs(host, tile)).adjusted(10, 32, -10, -10), tile);
+        standsOut(placeIn(host, spokenAs(host, tile)).adjusted(10, 32, -10, -10), tile);
     for (const auto* button : host.findChildren<QAbstractButton*>())
         standsOut(placeOfText(host, button), button->text() + button->accessibleName());
 }

@@ -3,6 +3,7 @@
 #include "platform/WindowActivation.h"
 #include "support/Patience.h"
 #include "support/TestArea.h"
+#include "support/Widgets.h"
 #include "windows/ui/Controls.h"
 
 #include <QAbstractButton>
@@ -38,15 +39,6 @@ QWidget* contentOf(const UtilityWindow& window)
     const auto isContent = [](const QWidget* child) { return dynamic_cast<const Host*>(child) != nullptr; };
     const auto found = std::find_if(children.begin(), children.end(), isContent);
     return found == children.end() ? nullptr : *found;
-}
-
-QAbstractButton* buttonWith(const QWidget& window, const QString& text)
-{
-    for (auto* button : window.findChildren<QAbstractButton*>()) {
-        if (button->text() == text || button->accessibleName() == text)
-            return button;
-    }
-    return nullptr;
 }
 
 bool showsText(const QWidget& window, const QString& text)
@@ -227,7 +219,7 @@ void UtilityWindowTest::theCloseButtonStandsInTheCornerWhereReadingEnds()
 
     window.present([] { return page("one"); });
 
-    const auto button = buttonWith(window, "Close")->geometry();
+    const auto button = theButton(window, "Close").geometry();
     const int end = direction == Qt::LeftToRight ? window.width() - 1 - button.right() : button.left();
     QCOMPARE(end, 10);
     QCOMPARE(button.top(), 10);
@@ -249,7 +241,7 @@ void UtilityWindowTest::theCloseButtonAndItsShortcutClose()
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
 
     if (byButton)
-        QTest::mouseClick(buttonWith(window, "Close"), Qt::LeftButton);
+        QTest::mouseClick(&theButton(window, "Close"), Qt::LeftButton);
     else
         QTest::keySequence(&window, QKeySequence::Close);
 
@@ -274,9 +266,9 @@ void UtilityWindowTest::contentMayCloseOrReplaceItselfFromItsOwnButton()
     const auto closes = [&] { return column({ button("close", [&] { window.close(); }) }); };
     window.present([&] { return column({ button("replace", [&] { window.present(closes); }) }); });
 
-    QTest::mouseClick(buttonWith(window, "replace"), Qt::LeftButton);
+    QTest::mouseClick(&theButton(window, "replace"), Qt::LeftButton);
     QTRY_VERIFY(!buttonWith(window, "replace"));
-    QTest::mouseClick(buttonWith(window, "close"), Qt::LeftButton);
+    QTest::mouseClick(&theButton(window, "close"), Qt::LeftButton);
 
     QVERIFY(!window.isVisible());
     QTRY_VERIFY(!buttonWith(window, "close"));
@@ -307,7 +299,7 @@ void UtilityWindowTest::returnAndEnterPressTheDefaultButtonWhateverHasTheFocus()
         });
     });
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
-    buttonWith(window, focus)->setFocus();
+    theButton(window, focus).setFocus();
 
     QTest::keyClick(&window, key);
 
@@ -339,7 +331,7 @@ void UtilityWindowTest::withoutADefaultButtonReturnPressesTheFocusedOne()
         return column({ button("first", [&] { ++pressed; }), button("other", [&] { pressed += 100; }) });
     });
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
-    buttonWith(window, "first")->setFocus();
+    theButton(window, "first").setFocus();
 
     QTest::keyClick(window.focusWidget(), Qt::Key_Return);
 
@@ -352,7 +344,7 @@ void UtilityWindowTest::returnTicksNoBox()
     UtilityWindow window("Title", activation);
     window.present([&] { return column({ toggle("box", false, [&](bool) { ++ticked; }) }); });
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
-    buttonWith(window, "box")->setFocus();
+    theButton(window, "box").setFocus();
 
     QTest::keyClick(window.focusWidget(), Qt::Key_Return);
 
