@@ -11,6 +11,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
 #include <QDBusVirtualObject>
+#include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QJsonDocument>
@@ -18,6 +19,8 @@
 #include <QMap>
 #include <QRegularExpression>
 #include <QTest>
+
+#include <sys/resource.h>
 
 #include <csignal>
 #include <memory>
@@ -32,6 +35,7 @@ const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 constexpr xcb_keysym_t keysymBackspace = 0xff08;
 constexpr xcb_keysym_t keysymTab = 0xff09;
 constexpr xcb_keysym_t keysymReturn = 0xff0d;
+constexpr xcb_keysym_t keysymEscape = 0xff1b;
 constexpr xcb_keysym_t keysymSpace = 0x20;
 
 constexpr std::size_t keyCount = 40;
@@ -229,6 +233,7 @@ class PrivacyTest final : public QObject {
 
 private slots:
     void whichKeysWerePressedIsNowhereToBeFound();
+    void aCrashLeavesNoCoreFile();
     void aWholeSessionOpensNoNetworkSocket();
     void aNetworkSocketWouldBeNoticed();
     void holdingAKeyCountsOnce();
@@ -250,6 +255,22 @@ void PrivacyTest::whichKeysWerePressedIsNowhereToBeFound()
     QCOMPARE(other.messages, one.messages);
     QCOMPARE(one.output, QByteArray());
     QCOMPARE(other.output, QByteArray());
+}
+
+// It would hold what was typed last in another program, too late to be wiped.
+void PrivacyTest::aCrashLeavesNoCoreFile()
+{
+    VirtualDesktop desktop;
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+    writeSettingsFile(desktop, "[General]\nhasCompletedOnboarding=true\n");
+    RunningKnucklet knucklet(desktop, program);
+    QVERIFY(knucklet.awaitCounting());
+
+    rlimit limit {};
+    QCOMPARE(prlimit(static_cast<pid_t>(knucklet.processId()), RLIMIT_CORE, nullptr, &limit), 0);
+
+    // The kernel takes this for none at all, also where it hands cores to a program.
+    QCOMPARE_LE(limit.rlim_cur, rlim_t { 1 });
 }
 
 void PrivacyTest::aWholeSessionOpensNoNetworkSocket()
@@ -296,6 +317,23 @@ void PrivacyTest::aWholeSessionOpensNoNetworkSocket()
     // Copy, which moves to its place when the last button has come.
     const auto card = windows.place(windows.find("Day Card"));
     QTRY_VERIFY(clickAt(card.bottomLeft() + QPoint(76, -34)) && windows.hasSelectionOwner("CLIPBOARD"));
+    // Save and Share, which open a dialog and a menu of the program's own where there is no portal.
+    QTRY_COMPARE(windows.active(), windows.find("Day Card"));
+    QVERIFY(clickAt(card.bottomLeft() + QPoint(187, -34)));
+    QTRY_VERIFY(windows.find("Save PNG") != XCB_WINDOW_NONE && windows.active() == windows.find("Save PNG"));
+    injector.typeKey(injector.keyCode(keysymReturn));
+    injector.sync();
+    QTRY_COMPARE(windows.find("Save PNG"), xcb_window_t { XCB_WINDOW_NONE });
+    QTRY_COMPARE(windows.active(), windows.find("Day Card"));
+    QVERIFY(clickAt(card.bottomLeft() + QPoint(297, -34)));
+    const QDir shared(desktop.folder() + "/runtime/knucklet");
+    QTRY_VERIFY(!shared.isEmpty());
+    // The menu comes when it is clear that there is no portal, and has the picture until it goes.
+    const auto escape = [&] {
+        injector.typeKey(injector.keyCode(keysymEscape));
+        injector.sync();
+    };
+    QTRY_VERIFY((escape(), shared.isEmpty()));
     QVERIFY(knucklet.choose("Setup Assistant…"));
     QTRY_COMPARE(assistantPage(desktop), std::optional(0));
     QVERIFY(knucklet.choose("Quit Knucklet"));

@@ -1,5 +1,6 @@
 #include "platform/linux/process/Child.h"
 
+#include "platform/linux/process/CoreFiles.h"
 #include "platform/linux/windows/ServedLoop.h"
 #include "support/Files.h"
 #include "support/ForkedChild.h"
@@ -12,10 +13,12 @@
 #include <QTest>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 
@@ -67,6 +70,7 @@ private slots:
     void itMayBeDestroyedInItsOwnCall();
     void itHasNoSignalBlockedOrIgnored();
     void aHangupThatIsIgnoredStaysIgnored();
+    void itMayLeaveACoreFileThoughThisProgramDoesNot();
     void itGetsNoDescriptorButItsStreams();
     void itsStreamsLeadNowhere();
     void itStartsWhereNoStandardStreamIsOpen();
@@ -293,6 +297,25 @@ void ChildTest::aHangupThatIsIgnoredStaysIgnored()
     });
 
     QCOMPARE(QByteArray::fromStdString(end.answer), QByteArray("1"));
+}
+
+void ChildTest::itMayLeaveACoreFileThoughThisProgramDoesNot()
+{
+    rlimit limit {};
+    QCOMPARE(getrlimit(RLIMIT_CORE, &limit), 0);
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 8192);
+    QCOMPARE(setrlimit(RLIMIT_CORE, &limit), 0);
+    leaveNoCoreFile();
+
+    const auto child
+        = Child::start(loop, { "grep", "core file", "/proc/self/limits" }, ChildStreams::InputAndOutputHere);
+    QVERIFY(child->waitForEnd(longEnough));
+
+    const auto words = QByteArray::fromStdString(child->output()).simplified().split(' ');
+    QCOMPARE(words.value(4), QByteArray::number(static_cast<qulonglong>(limit.rlim_cur)));
+    rlimit here {};
+    QCOMPARE(getrlimit(RLIMIT_CORE, &here), 0);
+    QCOMPARE_LE(here.rlim_cur, rlim_t { 1 });
 }
 
 void ChildTest::itGetsNoDescriptorButItsStreams()

@@ -1,5 +1,7 @@
 #include "platform/linux/process/Child.h"
 
+#include "platform/linux/process/CoreFiles.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -90,6 +92,7 @@ std::optional<pid_t> spawn(const Command& command, StreamActions& streams, short
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
 
+    const ChildrenMayLeaveCoreFiles asBefore;
     pid_t id = 0;
     const int error = posix_spawnp(
         &id, arguments.front(), streams.withNothingElse(), &attributes, arguments.data(), environ);

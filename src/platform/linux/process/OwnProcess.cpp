@@ -1,6 +1,7 @@
 #include "platform/linux/process/OwnProcess.h"
 
 #include "platform/linux/process/Child.h"
+#include "platform/linux/process/CoreFiles.h"
 #include "support/InstalledFiles.h"
 
 #include <sys/signalfd.h>
@@ -47,6 +48,7 @@ OwnProcess::OwnProcess(EventLoop& loop, Duties duties)
     , duties(std::move(duties))
 {
     processAtExit = this;
+    leaveNoCoreFile();
     holdEndingSignals();
     const auto ending = endingSignals();
     signalQueue = FileDescriptor(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
