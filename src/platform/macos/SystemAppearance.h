@@ -4,7 +4,7 @@
 
 @class KnuckletAppearanceListener;
 
-/// The appearance of the application object, and the user's wish for less motion.
+/// The appearance of the application object, the accent color, and the user's wish for less motion.
 class SystemAppearance final : public Appearance {
 public:
     SystemAppearance();
@@ -14,6 +14,7 @@ public:
 
     ColorScheme colorScheme() const override;
     Motion motion() const override;
+    std::optional<AccentColor> accent() const override;
     Observers::Subscription observe(std::function<void()> changed) override;
 
 private:

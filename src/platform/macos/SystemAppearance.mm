@@ -30,6 +30,10 @@ NSString* const appearanceKey = @"effectiveAppearance";
                 forKeyPath:appearanceKey
                    options:NSKeyValueObservingOptionNew
                    context:nullptr];
+        [NSNotificationCenter.defaultCenter addObserver:self
+                                               selector:@selector(changed:)
+                                                   name:NSSystemColorsDidChangeNotification
+                                                 object:nil];
         [NSWorkspace.sharedWorkspace.notificationCenter
             addObserver:self
                selector:@selector(changed:)
@@ -42,6 +46,7 @@ NSString* const appearanceKey = @"effectiveAppearance";
 - (void)stop
 {
     [NSApp removeObserver:self forKeyPath:appearanceKey];
+    [NSNotificationCenter.defaultCenter removeObserver:self];
     [NSWorkspace.sharedWorkspace.notificationCenter removeObserver:self];
 }
 
@@ -78,6 +83,14 @@ Motion SystemAppearance::motion() const
 {
     return NSWorkspace.sharedWorkspace.accessibilityDisplayShouldReduceMotion ? Motion::Reduced
                                                                               : Motion::Full;
+}
+
+std::optional<AccentColor> SystemAppearance::accent() const
+{
+    NSColor* const color = [NSColor.controlAccentColor colorUsingColorSpace:NSColorSpace.sRGBColorSpace];
+    if (!color)
+        return {};
+    return AccentColor { color.redComponent, color.greenComponent, color.blueComponent };
 }
 
 Observers::Subscription SystemAppearance::observe(std::function<void()> changed)

@@ -83,6 +83,20 @@ extern "C" NSAppearanceName const NSAppearanceNameDarkAqua DECLARED_AVAILABLE(10
 - (nullable NSAppearanceName)bestMatchFromAppearancesWithNames:(NSArray<NSAppearanceName>*)names;
 @end
 
+extern "C" NSNotificationName const NSSystemColorsDidChangeNotification;
+
+@interface NSColorSpace : NSObject
+@property (class, readonly, strong) NSColorSpace* sRGBColorSpace;
+@end
+
+@interface NSColor : NSObject
+@property (class, readonly, strong) NSColor* controlAccentColor DECLARED_AVAILABLE(10.14);
+- (nullable NSColor*)colorUsingColorSpace:(NSColorSpace*)space;
+@property (readonly) CGFloat redComponent;
+@property (readonly) CGFloat greenComponent;
+@property (readonly) CGFloat blueComponent;
+@end
+
 @interface NSScreen : NSObject
 @property (class, readonly, copy) NSArray<NSScreen*>* screens;
 @property (readonly) NSRect frame;
