@@ -280,7 +280,7 @@ void ShareCardViewTest::textsStandOutAsFarAsTheirColorsDo()
 
     // On the poster's base color, which the middle of its picture is darkened to.
     const auto base = QColor::fromRgbF(0.11F, 0.13F, 0.19F);
-    const auto ink = find(*drawing, text)->color;
+    const auto ink = textOf(*drawing, text).color;
     const auto mixed
         = [&](float top, float bottom) { return top * ink.alphaF() + bottom * (1 - ink.alphaF()); };
     const auto seen = QColor::fromRgbF(
@@ -647,7 +647,7 @@ void ShareCardViewTest::theWeekRunsAsTheLanguageReads()
         QVERIFY(isNear(mirrored[i].box.top(), first[i].box.top()));
         QVERIFY(isNear(mirrored[i].box.height(), first[i].box.height()));
     }
-    QCOMPARE(find(*drawing, "CLICKS CLICKED")->begin, find(*before, "CLICKS CLICKED")->begin);
+    QCOMPARE(textOf(*drawing, "CLICKS CLICKED").begin, textOf(*before, "CLICKS CLICKED").begin);
 }
 
 void ShareCardViewTest::aBarIsAsHighAsItsShareOfThePeak()
