@@ -449,9 +449,9 @@ StackView column(Views children, StackLook look)
         std::move(children));
 }
 
-View scroller(View content, int page)
+ScrollerView scroller(View content, int page)
 {
-    return View::ofScroller([page](Scroller& scroller) { scroller.setPage(page); }, std::move(content));
+    return ScrollerView([page](Scroller& scroller) { scroller.setPage(page); }, std::move(content));
 }
 
 View label(const QString& text, Qt::Alignment alignment)

@@ -21,7 +21,7 @@ StackView column(Views children, StackLook look = {});
 
 /// Shows the content in the room that is left over, scrolled where that is too low for it. Another `page`
 /// begins at its top.
-View scroller(View content, int page);
+ScrollerView scroller(View content, int page);
 
 /// One line, truncated at its end where there is not enough room.
 View label(const QString& text, Qt::Alignment alignment = Qt::AlignLeft);

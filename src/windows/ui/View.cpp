@@ -62,13 +62,6 @@ Views::Views(std::vector<View> list)
 {
 }
 
-View View::ofScroller(std::function<void(Scroller&)> configure, View content)
-{
-    auto view = View::of<Scroller>(std::move(configure));
-    view.children.push_back(std::move(content));
-    return view;
-}
-
 View View::font(int size, QFont::Weight weight) &&
 {
     ownFont = ::font(size, weight);
@@ -144,6 +137,12 @@ StackView StackView::animated(int newState) &&
 {
     state = newState;
     return std::move(*this);
+}
+
+ScrollerView::ScrollerView(std::function<void(Scroller&)> configure, View content)
+    : View(View::of<Scroller>(std::move(configure)))
+{
+    children.push_back(std::move(content));
 }
 
 PictureView::PictureView(std::function<void(Picture&)> configure)

@@ -43,8 +43,6 @@ public:
     /// cheap when nothing has changed.
     template <typename Widget>
     static View of(std::function<void(Widget&)> configure);
-    /// A scroller; what it shows is its only child.
-    static View ofScroller(std::function<void(Scroller&)> configure, View content);
 
     // The font and the color hold for everything inside, too.
     View font(int size, QFont::Weight weight = QFont::Normal) &&;
@@ -63,6 +61,7 @@ public:
 private:
     friend class Host;
     friend class PictureView;
+    friend class ScrollerView;
     friend class StackView;
 
     struct Background {
@@ -105,6 +104,13 @@ public:
     /// When this number changes, the content fades over to the new one and the height springs to what that
     /// needs.
     StackView animated(int newState) &&;
+};
+
+/// A view of a scroller, in the same way.
+class ScrollerView final : public View {
+public:
+    /// `configure` as in `View`.
+    ScrollerView(std::function<void(Scroller&)> configure, View content);
 };
 
 /// A view of a picture, in the same way.

@@ -1,5 +1,7 @@
 #include "platform/linux/portal/SaveDialog.h"
 #include "platform/linux/portal/ShareChooser.h"
+#include "platform/linux/process/SharedPictures.h"
+#include "platform/linux/process/XdgFolders.h"
 #include "support/GoldenPicture.h"
 #include "support/PrivateBus.h"
 #include "support/TestArea.h"
@@ -156,7 +158,9 @@ void PictureServicesGoldenTest::theShareMenuLooksAsItDid()
         "[MIME Cache]\nimage/png=Painter.desktop;Viewer.desktop;\n");
     writeFile(folder->filePath("bin/xdg-email"), "#!/bin/sh\n");
     QFile::setPermissions(folder->filePath("bin/xdg-email"), QFile::ReadOwner | QFile::ExeOwner);
-    ShareChooser sheet(connection());
+    const XdgFolders folders;
+    const SharedPictures pictures { folders };
+    ShareChooser sheet(connection(), pictures);
     sheet.share("picture", "Knucklet day card");
     QTRY_VERIFY(openWindow<QMenu>());
     auto& menu = *openWindow<QMenu>();

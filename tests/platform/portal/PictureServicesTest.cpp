@@ -470,7 +470,7 @@ void PictureServicesTest::theMenuOpensAtTheButtonThatAskedForIt()
     button.setFocus();
     // Where the pointer happens to be.
     QCursor::setPos(window.mapToGlobal(QPoint(150, 100)));
-    ShareChooser sheet(connection());
+    ShareChooser sheet(connection(), pictures);
 
     sheet.share("picture", "Knucklet day card");
 
