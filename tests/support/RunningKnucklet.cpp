@@ -23,8 +23,9 @@ namespace {
 const QString itemInterface = QStringLiteral("org.kde.StatusNotifierItem");
 const QString menuInterface = QStringLiteral("com.canonical.dbusmenu");
 
-/// In pixels, of a bar that is 28 high.
-constexpr QSize iconSize { 20, 14 };
+/// In pixels, of a bar that is 28 high: that of the keyboard alone, which bars show on a badge where they
+/// take the icon from the program itself.
+constexpr QSize leastIcon { 20, 14 };
 
 QByteArray readAll(const QString& path)
 {
@@ -123,7 +124,8 @@ QRect RunningKnucklet::icon(const QRect& tray) const
     empty.fill(picture.pixelColor(0, 0));
     const auto visible = difference(empty, picture);
     // A bar shows a part of the icon while it makes room for it.
-    return visible.size() == iconSize ? visible.translated(tray.topLeft()) : QRect();
+    const bool isWhole = visible.width() >= leastIcon.width() && visible.height() >= leastIcon.height();
+    return isWhole ? visible.translated(tray.topLeft()) : QRect();
 }
 
 QVariant RunningKnucklet::itemProperty(const QString& name) const

@@ -5,7 +5,8 @@
 
 namespace {
 
-// Not 0: where the kernel hands cores to a program, as to those that collect crashes, it heeds this limit only.
+// Not 0: where the kernel hands cores to a program, as to those that collect crashes, it heeds this limit
+// only.
 constexpr rlim_t none = 1;
 
 std::optional<rlim_t> limitBefore;
