@@ -199,10 +199,13 @@ std::vector<QRect> ShareCardDesktopTest::buttons() const
 
 bool ShareCardDesktopTest::clickButton(std::size_t index) const
 {
-    const auto found = buttons();
-    if (found.size() != 3)
+    // The button below the pointer has another color.
+    const auto corner = windows->place(windows->find(title)).topLeft();
+    injector->moveTo(static_cast<std::int16_t>(corner.x()), static_cast<std::int16_t>(corner.y()));
+    injector->sync();
+    if (!await([this] { return buttons().size() == 3; }))
         return false;
-    const auto place = found[index].center();
+    const auto place = buttons()[index].center();
     const auto before = knucklet->toolTip();
     injector->moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
     injector->pressButton(1);

@@ -78,9 +78,11 @@ void ScreensTest::aPictureIsAsSharpAsTheScreenThatItIsOn()
     Host host(stripes);
     host.show();
     moveToPlainScreen(host);
+    QTRY_COMPARE(host.devicePixelRatio(), 1.0);
     const auto plain = host.grab().toImage();
 
     moveToFineScreen(host);
+    QTRY_COMPARE(host.devicePixelRatio(), 2.0);
     const auto fine = host.grab().toImage();
 
     QCOMPARE(plain.size(), QSize(40, 40));

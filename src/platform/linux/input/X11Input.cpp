@@ -285,8 +285,8 @@ bool X11Input::dispatch()
     const bool hasCome = receive();
     handleReceived();
     // The keyboard's answer may have brought presses along.
-    receive();
-    dispatchLater();
+    if (receive())
+        dispatchLater();
     noticeLoss();
     return hasCome;
 }
