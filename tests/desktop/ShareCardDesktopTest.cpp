@@ -436,11 +436,9 @@ void ShareCardDesktopTest::aSharedPictureGoesWithTheProgram()
     put(data + "applications/mimeinfo.cache", "[MIME Cache]\nimage/png=viewer.desktop;\n");
     QVERIFY(start());
     QVERIFY(openCard());
-    const auto share = buttons().at(2).center();
     QVERIFY(clickButton(2));
-    // The menu begins at the pointer, and reaches beyond the card. The viewer comes first in it.
-    const QRect besideCard(windows->place(windows->find(title)).right() + 5, share.y() + 5, 10, 10);
-    QTRY_COMPARE(screenshot(desktop->display(), besideCard).pixelColor(5, 5), QColor(Qt::white));
+    // As long as the menu is open. The viewer comes first in it.
+    QTRY_VERIFY(windows->isKeyboardGrabbed());
     type(keysymDown);
     type(keysymReturn);
     QTRY_COMPARE(savedPictures().size(), 1);
