@@ -58,17 +58,10 @@ AppState::AppState(Platform& platform, const WindowFactories& windows)
 
     startSaveTimer();
     // No rollover here: what was counted belongs to the day it was counted for.
-    platform.desktop().onWillTerminate([weak = std::weak_ptr(self)] {
-        if (const auto state = weak.lock())
-            state->store.saveIfDirty();
-    });
+    platform.desktop().onWillTerminate(lifetime.guard([this] { store.saveIfDirty(); }));
 
-    if (!hasCompletedOnboarding) {
-        platform.timers().callLater([weak = std::weak_ptr(self)] {
-            if (const auto state = weak.lock())
-                state->onboarding->show(*state, 0);
-        });
-    }
+    if (!hasCompletedOnboarding)
+        platform.timers().callLater(lifetime.guard([this] { onboarding->show(*this, 0); }));
 }
 
 Observers::Subscription AppState::observe(std::function<void()> changed)
@@ -88,12 +81,8 @@ void AppState::finishOnboarding()
 void AppState::relaunch()
 {
     store.saveIfDirty();
-    platform.desktop().openNewInstance([weak = std::weak_ptr(self)] {
-        if (const auto state = weak.lock()) {
-            state->platform.timers().callLater(
-                [&desktop = state->platform.desktop()] { desktop.terminate(); });
-        }
-    });
+    platform.desktop().openNewInstance(lifetime.guard(
+        [this] { platform.timers().callLater([&desktop = platform.desktop()] { desktop.terminate(); }); }));
 }
 
 // A refusal assigns what the system says instead, which comes back here: asking for what is already so should
@@ -112,10 +101,8 @@ void AppState::applyLaunchAtLogin()
 
 void AppState::startTap()
 {
-    const bool isCreated = platform.eventTap().create([weak = std::weak_ptr(self)](const TapEvent& event) {
-        if (const auto state = weak.lock())
-            state->handle(event);
-    });
+    const bool isCreated
+        = platform.eventTap().create(lifetime.guard([this](const TapEvent& event) { handle(event); }));
     if (!isCreated) {
         needsRelaunch = true;
         startMouseMonitor();
@@ -131,11 +118,8 @@ void AppState::startMouseMonitor()
 {
     if (mouseMonitor)
         return;
-    const bool isStarted
-        = platform.mouseMonitor().start([weak = std::weak_ptr(self)](std::optional<Moment> moment) {
-              if (const auto state = weak.lock())
-                  state->count({ .keys = 0, .clicks = 1 }, moment);
-          });
+    const bool isStarted = platform.mouseMonitor().start(
+        lifetime.guard([this](std::optional<Moment> moment) { count({ .keys = 0, .clicks = 1 }, moment); }));
     if (isStarted)
         mouseMonitor = &platform.mouseMonitor();
 }
@@ -150,23 +134,19 @@ void AppState::stopMouseMonitor()
 
 void AppState::startPermissionTimer()
 {
-    permissionTimer = platform.timers().scheduleRepeating(permissionInterval, [weak = std::weak_ptr(self)] {
-        if (const auto state = weak.lock())
-            state->pollPermission();
-    });
+    permissionTimer = platform.timers().scheduleRepeating(
+        permissionInterval, lifetime.guard([this] { pollPermission(); }));
 }
 
 void AppState::startSaveTimer()
 {
-    saveTimer = platform.timers().scheduleRepeating(saveInterval, [weak = std::weak_ptr(self)] {
-        if (const auto state = weak.lock()) {
-            // The zone may have changed, and with it the day. A press does not look: that would cost it more
-            // than all the rest.
-            state->todaySpan = {};
-            state->rollDayIfNeeded();
-            state->store.saveIfDirty();
-        }
-    });
+    saveTimer = platform.timers().scheduleRepeating(saveInterval, lifetime.guard([this] {
+        // The zone may have changed, and with it the day. A press does not look: that would cost it more than
+        // all the rest.
+        todaySpan = {};
+        rollDayIfNeeded();
+        store.saveIfDirty();
+    }));
 }
 
 void AppState::pollPermission()

@@ -6,6 +6,7 @@
 #include "platform/EventTap.h"
 #include "platform/MouseMonitor.h"
 #include "platform/Timers.h"
+#include "support/Lifetime.h"
 #include "support/Observers.h"
 #include "support/Published.h"
 
@@ -83,6 +84,5 @@ private:
     int loginItemRefusals = 0;
     /// The moments that belong to `todayKey`, as far as they were worked out.
     DaySpan todaySpan;
-    /// What closures handed to the platform hold on to, weakly.
-    std::shared_ptr<AppState> self { this, [](AppState*) {} };
+    Lifetime lifetime;
 };
