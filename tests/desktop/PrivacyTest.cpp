@@ -277,6 +277,7 @@ void PrivacyTest::aWholeSessionOpensNoNetworkSocket()
 {
     VirtualDesktop desktop({ .windowManager = true, .panel = true });
     QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+    writeViewer(desktop, "true %f");
     Injector injector(desktop.display());
     const DesktopWindows windows(desktop.display());
     RunningKnucklet knucklet(desktop, observed(desktop, program));

@@ -20,7 +20,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <tuple>
@@ -429,11 +428,7 @@ void ShareCardDesktopTest::aSharedPictureGoesWithTheProgram_data()
 void ShareCardDesktopTest::aSharedPictureGoesWithTheProgram()
 {
     QFETCH(const std::function<void()>, end);
-    const auto data = desktop->folder().toStdString() + "/home/.local/share/";
-    std::filesystem::create_directories(data + "applications");
-    put(data + "applications/viewer.desktop",
-        "[Desktop Entry]\nType=Application\nName=Viewer\nExec=cp %f " + pictures().toStdString() + "\n");
-    put(data + "applications/mimeinfo.cache", "[MIME Cache]\nimage/png=viewer.desktop;\n");
+    writeViewer(*desktop, "cp %f " + pictures().toUtf8());
     QVERIFY(start());
     QVERIFY(openCard());
     QVERIFY(clickButton(2));

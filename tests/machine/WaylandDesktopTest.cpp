@@ -145,19 +145,24 @@ void WaylandDesktopTest::clickInAssistant(QPoint place)
 
 QPoint WaylandDesktopTest::prominentButton()
 {
-    const QImage picture = assistant();
+    // The button that goes on has another color below the pointer.
+    machine->moveTo({ 0, 0 });
     // Both left of their texts, which are in their middles.
-    const QRgb color = picture.pixel(continueButton - QPoint(27, 0));
     constexpr int x = 205;
     int first = -1;
     int last = -1;
-    for (int y = 0; y < continueButton.y() - 50; ++y) {
-        if (picture.pixel(x, y) != color)
-            continue;
-        first = first < 0 ? y : first;
-        last = y;
-    }
-    return { picture.width() / 2, (first + last) / 2 };
+    const auto find = [&] {
+        const QImage picture = assistant();
+        const QRgb color = picture.pixel(continueButton - QPoint(27, 0));
+        for (int y = 0; y < continueButton.y() - 50; ++y) {
+            if (picture.pixel(x, y) != color)
+                continue;
+            first = first < 0 ? y : first;
+            last = y;
+        }
+        return first >= 0;
+    };
+    return await(find) ? QPoint(assistantPlace().width() / 2, (first + last) / 2) : QPoint();
 }
 
 void WaylandDesktopTest::onePressAndThePasswordGrantCountingForGood()

@@ -247,3 +247,11 @@ void writeSettingsFile(const VirtualDesktop& desktop, const QByteArray& text)
 {
     writeAll(settingsPath(desktop), text);
 }
+
+void writeViewer(const VirtualDesktop& desktop, const QByteArray& command)
+{
+    const auto applications = desktop.folder() + "/home/.local/share/applications/";
+    writeAll(applications + "viewer.desktop",
+        "[Desktop Entry]\nType=Application\nName=Viewer\nExec=" + command + '\n');
+    writeAll(applications + "mimeinfo.cache", "[MIME Cache]\nimage/png=viewer.desktop;\n");
+}

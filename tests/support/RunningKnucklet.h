@@ -82,3 +82,6 @@ void writeStatsFile(const VirtualDesktop& desktop, const QByteArray& text);
 /// The text of the program's settings file of a desktop's user; null when there is none.
 QByteArray settingsFile(const VirtualDesktop& desktop);
 void writeSettingsFile(const VirtualDesktop& desktop, const QByteArray& text);
+/// Gives a desktop's user a program that opens pictures with this command line, and is the only one of its
+/// own.
+void writeViewer(const VirtualDesktop& desktop, const QByteArray& command);
