@@ -114,11 +114,22 @@ void GnomeTest::init()
     pointer = stillScreenshot(desktop->display(), aroundPointer);
 
     writeSettingsFile(*desktop, "[General]\nhasCompletedOnboarding=true\nshowCountsInMenuBar=true\n");
-    knucklet = std::make_unique<RunningKnucklet>(*desktop, program);
-    QVERIFY(knucklet->awaitItem());
     const auto found
         = [this] { return difference(emptyTray, tray()).translated(desktop->size().width() / 2 + 200, 0); };
-    QTRY_VERIFY(found().width() > 30);
+    // On a busy machine the extension may fail at an item: it shows it without its menu, and removes it a
+    // second later. Another start is another item.
+    const auto failures = [this] { return desktop->logOf("gnome-shell").count("While initalizing proxy"); };
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        const auto before = failures();
+        knucklet.reset();
+        knucklet = std::make_unique<RunningKnucklet>(*desktop, program);
+        QVERIFY(knucklet->awaitItem());
+        QTRY_VERIFY(found().width() > 30);
+        if (failures() == before)
+            break;
+        QVERIFY(knucklet->end(SIGTERM));
+        QTRY_VERIFY(found().isNull());
+    }
     item = found();
 }
 

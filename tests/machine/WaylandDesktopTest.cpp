@@ -148,12 +148,12 @@ QPoint WaylandDesktopTest::prominentButton()
     // The button that goes on has another color below the pointer.
     machine->moveTo({ 0, 0 });
     // Both left of their texts, which are in their middles.
-    constexpr int x = 205;
+    constexpr int x = 168;
     int first = -1;
     int last = -1;
     const auto find = [&] {
         const QImage picture = assistant();
-        const QRgb color = picture.pixel(continueButton - QPoint(27, 0));
+        const QRgb color = picture.pixel(continueButton - QPoint(22, 0));
         for (int y = 0; y < continueButton.y() - 50; ++y) {
             if (picture.pixel(x, y) != color)
                 continue;

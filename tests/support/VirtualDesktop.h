@@ -74,6 +74,9 @@ public:
     void freezeServer();
     void thawServer();
 
+    /// What a part of the desktop has written so far, by its program's name.
+    QString logOf(const QString& program) const;
+
 private:
     struct PartOptions;
 
@@ -90,7 +93,6 @@ private:
     QByteArray awaitFirstLine();
     void killPart(std::size_t place);
     bool fail();
-    QString logOf(const QString& program) const;
 
     DesktopParts parts;
     QTemporaryDir directory;
