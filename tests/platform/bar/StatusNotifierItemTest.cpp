@@ -207,6 +207,7 @@ private slots:
     void itRegistersWithAWatcherThatComesLater();
     void itRegistersAgainWithEachNewWatcher();
     void itRegistersWithAWatcherThatTakesOver();
+    void aBarThatLosesItemsWithNamesHearsOfItsPlace();
     void withoutABusItRunsOn();
     void whenTheBusIsLostThereIsNoWatcher();
     void aBusThatHangsHoldsUpNobody();
@@ -395,6 +396,15 @@ void StatusNotifierItemTest::itRegistersWithAWatcherThatTakesOver()
     const Watcher second(bus->address(), "second watcher");
 
     QTRY_COMPARE(second.registered, QStringList(itemService()));
+}
+
+void StatusNotifierItemTest::aBarThatLosesItemsWithNamesHearsOfItsPlace()
+{
+    const Watcher watcher(bus->address(), "gnome-shell");
+
+    install();
+
+    QTRY_COMPARE(watcher.registered, QStringList(itemPath));
 }
 
 void StatusNotifierItemTest::withoutABusItRunsOn()
@@ -606,7 +616,7 @@ void StatusNotifierItemTest::aBarThatReadsTheLabelTooEarlyIsToldOfItOnceMore()
     const Watcher watcher(bus->address(), "gnome-shell");
     install();
     item->setLabel({ "1 · 2", "1 keys · 2 clicks" });
-    QTRY_COMPARE(watcher.registered, QStringList(itemService()));
+    QTRY_COMPARE(watcher.registered, QStringList(itemPath));
     QCOMPARE(property("XAyatanaLabel"), "1 · 2");
     const SignalLog log(*host);
 

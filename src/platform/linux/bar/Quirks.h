@@ -16,5 +16,7 @@ bool drawsNamedIconsUncolored(const std::string& bar);
 /// Looks at the label before it can show one, and from then on at changes only. It can when it introspects
 /// the item.
 bool readsLabelTooEarly(const std::string& bar);
+/// Forgets what it has read of an item that is registered by a name when it hears of the name afterwards.
+bool losesItemsWithNames(const std::string& bar);
 /// Says where within the icon a click was, not where on the screen.
 bool countsPlacesFromTheIcon(const std::string& bar);

@@ -15,6 +15,7 @@ constexpr const char* watcherName = "org.kde.StatusNotifierWatcher";
 constexpr const char* busName = "org.freedesktop.DBus";
 constexpr const char* busPath = "/org/freedesktop/DBus";
 constexpr const char* noOwner = "org.freedesktop.DBus.Error.NameHasNoOwner";
+constexpr const char* itemPath = "/StatusNotifierItem";
 constexpr const char* menuPath = "/MenuBar";
 
 /// A name of its own that nobody else waits for.
@@ -78,7 +79,7 @@ void StatusNotifierItem::install(MenuBarAction activated, std::vector<MenuBarCom
 
     // All there is to see stands before anybody hears of it.
     menu = std::make_unique<DbusMenu>(loop, bus, menuPath, std::move(commands), [this] { return place({}); });
-    object = std::make_unique<BusObject>(bus, "/StatusNotifierItem", description());
+    object = std::make_unique<BusObject>(bus, itemPath, description());
     bus.send({ busName, busPath, busName, "RequestName", [](BusWriter& arguments) {
                   arguments.writeString(itemName());
                   arguments.writeUint32(doNotQueue);
@@ -226,7 +227,9 @@ void StatusNotifierItem::watcherAppeared(std::uint32_t processId)
     pixmaps.clear();
 
     bus.send({ watcherName, "/StatusNotifierWatcher", watcherName, "RegisterStatusNotifierItem",
-        [](BusWriter& arguments) { arguments.writeString(itemName()); } });
+        [this](BusWriter& arguments) {
+            arguments.writeString(losesItemsWithNames(bar) ? itemPath : itemName());
+        } });
     watcherIs(WatcherState::Present);
 }
 
