@@ -78,7 +78,7 @@ private:
     Bus systemBus { loop, Bus::WellKnown::System };
     Bus sessionBus { loop, Bus::WellKnown::Session };
     // Presses that wait are those of before.
-    SessionLock lock { systemBus, [this] { input.drain(); } };
+    SessionLock lock { systemBus, [this] { input.receive(); } };
     SystemClock wallClock;
     X11Input x11 { loop, wallClock, [this] { displayLost(); } };
     WaylandDisplay compositor { loop, [this] { running.displayLost(); } };

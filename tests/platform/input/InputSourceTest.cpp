@@ -15,6 +15,7 @@
 #include <QTest>
 
 #include <X11/keysym.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -79,12 +80,15 @@ private slots:
     void onWaylandTheXServerIsNeverTakenForTheTap();
     void onWaylandTheXServerServesTheMonitor();
     void nothingCountsWhileAWaylandSessionIsLocked();
+    void whatHasComeIsReceivedAndTheTapRunsOn();
     void aNoticeIsPassedOnWhileTheSessionIsLocked();
     void everyKeyCountsInBothSessionsOrInNone();
 
 private:
     std::string helper(const QByteArray& body) const { return script(*folder, "helper", body).toStdString(); }
     void press();
+    /// A named pipe: whoever opens it waits for the other end.
+    QByteArray pipe(const QString& name) const;
 
     SystemClock clock;
     EventLoop loop;
@@ -111,6 +115,13 @@ void InputSourceTest::cleanup()
 {
     injector.reset();
     desktop.reset();
+}
+
+QByteArray InputSourceTest::pipe(const QString& name) const
+{
+    const QByteArray path = QFile::encodeName(folder->filePath(name));
+    mkfifo(path.constData(), 0600);
+    return path;
 }
 
 void InputSourceTest::press()
@@ -217,6 +228,29 @@ void InputSourceTest::nothingCountsWhileAWaylandSessionIsLocked()
 
     QCOMPARE(keysWhileLocked, 0);
     QCOMPARE(reports.keys, 3);
+}
+
+void InputSourceTest::whatHasComeIsReceivedAndTheTapRunsOn()
+{
+    const QByteArray written = pipe("written");
+    const QByteArray goOn = pipe("go-on");
+    X11Input x11 { loop, clock };
+    WaylandTap wayland(loop,
+        helper(QByteArray(greet) + writeThreeKeys + "echo >" + written + "\ncat " + goOn + "\n"
+            + writeThreeKeys + "cat\n"));
+    InputSource input(x11, wayland, [this] { return isLocked; });
+    Reports reports;
+    startTap(input, reports);
+    QFile reading(written);
+    QVERIFY(reading.open(QIODevice::ReadOnly));
+    QCOMPARE(reading.readAll(), "\n");
+
+    input.receive();
+    const int received = reports.keys;
+    QVERIFY(QFile(goOn).open(QIODevice::WriteOnly));
+
+    QCOMPARE(received, 3);
+    QTRY_COMPARE(reports.keys, 6);
 }
 
 void InputSourceTest::aNoticeIsPassedOnWhileTheSessionIsLocked()

@@ -14,6 +14,12 @@ InputSource::InputSource(X11Input& x11, WaylandTap& wayland, std::function<bool(
 {
 }
 
+void InputSource::receive()
+{
+    wayland.receive();
+    x11.drain();
+}
+
 void InputSource::drain()
 {
     wayland.drain();

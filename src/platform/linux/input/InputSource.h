@@ -17,7 +17,9 @@ public:
 
     EventTap& eventTap() { return *this; }
 
-    /// Delivers all presses so far. For the moment before the last save.
+    /// Delivers what has been pressed so far, but for the tenth of a second that a helper may hold back.
+    void receive();
+    /// Delivers all presses so far, and no more of a helper. For the moment before the last save.
     void drain();
 
 private:

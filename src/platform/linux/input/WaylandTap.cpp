@@ -59,6 +59,13 @@ void WaylandTap::enable()
         helperEnded();
 }
 
+void WaylandTap::receive()
+{
+    if (helper)
+        helper->readOutput();
+    readRecords();
+}
+
 void WaylandTap::drain()
 {
     if (helper) {

@@ -23,6 +23,8 @@ public:
     bool create(std::function<void(const TapEvent&)> handler) override;
     void enable() override;
 
+    /// Delivers what the helper has written so far.
+    void receive();
     /// Delivers all presses so far and ends the tap. For the moment before the last save.
     void drain();
 

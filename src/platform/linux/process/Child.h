@@ -53,8 +53,10 @@ public:
     bool waitForOutputOrEnd(std::chrono::milliseconds patience);
     bool waitForEnd(std::chrono::milliseconds patience);
 
-    /// What it has written and nobody has taken yet.
+    /// What it has written, as far as that has been read, and nobody has taken yet.
     std::string& output() { return text; }
+    /// Reads what it has written so far, at most a share of it that does not hold up the loop.
+    void readOutput();
     /// The end of its input.
     void closeInput() { input = {}; }
     void kill();
@@ -64,7 +66,6 @@ private:
         Told told);
 
     void outputReady();
-    void readOutput();
     void ended();
     bool hasEnded();
     bool await(bool orOutput, std::chrono::milliseconds patience);
