@@ -87,7 +87,8 @@ bool RunningKnucklet::awaitItem()
             QStringLiteral("/StatusNotifierWatcher"), QStringLiteral("org.kde.StatusNotifierWatcher"), bus);
         const auto items = watcher.property("RegisteredStatusNotifierItems").toStringList();
         for (const auto& item : items) {
-            const auto name = item.section(QLatin1Char('/'), 0, 0);
+            // The path behind it, and what stands between them, are as each watcher likes.
+            const auto name = item.section(QLatin1Char('/'), 0, 0).section(QLatin1Char('@'), 0, 0);
             const QDBusReply<uint> owner = bus.interface()->servicePid(name);
             if (owner.isValid() && owner.value() == process->processId())
                 service = name;
