@@ -2,8 +2,8 @@
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
 #include "support/Patience.h"
+#include "support/PointAt.h"
 #include "support/RunningKnucklet.h"
-#include "support/ShareButton.h"
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 

@@ -3,9 +3,9 @@
 #include "support/Files.h"
 #include "support/Injector.h"
 #include "support/Patience.h"
+#include "support/PointAt.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
-#include "support/ShareButton.h"
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 

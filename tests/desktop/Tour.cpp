@@ -7,9 +7,9 @@
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
 #include "support/Patience.h"
+#include "support/PointAt.h"
 #include "support/RunningKnucklet.h"
 #include "support/Screenshot.h"
-#include "support/ShareButton.h"
 #include "support/VirtualDesktop.h"
 
 #include <QCoreApplication>

@@ -1,6 +1,7 @@
 #include "support/PanelOnDesktop.h"
 
 #include "support/Patience.h"
+#include "support/PointAt.h"
 #include "support/Screenshot.h"
 
 #include <QTest>
@@ -56,6 +57,14 @@ void PanelOnDesktop::click(QPoint place) const
     moveTo(place);
     injector->click();
     injector->sync();
+}
+
+bool PanelOnDesktop::clickInPanel(QPoint place) const
+{
+    if (!pointAt(*injector, *windows, panel(), place))
+        return false;
+    click(place);
+    return true;
 }
 
 void PanelOnDesktop::clickIcon()

@@ -33,6 +33,8 @@ public:
 
     void moveTo(QPoint place) const;
     void click(QPoint place) const;
+    /// Clicks at a place of the screen that is the panel's once nothing covers it.
+    [[nodiscard]] bool clickInPanel(QPoint place) const;
     void clickIcon();
     void type(xcb_keysym_t symbol, int times = 1) const;
 

@@ -1,10 +1,17 @@
-#include "support/ShareButton.h"
+#include "support/PointAt.h"
 
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
 #include "support/Patience.h"
 
 #include <QTest>
+
+bool pointAt(Injector& injector, const DesktopWindows& windows, xcb_window_t window, QPoint place)
+{
+    injector.moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
+    injector.sync();
+    return QTest::qWaitFor([&] { return windows.top(place) == window; }, patience);
+}
 
 std::optional<QPoint> pointAtShareButton(Injector& injector, const DesktopWindows& windows)
 {
@@ -14,9 +21,7 @@ std::optional<QPoint> pointAtShareButton(Injector& injector, const DesktopWindow
     constexpr QPoint fromCorner(-22, 24);
     constexpr int panelWidth = 300;
     const auto button = place.topRight() + fromCorner * (place.width() / panelWidth);
-    injector.moveTo(static_cast<std::int16_t>(button.x()), static_cast<std::int16_t>(button.y()));
-    injector.sync();
-    if (!QTest::qWaitFor([&] { return windows.top(button) == panel; }, patience))
+    if (!pointAt(injector, windows, panel, button))
         return {};
     return button;
 }
