@@ -8,6 +8,8 @@
 
 #include <QTest>
 
+#include <csignal>
+
 namespace {
 
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
@@ -35,6 +37,7 @@ private slots:
     void theMenuClosesWithEscapeAndWithAClickElsewhere();
     void theMenuIsUsedWithTheKeyboard();
     void withoutAnyBarAnotherStartOpensAWindow();
+    void aFrozenServerDoesNotKeepItFromEnding();
 
 private:
     void startTray();
@@ -219,6 +222,23 @@ void TrayIconTest::withoutAnyBarAnotherStartOpensAWindow()
     injector.sync();
     QTRY_VERIFY(!windows.isShown(window));
     QVERIFY(knucklet.isRunning());
+}
+
+void TrayIconTest::aFrozenServerDoesNotKeepItFromEnding()
+{
+    startTray();
+    RunningKnucklet knucklet(*desktop, program);
+    QTRY_VERIFY(isInTray());
+    // The program sees only then that the tray is gone, and looks for another one.
+    QVERIFY(knucklet.send(SIGSTOP));
+    killTray();
+    QTRY_COMPARE(qGray(screenshot(desktop->display(), trayArea()).pixel(0, 14)), 0);
+    desktop->freezeServer();
+    QVERIFY(knucklet.send(SIGCONT));
+
+    QVERIFY(knucklet.end(SIGTERM));
+
+    desktop->thawServer();
 }
 
 static const TestArea area("TrayIcon", runTest<TrayIconTest>);

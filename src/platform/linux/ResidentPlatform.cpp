@@ -20,7 +20,8 @@ ResidentPlatform::ResidentPlatform()
           {
               .pointer = [this] { return pointer(); },
               .tokenCame = [this](const auto& token) { activationTokenCame(token); },
-          })
+          },
+          [this] { return x11.isStuck(); })
 {
 }
 

@@ -3,6 +3,8 @@
 #include <xcb/xcb.h>
 
 #include <cstdlib>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <string_view>
 
@@ -26,3 +28,34 @@ xcb_window_t rootWindow(xcb_connection_t* connection);
 
 /// Asks the server; XCB_ATOM_NONE when the connection has failed.
 xcb_atom_t atom(xcb_connection_t* connection, std::string_view name);
+
+/// Whether what is written goes to the server without waiting. One that has stopped reading would be waited
+/// for without end.
+bool acceptsRequests(xcb_connection_t* connection);
+
+/// What a server has been asked, and answers when it does: nobody waits for it.
+class XcbQuestions final {
+public:
+    /// Null where the server has refused, and when the connection has failed.
+    using Answered = std::function<void(const void* reply)>;
+
+    /// The connection must outlive it.
+    explicit XcbQuestions(xcb_connection_t* connection)
+        : connection(connection)
+    {
+    }
+
+    /// Takes the number of a request that has been made.
+    void add(unsigned int request, Answered answered);
+    /// Calls for the answers that the connection has received; whether there were any.
+    bool takeAnswers();
+
+private:
+    struct Question {
+        unsigned int request;
+        Answered answered;
+    };
+
+    xcb_connection_t* connection;
+    std::deque<Question> questions;
+};

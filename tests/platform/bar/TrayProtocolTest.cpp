@@ -1,5 +1,9 @@
+#include "platform/linux/bar/BarItem.h"
 #include "platform/linux/bar/TrayIcon.h"
+#include "platform/linux/bus/Bus.h"
+#include "platform/linux/input/X11Input.h"
 #include "platform/linux/windows/ServedLoop.h"
+#include "support/HandMovedClock.h"
 #include "support/Injector.h"
 #include "support/Patience.h"
 #include "support/Screenshot.h"
@@ -11,6 +15,7 @@
 #include <array>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 using namespace std::chrono_literals;
@@ -224,6 +229,8 @@ private slots:
     void rudeTraysAreLeftAlone();
     void announcementsWithoutATrayAskForNothing();
     void aTrayThatResizesAllTheTimeKeepsNobodyWaiting();
+    void aFrozenServerKeepsNobodyWaiting();
+    void noIconIsMadeWhileTheServerIsStuck();
     void theEndOfTheServerIsTheEndOfTheIcon();
 
 private:
@@ -543,7 +550,8 @@ void TrayProtocolTest::announcementsWithoutATrayAskForNothing()
 
 void TrayProtocolTest::aTrayThatResizesAllTheTimeKeepsNobodyWaiting()
 {
-    Tray tray(desktop->display());
+    // With alpha, which is drawn without asking for what is below.
+    Tray tray(desktop->display(), Manners::TakesIn, Alpha::Offered);
     makeShownIcon(tray);
     // Its upper edge, in the middle of the badge.
     const auto showsIcon = [&] { return qRed(trayPicture(24).pixel(12, 7)) > qRed(ground); };
@@ -555,8 +563,8 @@ void TrayProtocolTest::aTrayThatResizesAllTheTimeKeepsNobodyWaiting()
             tray.resize(48 + i % 2);
         tray.resize(24);
         // The answers come with or after what the icon is told.
-        QCOMPARE(tray.depthOfIcon(), trayDepth);
-        QCOMPARE(tray.depthOfIcon(), trayDepth);
+        QCOMPARE(tray.depthOfIcon(), 32);
+        QCOMPARE(tray.depthOfIcon(), 32);
         loop->dispatch();
 
         // What is drawn, while nothing goes on, is still a large badge, of which the icon begins further
@@ -566,6 +574,53 @@ void TrayProtocolTest::aTrayThatResizesAllTheTimeKeepsNobodyWaiting()
         QVERIFY(!showsIcon());
         QTRY_VERIFY(showsIcon());
     }
+}
+
+void TrayProtocolTest::aFrozenServerKeepsNobodyWaiting()
+{
+    Tray tray(desktop->display());
+    makeShownIcon(tray);
+    QTRY_COMPARE(trayPicture(24).pixel(12, 1), ground);
+    tray.resize(30);
+    tray.announce();
+    // Its answer comes after what the icon is told.
+    QCOMPARE(tray.depthOfIcon(), trayDepth);
+
+    desktop->freezeServer();
+    // More than a connection holds that nobody reads.
+    for (int i = 0; i < 10000; ++i) {
+        icon->setToolTip(std::to_string(i) + " keys");
+        loop->dispatch();
+    }
+    desktop->thawServer();
+
+    QTRY_COMPARE(trayPicture(30).pixel(15, 3), ground);
+    QCOMPARE(trayPicture(30).pixel(15, 2), trayColor);
+    icon->setToolTip("10000 keys");
+    QTRY_COMPARE(tray.nameOfIcon(), "Knucklet: 10000 keys");
+}
+
+void TrayProtocolTest::noIconIsMadeWhileTheServerIsStuck()
+{
+    Tray tray(desktop->display());
+    tray.appear();
+    const HandMovedClock clock { Moment() };
+    X11Input input(*loop, clock);
+    int answers = 0;
+    Bus noBus(*loop, "unix:path=/nowhere");
+    BarItem item(*loop, noBus, {}, [&] {
+        ++answers;
+        return input.isStuck();
+    });
+
+    desktop->freezeServer();
+    item.install({}, {}, {});
+    QTRY_COMPARE(answers, 2);
+    QVERIFY(!item.isShown());
+    desktop->thawServer();
+
+    answerRequests(tray);
+    QTRY_VERIFY(item.isShown());
 }
 
 void TrayProtocolTest::theEndOfTheServerIsTheEndOfTheIcon()

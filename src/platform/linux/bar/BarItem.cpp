@@ -13,8 +13,10 @@ constexpr auto watcherPatience = 3s;
 
 }
 
-BarItem::BarItem(EventLoop& loop, Bus& bus, ItemSurroundings surroundings)
+BarItem::BarItem(
+    EventLoop& loop, Bus& bus, ItemSurroundings surroundings, std::function<bool()> serverIsStuck)
     : loop(loop)
+    , serverIsStuck(std::move(serverIsStuck))
     , patience(loop, [this] { showTrayIcon(); })
     , item(loop, bus, std::move(surroundings), [this](WatcherState watcher) { watcherSeen(watcher); })
 {
@@ -54,6 +56,10 @@ void BarItem::watcherSeen(WatcherState watcher)
 
 void BarItem::showTrayIcon()
 {
+    if (serverIsStuck()) {
+        patience.start(watcherPatience);
+        return;
+    }
     const auto menuWanted = [this](std::optional<ScreenPixel> place) { showMenu(commands, place); };
     trayIcon = std::make_unique<TrayIcon>(loop, activated, menuWanted);
     trayIcon->setToolTip(label.toolTip);

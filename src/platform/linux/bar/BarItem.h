@@ -15,7 +15,8 @@ class TrayIcon;
 /// session.
 class BarItem final : public MenuBarItem {
 public:
-    BarItem(EventLoop& loop, Bus& bus, ItemSurroundings surroundings);
+    /// While the display's server is stuck, no tray icon is made, which would wait for it.
+    BarItem(EventLoop& loop, Bus& bus, ItemSurroundings surroundings, std::function<bool()> serverIsStuck);
     BarItem(const BarItem&) = delete;
     BarItem& operator=(const BarItem&) = delete;
     ~BarItem() override;
@@ -29,6 +30,7 @@ private:
     void showTrayIcon();
 
     EventLoop& loop;
+    std::function<bool()> serverIsStuck;
     MenuBarAction activated;
     std::vector<MenuBarCommand> commands;
     ShowMenu showMenu;

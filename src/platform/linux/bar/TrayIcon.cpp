@@ -39,15 +39,12 @@ const xcb_screen_t* screenOf(xcb_connection_t* connection, int number)
     return screens.data;
 }
 
-/// The first number of a property; XCB_NONE where there is none of this type.
-std::uint32_t propertyOf(
-    xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property, xcb_atom_t type)
+/// XCB_NONE where there is none.
+std::uint32_t firstNumber(const xcb_get_property_reply_t* property)
 {
-    const auto cookie = xcb_get_property(connection, 0, window, property, type, 0, 1);
-    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
-    if (!reply || reply->format != 32 || reply->value_len < 1)
+    if (!property || property->format != 32 || property->value_len < 1)
         return XCB_NONE;
-    return *static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+    return *static_cast<const std::uint32_t*>(xcb_get_property_value(property));
 }
 
 void setName(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
@@ -80,19 +77,6 @@ const T& as(const xcb_generic_event_t& event)
 
 }
 
-TrayIcon::Atoms::Atoms(xcb_connection_t* connection, int screen)
-    : tray(atom(connection, "_NET_SYSTEM_TRAY_S" + std::to_string(screen)))
-    , manager(atom(connection, "MANAGER"))
-    , opcode(atom(connection, "_NET_SYSTEM_TRAY_OPCODE"))
-    , visual(atom(connection, "_NET_SYSTEM_TRAY_VISUAL"))
-    , embedding(atom(connection, "_XEMBED_INFO"))
-    , name(atom(connection, "_NET_WM_NAME"))
-    , utf8(atom(connection, "UTF8_STRING"))
-    , windowType(atom(connection, "_NET_WM_WINDOW_TYPE"))
-    , toolTipType(atom(connection, "_NET_WM_WINDOW_TYPE_TOOLTIP"))
-{
-}
-
 TrayIcon::TrayIcon(EventLoop& loop, MenuBarAction activated, MenuBarAction menuWanted)
     : loop(loop)
     , activated(std::move(activated))
@@ -103,26 +87,54 @@ TrayIcon::TrayIcon(EventLoop& loop, MenuBarAction activated, MenuBarAction menuW
     connection.reset(xcb_connect(nullptr, &number));
     if (xcb_connection_has_error(connection.get()))
         return;
+    questions.emplace(connection.get());
     screen = screenOf(connection.get(), number);
-    atoms.emplace(connection.get(), number);
     watch = std::make_unique<DescriptorWatch>(
         loop, xcb_get_file_descriptor(connection.get()), [this] { dispatch(); });
 
     // A tray that comes says so to everybody who listens on the root window.
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection.get(), screen->root, XCB_CW_EVENT_MASK, &events);
-    findTray();
+    askForAtoms(number);
     dispatch();
 }
 
 TrayIcon::~TrayIcon() = default;
+
+/// The tray is looked for when the last one has come.
+void TrayIcon::askForAtoms(int screenNumber)
+{
+    const std::array<std::pair<std::string, xcb_atom_t*>, 9> wanted { {
+        { "_NET_SYSTEM_TRAY_S" + std::to_string(screenNumber), &atoms.tray },
+        { "MANAGER", &atoms.manager },
+        { "_NET_SYSTEM_TRAY_OPCODE", &atoms.opcode },
+        { "_NET_SYSTEM_TRAY_VISUAL", &atoms.visual },
+        { "_XEMBED_INFO", &atoms.embedding },
+        { "_NET_WM_NAME", &atoms.name },
+        { "UTF8_STRING", &atoms.utf8 },
+        { "_NET_WM_WINDOW_TYPE", &atoms.windowType },
+        { "_NET_WM_WINDOW_TYPE_TOOLTIP", &atoms.toolTipType },
+    } };
+    for (const auto& [name, atom] : wanted) {
+        const auto request
+            = xcb_intern_atom(connection.get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
+        const bool isLast = atom == wanted.back().second;
+        questions->add(request.sequence, [this, atom = atom, isLast](const void* reply) {
+            if (reply)
+                *atom = static_cast<const xcb_intern_atom_reply_t*>(reply)->atom;
+            if (isLast)
+                findTray();
+        });
+    }
+}
 
 void TrayIcon::setToolTip(const std::string& newToolTip)
 {
     if (newToolTip == toolTip)
         return;
     toolTip = newToolTip;
-    if (window == XCB_WINDOW_NONE)
+    // What a frozen server is not told, it is told with the next change.
+    if (window == XCB_WINDOW_NONE || !acceptsRequests(connection.get()))
         return;
     nameWindow();
     if (toolTipWindow != XCB_WINDOW_NONE) {
@@ -132,9 +144,9 @@ void TrayIcon::setToolTip(const std::string& newToolTip)
     dispatch();
 }
 
-/// What is asked in between brings events along that nothing announces any more. So it looks again after
-/// everything else has had its turn, until there is nothing: a tray that keeps the icon busy keeps nobody
-/// waiting.
+/// Never waits for the server. What has left the socket is announced by it no more, so that it looks again
+/// until there is nothing, after everything else has had its turn: a tray that keeps the icon busy keeps
+/// nobody waiting.
 void TrayIcon::dispatch()
 {
     bool isDone = false;
@@ -145,6 +157,8 @@ void TrayIcon::dispatch()
         else
             isDone = true;
     }
+    if (questions->takeAnswers())
+        isDone = false;
     if (std::exchange(needsDrawing, false)) {
         drawIcon();
         isDone = false;
@@ -159,6 +173,8 @@ void TrayIcon::dispatch()
         handle(*event);
         isDone = false;
     }
+    if (questions->takeAnswers())
+        isDone = false;
 
     if (xcb_connection_has_error(connection.get())) {
         watch.reset();
@@ -177,7 +193,7 @@ void TrayIcon::handle(const xcb_generic_event_t& event)
         break;
     case XCB_CLIENT_MESSAGE: {
         const auto& message = as<xcb_client_message_event_t>(event);
-        if (message.type == atoms->manager && message.format == 32 && message.data.data32[1] == atoms->tray)
+        if (message.type == atoms.manager && message.format == 32 && message.data.data32[1] == atoms.tray)
             findTray();
         break;
     }
@@ -280,23 +296,29 @@ void TrayIcon::handleParent(xcb_window_t parent)
     }
     if (format.hasAlpha())
         return;
-    const auto cookie = xcb_get_geometry(connection.get(), parent);
-    const XcbReply<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(connection.get(), cookie, nullptr));
-    if (!geometry || geometry->depth != format.depth)
-        return;
-    const std::uint32_t background = XCB_BACK_PIXMAP_PARENT_RELATIVE;
-    xcb_change_window_attributes(connection.get(), window, XCB_CW_BACK_PIXMAP, &background);
-    needsDrawing = true;
+    const auto request = xcb_get_geometry(connection.get(), parent).sequence;
+    questions->add(request, [this, child = window](const void* reply) {
+        const auto* geometry = static_cast<const xcb_get_geometry_reply_t*>(reply);
+        if (!geometry || geometry->depth != format.depth || child != window)
+            return;
+        const std::uint32_t background = XCB_BACK_PIXMAP_PARENT_RELATIVE;
+        xcb_change_window_attributes(connection.get(), window, XCB_CW_BACK_PIXMAP, &background);
+        needsDrawing = true;
+    });
+}
+
+void TrayIcon::findTray()
+{
+    const auto request = xcb_get_selection_owner(connection.get(), atoms.tray).sequence;
+    questions->add(request, [this](const void* reply) {
+        const auto* owner = static_cast<const xcb_get_selection_owner_reply_t*>(reply);
+        trayFound(owner ? owner->owner : xcb_window_t { XCB_WINDOW_NONE });
+    });
 }
 
 /// Does nothing when it is the one that is known already: anybody may say that a tray has come.
-void TrayIcon::findTray()
+void TrayIcon::trayFound(xcb_window_t newTray)
 {
-    const auto cookie = xcb_get_selection_owner(connection.get(), atoms->tray);
-    const XcbReply<xcb_get_selection_owner_reply_t> owner(
-        xcb_get_selection_owner_reply(connection.get(), cookie, nullptr));
-    const xcb_window_t newTray = owner ? owner->owner : xcb_window_t { XCB_WINDOW_NONE };
     if (newTray == tray)
         return;
     leaveTray();
@@ -306,7 +328,18 @@ void TrayIcon::findTray()
     tray = newTray;
     const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection.get(), tray, XCB_CW_EVENT_MASK, &events);
-    auto usable = pixelFormat(connection.get(), *screen, offeredVisual());
+    const auto request
+        = xcb_get_property(connection.get(), 0, tray, atoms.visual, XCB_ATOM_VISUALID, 0, 1).sequence;
+    questions->add(request, [this, newTray](const void* reply) {
+        if (tray == newTray && window == XCB_WINDOW_NONE)
+            visualFound(firstNumber(static_cast<const xcb_get_property_reply_t*>(reply)));
+    });
+}
+
+/// That of the tray itself, where it says so: with alpha if it can show such windows.
+void TrayIcon::visualFound(xcb_visualid_t offered)
+{
+    auto usable = pixelFormat(connection.get(), *screen, offered);
     if (!usable)
         usable = pixelFormat(connection.get(), *screen, screen->root_visual);
     if (!usable)
@@ -334,12 +367,6 @@ void TrayIcon::dropWindow()
         xcb_free_colormap(connection.get(), old);
 }
 
-/// That of the tray itself, where it says so: with alpha if it can show such windows.
-xcb_visualid_t TrayIcon::offeredVisual() const
-{
-    return propertyOf(connection.get(), tray, atoms->visual, XCB_ATOM_VISUALID);
-}
-
 void TrayIcon::makeWindow(const PixelFormat& newFormat)
 {
     format = newFormat;
@@ -363,14 +390,14 @@ void TrayIcon::makeWindow(const PixelFormat& newFormat)
         std::string("knucklet\0Knucklet\0", 18));
     setNumbers(connection.get(), window, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS,
         std::array<std::uint32_t, 18> { hasSmallestSize, 0, 0, 0, 0, usualSize, usualSize });
-    setNumbers(connection.get(), window, atoms->embedding, atoms->embedding,
+    setNumbers(connection.get(), window, atoms.embedding, atoms.embedding,
         std::array { embeddingVersion, embeddingMapped });
 }
 
 void TrayIcon::nameWindow()
 {
     const std::string name = toolTip.empty() ? "Knucklet" : "Knucklet: " + toolTip;
-    setName(connection.get(), window, atoms->name, atoms->utf8, name);
+    setName(connection.get(), window, atoms.name, atoms.utf8, name);
     // Of older bars, which know the program's name only.
     setName(connection.get(), window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, "Knucklet");
 }
@@ -381,7 +408,7 @@ void TrayIcon::askForDock()
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
     message.window = tray;
-    message.type = atoms->opcode;
+    message.type = atoms.opcode;
     message.data.data32[0] = XCB_CURRENT_TIME;
     message.data.data32[1] = requestDock;
     message.data.data32[2] = window;
@@ -395,10 +422,26 @@ void TrayIcon::drawIcon()
         return;
     const auto badge = menuBarIconPixmap(std::min(place.width, place.height));
     xcb_clear_area(connection.get(), 0, window, 0, 0, 0, 0);
-    putPicture(connection.get(), window, format, badge,
+    draw(window, format, badge,
         { static_cast<std::int16_t>((place.width - badge.width) / 2),
-            static_cast<std::int16_t>((place.height - badge.height) / 2) },
-        backgroundOf(format));
+            static_cast<std::int16_t>((place.height - badge.height) / 2) });
+}
+
+/// Over what the window shows there, where the format has no alpha and the picture has.
+void TrayIcon::draw(xcb_window_t target, const PixelFormat& targetFormat, const IconPixmap& picture,
+    PicturePlace picturePlace)
+{
+    const auto background = backgroundOf(targetFormat);
+    if (targetFormat.hasAlpha()) {
+        putPicture(connection.get(), target, targetFormat, picture, picturePlace, background, nullptr);
+        return;
+    }
+    const auto request = askWhatIsBelow(connection.get(), target, picture, picturePlace).sequence;
+    questions->add(request, [=, this](const void* reply) {
+        if (target == window || target == toolTipWindow)
+            putPicture(connection.get(), target, targetFormat, picture, picturePlace, background,
+                static_cast<const xcb_get_image_reply_t*>(reply));
+    });
 }
 
 /// Above or below the icon, on whichever side the screen has more room.
@@ -421,8 +464,8 @@ void TrayIcon::showToolTip()
         static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), static_cast<std::uint16_t>(text.width),
         static_cast<std::uint16_t>(text.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
         XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values.data());
-    setNumbers(connection.get(), toolTipWindow, atoms->windowType, XCB_ATOM_ATOM,
-        std::array<std::uint32_t, 1> { atoms->toolTipType });
+    setNumbers(connection.get(), toolTipWindow, atoms.windowType, XCB_ATOM_ATOM,
+        std::array<std::uint32_t, 1> { atoms.toolTipType });
     xcb_map_window(connection.get(), toolTipWindow);
     loop.callLater(lifetime.guard([this] { dispatch(); }));
 }
@@ -438,8 +481,7 @@ void TrayIcon::hideToolTip()
 void TrayIcon::drawToolTip()
 {
     if (toolTipWindow != XCB_WINDOW_NONE)
-        putPicture(connection.get(), toolTipWindow, toolTipFormat, toolTipPicture(), {},
-            backgroundOf(toolTipFormat));
+        draw(toolTipWindow, toolTipFormat, toolTipPicture(), {});
 }
 
 /// As high as the icon: on screens with two pixels to a point, trays are twice as high.

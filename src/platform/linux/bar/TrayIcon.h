@@ -29,17 +29,15 @@ public:
 
 private:
     struct Atoms {
-        Atoms(xcb_connection_t* connection, int screen);
-
-        xcb_atom_t tray;
-        xcb_atom_t manager;
-        xcb_atom_t opcode;
-        xcb_atom_t visual;
-        xcb_atom_t embedding;
-        xcb_atom_t name;
-        xcb_atom_t utf8;
-        xcb_atom_t windowType;
-        xcb_atom_t toolTipType;
+        xcb_atom_t tray = XCB_ATOM_NONE;
+        xcb_atom_t manager = XCB_ATOM_NONE;
+        xcb_atom_t opcode = XCB_ATOM_NONE;
+        xcb_atom_t visual = XCB_ATOM_NONE;
+        xcb_atom_t embedding = XCB_ATOM_NONE;
+        xcb_atom_t name = XCB_ATOM_NONE;
+        xcb_atom_t utf8 = XCB_ATOM_NONE;
+        xcb_atom_t windowType = XCB_ATOM_NONE;
+        xcb_atom_t toolTipType = XCB_ATOM_NONE;
     };
 
     /// Where the icon's window is on the screens, and how large.
@@ -50,19 +48,23 @@ private:
         int height = 0;
     };
 
+    void askForAtoms(int screenNumber);
     void dispatch();
     void handle(const xcb_generic_event_t& event);
     void handleError(const xcb_generic_error_t& error);
     void handleClick(const xcb_button_press_event_t& click);
     void handleParent(xcb_window_t parent);
     void findTray();
+    void trayFound(xcb_window_t newTray);
+    void visualFound(xcb_visualid_t offered);
     void leaveTray();
     void dropWindow();
-    xcb_visualid_t offeredVisual() const;
     void makeWindow(const PixelFormat& newFormat);
     void nameWindow();
     void askForDock();
     void drawIcon();
+    void draw(xcb_window_t target, const PixelFormat& targetFormat, const IconPixmap& picture,
+        PicturePlace picturePlace);
     void showToolTip();
     void hideToolTip();
     void drawToolTip();
@@ -73,8 +75,9 @@ private:
     MenuBarAction menuWanted;
     std::string toolTip;
     XcbConnection connection;
+    std::optional<XcbQuestions> questions;
     const xcb_screen_t* screen = nullptr;
-    std::optional<Atoms> atoms;
+    Atoms atoms;
     std::unique_ptr<DescriptorWatch> watch;
     LoopTimer toolTipDelay;
 

@@ -88,18 +88,6 @@ private:
     }
 };
 
-/// Left as it is where the server does not tell.
-void readWindow(ServerImage& image, xcb_connection_t* connection, xcb_window_t window,
-    const IconPixmap& picture, PicturePlace place)
-{
-    const auto cookie = xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, place.x, place.y,
-        static_cast<std::uint16_t>(picture.width), static_cast<std::uint16_t>(picture.height), ~0U);
-    const XcbReply<xcb_get_image_reply_t> reply(xcb_get_image_reply(connection, cookie, nullptr));
-    if (!reply || static_cast<std::size_t>(xcb_get_image_data_length(reply.get())) != image.bytes.size())
-        return;
-    std::copy_n(xcb_get_image_data(reply.get()), image.bytes.size(), image.bytes.begin());
-}
-
 std::uint8_t over(std::uint8_t color, std::uint8_t alpha, std::uint8_t below)
 {
     return static_cast<std::uint8_t>((color * alpha + below * (255 - alpha) + 127) / 255);
@@ -139,25 +127,33 @@ std::optional<PixelFormat> pixelFormat(
     return format;
 }
 
+xcb_get_image_cookie_t askWhatIsBelow(
+    xcb_connection_t* connection, xcb_window_t window, const IconPixmap& picture, PicturePlace place)
+{
+    return xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, place.x, place.y,
+        static_cast<std::uint16_t>(picture.width), static_cast<std::uint16_t>(picture.height), ~0U);
+}
+
 void putPicture(xcb_connection_t* connection, xcb_window_t window, const PixelFormat& format,
-    const IconPixmap& picture, PicturePlace place, std::uint32_t background)
+    const IconPixmap& picture, PicturePlace place, std::uint32_t background,
+    const xcb_get_image_reply_t* below)
 {
     ServerImage image(connection, format, picture.width, picture.height);
     image.fill(background);
-    if (!format.hasAlpha())
-        readWindow(image, connection, window, picture, place);
+    if (below && static_cast<std::size_t>(xcb_get_image_data_length(below)) == image.bytes.size())
+        std::copy_n(xcb_get_image_data(below), image.bytes.size(), image.bytes.begin());
 
     const auto* source = reinterpret_cast<const std::uint8_t*>(picture.pixels.data());
     const auto& visual = format.visual;
     for (int y = 0; y < picture.height; ++y) {
         for (int x = 0; x < picture.width; ++x, source += 4) {
-            // Of a window with alpha nothing is below, and its pixels have their colors multiplied by it.
-            const std::uint32_t below = image.pixel(x, y);
+            // A window with alpha begins with nothing, and its pixels have their colors multiplied by it.
+            const std::uint32_t covered = image.pixel(x, y);
             const std::uint8_t alpha = source[0];
             image.setPixel(x, y,
-                format.pixel(over(source[1], alpha, fromMask(below, visual.red_mask)),
-                    over(source[2], alpha, fromMask(below, visual.green_mask)),
-                    over(source[3], alpha, fromMask(below, visual.blue_mask)), alpha));
+                format.pixel(over(source[1], alpha, fromMask(covered, visual.red_mask)),
+                    over(source[2], alpha, fromMask(covered, visual.green_mask)),
+                    over(source[3], alpha, fromMask(covered, visual.blue_mask)), alpha));
         }
     }
 

@@ -29,7 +29,10 @@ struct PicturePlace {
     std::int16_t y = 0;
 };
 
-/// Draws the picture over what the window shows there. Asks the server for that, where the format has no
-/// alpha and the picture has.
+/// Asks the server what the window shows where the picture will be.
+xcb_get_image_cookie_t askWhatIsBelow(
+    xcb_connection_t* connection, xcb_window_t window, const IconPixmap& picture, PicturePlace place);
+/// Draws the picture over the answer to that; over the background where there is none.
 void putPicture(xcb_connection_t* connection, xcb_window_t window, const PixelFormat& format,
-    const IconPixmap& picture, PicturePlace place, std::uint32_t background);
+    const IconPixmap& picture, PicturePlace place, std::uint32_t background,
+    const xcb_get_image_reply_t* below);

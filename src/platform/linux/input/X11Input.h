@@ -56,6 +56,9 @@ public:
     /// tenth of a second. Presses that come meanwhile are delivered from the loop.
     std::optional<ScreenPixel> pointer();
 
+    /// Whether the server is there and does not answer within a tenth of a second.
+    bool isStuck() { return isConnected() && !pointer(); }
+
 private:
     using Steady = EventLoop::Clock;
 
