@@ -10,6 +10,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
+#include <QDBusVirtualObject>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -103,6 +104,27 @@ private:
     QString file;
 };
 
+/// Has the program's name on the bus, and answers nothing.
+class SilentInstance final : public QDBusVirtualObject {
+public:
+    explicit SilentInstance(const VirtualDesktop& desktop)
+        : bus(QDBusConnection::connectToBus(desktop.busAddress(), "silent"))
+    {
+        bus.registerVirtualObject("/org/knucklet/Knucklet", this);
+        bus.registerService(serviceName);
+    }
+    ~SilentInstance() override { QDBusConnection::disconnectFromBus(bus.name()); }
+
+    bool wasAsked() const { return isAsked; }
+
+    bool handleMessage(const QDBusMessage&, const QDBusConnection&) override { return isAsked = true; }
+    QString introspect(const QString&) const override { return {}; }
+
+private:
+    QDBusConnection bus;
+    bool isAsked = false;
+};
+
 }
 
 /// Several starts of the real program.
@@ -120,6 +142,7 @@ private slots:
     void fiftyStartsAtOnceLeaveOneInstance();
     void aStartThatGetsNoAnswerEndsAsWell();
     void aStartWhileTheLastInstanceEndsCounts();
+    void aStartThatWaitsEndsAtASignal();
     void afterAKillTheNextStartCounts_data();
     void afterAKillTheNextStartCounts();
     void desktopsActivateTheApplication();
@@ -257,6 +280,21 @@ void InstanceTest::aStartWhileTheLastInstanceEndsCounts()
     QVERIFY(knucklet.end(SIGTERM));
     QCOMPARE(savedCounts(*desktop), (Counts { 7, 0 }));
     QDBusConnection::disconnectFromBus("ending");
+}
+
+void InstanceTest::aStartThatWaitsEndsAtASignal()
+{
+    const SilentInstance other(*desktop);
+    const auto start = launch(*desktop);
+    QTRY_VERIFY(other.wasAsked());
+
+    start->terminate();
+    QVERIFY(start->waitForFinished(patience));
+
+    // It is the signal that has ended it, and not its patience.
+    QCOMPARE(start->exitStatus(), QProcess::CrashExit);
+    QCOMPARE(start->exitCode(), SIGTERM);
+    QVERIFY(!QFile::exists(dataFolder() + "/lock"));
 }
 
 void InstanceTest::afterAKillTheNextStartCounts_data() { anotherStartOpensThePanelAndEnds_data(); }

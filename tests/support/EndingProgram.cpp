@@ -53,6 +53,10 @@ int main(int argc, char** argv)
         toolkitEnd.emplace(desktop, display);
         loop.handOver({ .run = QCoreApplication::exec, .quit = QCoreApplication::exit });
     }
+    if (kind == "is slow to start") {
+        say("starting");
+        std::ignore = std::getchar();
+    }
     desktop.onWillTerminate([] { say("first observer"); });
     desktop.onWillTerminate([&] {
         say("second observer");

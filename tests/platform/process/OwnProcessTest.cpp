@@ -65,6 +65,8 @@ private slots:
     void aSignalEndsTheProgramInOrder_data();
     void aSignalEndsTheProgramInOrder();
     void aSecondSignalWhileEndingChangesNothing();
+    void aSignalWhileStartingEndsTheProgramAtOnce_data();
+    void aSignalWhileStartingEndsTheProgramAtOnce();
     void theProgramEndsItselfInOrder_data();
     void theProgramEndsItselfInOrder();
     void losingTheDisplayRunsTheObserversToo();
@@ -179,6 +181,22 @@ void OwnProcessTest::aSecondSignalWhileEndingChangesNothing()
     QCOMPARE(lines(output), QStringList("running") + orderlyEnd);
     QCOMPARE(program->exitStatus(), QProcess::NormalExit);
     QCOMPARE(program->exitCode(), 0);
+}
+
+void OwnProcessTest::aSignalWhileStartingEndsTheProgramAtOnce_data() { aSignalEndsTheProgramInOrder_data(); }
+
+void OwnProcessTest::aSignalWhileStartingEndsTheProgramAtOnce()
+{
+    QFETCH(int, signal);
+    start("is slow to start");
+    waitUntilItSaid("starting");
+
+    send(signal);
+    QTRY_COMPARE(program->state(), QProcess::NotRunning);
+
+    QCOMPARE(lines(output), QStringList("starting"));
+    QCOMPARE(program->exitStatus(), QProcess::CrashExit);
+    QCOMPARE(program->exitCode(), signal);
 }
 
 void OwnProcessTest::theProgramEndsItselfInOrder_data()

@@ -37,22 +37,12 @@ sigset_t endingSignals()
 
 }
 
-void holdEndingSignals()
-{
-    const auto ending = endingSignals();
-    sigprocmask(SIG_BLOCK, &ending, nullptr);
-}
-
 OwnProcess::OwnProcess(EventLoop& loop, Duties duties)
     : loop(loop)
     , duties(std::move(duties))
 {
     processAtExit = this;
     leaveNoCoreFile();
-    holdEndingSignals();
-    const auto ending = endingSignals();
-    signalQueue = FileDescriptor(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
-    signalWatch.emplace(loop, signalQueue.get(), [this] { readSignals(); });
     // A server that is gone, and a limit on the size of files, show in what the calls return. As signals they
     // would end the program before it has saved.
     std::signal(SIGPIPE, SIG_IGN);
@@ -69,8 +59,10 @@ void OwnProcess::onWillTerminate(std::function<void()> observer)
 {
     // A toolkit that loses its display calls exit() from within the loop, and nothing but this hears of it.
     // Registered only now, when all that the observers use exists: what is made first is destroyed last.
-    if (observers.empty())
+    if (observers.empty()) {
         std::atexit(runObserversAtExit);
+        watchSignals();
+    }
     observers.push_back(std::move(observer));
 }
 
@@ -120,6 +112,15 @@ void OwnProcess::runObserversAtExit()
 {
     if (auto* process = processAtExit)
         process->willTerminate();
+}
+
+/// There is no other thread yet, which would still be ended by them, and with it the process.
+void OwnProcess::watchSignals()
+{
+    const auto ending = endingSignals();
+    sigprocmask(SIG_BLOCK, &ending, nullptr);
+    signalQueue = FileDescriptor(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
+    signalWatch.emplace(loop, signalQueue.get(), [this] { readSignals(); });
 }
 
 void OwnProcess::readSignals()

@@ -9,13 +9,9 @@
 #include <optional>
 #include <vector>
 
-/// From here on the signals that ask the process to end wait for an `OwnProcess`. Called while there is no
-/// other thread, which would still be ended by them, and with it the process.
-void holdEndingSignals();
-
 /// The end of the process. Whatever ends it in an orderly way (the user, a signal, the end of the session,
-/// the loss of the display), the observers run exactly once. At most one object of this class exists at a
-/// time.
+/// the loss of the display), the observers run exactly once. Before there are any, a signal ends the process
+/// at once, whatever it waits for. At most one object of this class exists at a time.
 class OwnProcess final : public Desktop {
 public:
     /// What other parts of the program do for it.
@@ -47,6 +43,7 @@ public:
 
 private:
     static void runObserversAtExit();
+    void watchSignals();
     void readSignals();
 
     EventLoop& loop;
