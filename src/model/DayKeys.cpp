@@ -1,5 +1,6 @@
 #include "model/DayKeys.h"
 
+#include "Build.h"
 #include "model/calendar/CalendarModule.h"
 #include "support/Module.h"
 
@@ -67,7 +68,7 @@ std::unique_ptr<DayKeys> makeCalendarKeys(const std::string& locale)
 {
     const auto make = reinterpret_cast<decltype(&knuckletCalendar)>(
         Module("knucklet-calendar.so").load("knuckletCalendar"));
-    return std::unique_ptr<DayKeys>(make ? make(KNUCKLET_VERSION, locale.c_str()) : nullptr);
+    return std::unique_ptr<DayKeys>(make ? make(buildId, locale.c_str()) : nullptr);
 }
 
 } // namespace

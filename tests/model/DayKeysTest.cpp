@@ -1,7 +1,10 @@
 #include "model/DayKeys.h"
 
+#include "Build.h"
+#include "model/calendar/CalendarModule.h"
 #include "support/Files.h"
 #include "support/ForkedChild.h"
+#include "support/Module.h"
 #include "support/TestArea.h"
 
 #include <QtTest>
@@ -55,6 +58,7 @@ private slots:
     void aLocaleThatNobodyKnowsHasKeys();
     void everyDayOfManyYearsHasItsKeyAndComesBack();
     void aYearHasAtLeastFourDigits();
+    void aModuleOfAnotherBuildHasNoKeys();
 };
 
 void DayKeysTest::withoutTheCalendarModuleKeysArePlain()
@@ -158,6 +162,19 @@ void DayKeysTest::aYearHasAtLeastFourDigits()
     QCOMPARE(keys->key(CivilDay(12345y / 6 / 5)), "12345-06-05");
     QVERIFY(keys->parse("0987-06-05") == CivilDay(987y / 6 / 5));
     QVERIFY(keys->parse("12345-06-05") == CivilDay(12345y / 6 / 5));
+}
+
+void DayKeysTest::aModuleOfAnotherBuildHasNoKeys()
+{
+    const auto make = reinterpret_cast<decltype(&knuckletCalendar)>(
+        Module("knucklet-calendar.so").load("knuckletCalendar"));
+    QVERIFY(make);
+
+    const std::unique_ptr<DayKeys> ours(make(buildId, "fa_IR"));
+    const std::unique_ptr<DayKeys> ofAnotherBuild(make("another build", "fa_IR"));
+
+    QVERIFY(ours);
+    QVERIFY(!ofAnotherBuild);
 }
 
 static const TestArea area("DayKeys", runTest<DayKeysTest>);

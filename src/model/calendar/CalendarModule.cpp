@@ -1,5 +1,7 @@
 #include "model/calendar/CalendarModule.h"
 
+#include "Build.h"
+
 #include <unicode/calendar.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
@@ -50,9 +52,9 @@ private:
 
 } // namespace
 
-DayKeys* knuckletCalendar(const char* version, const char* locale)
+DayKeys* knuckletCalendar(const char* build, const char* locale)
 {
-    if (version != std::string_view(KNUCKLET_VERSION))
+    if (std::string_view(build) != buildId)
         return nullptr;
     UErrorCode status = U_ZERO_ERROR;
     auto keys = std::make_unique<CalendarKeys>(locale, status);
