@@ -234,7 +234,9 @@ private slots:
     void aClickOpensAtThePlaceThatTheHostNames_data();
     void aClickOpensAtThePlaceThatTheHostNames();
     void theCornerOfAllScreensIsNoPlace();
+    void aPlaceWithinTheIconIsNone_data();
     void aPlaceWithinTheIconIsNone();
+    void whereABarThatKnowsItsPlaceSaysTheIconIs();
     void whereThePointerIsCountsMost();
     void scrollingAndTheLikeDoNothing();
     void theTokenOfAWindowIsPassedOn();
@@ -739,16 +741,40 @@ void StatusNotifierItemTest::theCornerOfAllScreensIsNoPlace()
     QVERIFY(!places[0]);
 }
 
+void StatusNotifierItemTest::aPlaceWithinTheIconIsNone_data()
+{
+    QTest::addColumn<QString>("bar");
+    QTest::addColumn<int>("x");
+
+    QTest::newRow("a bar known for it") << "waybar" << 11;
+    QTest::newRow("such a bar, counts within the icon") << "waybar" << 90;
+    QTest::newRow("an unknown bar") << "some-bar" << 11;
+}
+
 void StatusNotifierItemTest::aPlaceWithinTheIconIsNone()
 {
-    const Watcher watcher(bus->address(), "waybar");
+    QFETCH(const QString, bar);
+    QFETCH(const int, x);
+    const Watcher watcher(bus->address(), bar);
+    install();
+    QTRY_COMPARE(watcher.registered, QStringList(itemService()));
+
+    call(itemPath, itemInterface, "Activate", { x, 12 });
+
+    QTRY_COMPARE(places.size(), 1);
+    QVERIFY(!places[0]);
+}
+
+void StatusNotifierItemTest::whereABarThatKnowsItsPlaceSaysTheIconIs()
+{
+    const Watcher watcher(bus->address(), "kded6");
     install();
     QTRY_COMPARE(watcher.registered, QStringList(itemService()));
 
     call(itemPath, itemInterface, "Activate", { 11, 12 });
 
     QTRY_COMPARE(places.size(), 1);
-    QVERIFY(!places[0]);
+    QVERIFY((places[0] == ScreenPixel { 11, 12 }));
 }
 
 void StatusNotifierItemTest::whereThePointerIsCountsMost()

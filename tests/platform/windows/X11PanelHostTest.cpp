@@ -36,6 +36,7 @@ private slots:
     void theWorkAreaIsThatOfTheScreen();
     void aPlaceOutsideEveryScreenIsNotBelieved_data();
     void aPlaceOutsideEveryScreenIsNotBelieved();
+    void inAWaylandSessionAPlaceOffEveryBarIsNotBelieved();
     void whatHappenedNowhereHappenedWhereTheLastDid();
     void beforeAnyPlaceIsKnownItIsTheTopRight();
 
@@ -91,6 +92,20 @@ void X11PanelHostTest::aPlaceOutsideEveryScreenIsNotBelieved()
     QCOMPARE(host.pointAt(ScreenPixel { x, y }), topRight());
     host.pointAt(ScreenPixel { 400, 12 });
     QCOMPARE(host.pointAt(ScreenPixel { x, y }), pointOf({ 400, 12 }));
+}
+
+void X11PanelHostTest::inAWaylandSessionAPlaceOffEveryBarIsNotBelieved()
+{
+    X11PanelHost host(input);
+    const ScreenPixel amidTheScreen { 400, 300 };
+    QCOMPARE(host.pointAt(amidTheScreen), pointOf(amidTheScreen));
+    host.pointAt(ScreenPixel { 400, 12 });
+
+    qputenv("XDG_SESSION_TYPE", "wayland");
+    const auto point = host.pointAt(amidTheScreen);
+    qunsetenv("XDG_SESSION_TYPE");
+
+    QCOMPARE(point, pointOf({ 400, 12 }));
 }
 
 void X11PanelHostTest::whatHappenedNowhereHappenedWhereTheLastDid()

@@ -14,6 +14,9 @@ bool isLxqt(const std::string& bar) { return bar == "lxqt-panel"; }
 
 bool isGnome(const std::string& bar) { return bar == "gnome-shell"; }
 
+// In Plasma the items register with a daemon and not with the bar, in versions 5 and 6.
+bool isPlasma(const std::string& bar) { return bar == "kded5" || bar == "kded6"; }
+
 }
 
 std::string processName(std::uint32_t processId)
@@ -52,3 +55,8 @@ bool losesItemsWithNames(const std::string& bar) { return isGnome(bar); }
 // mate-panel 1.27.0 and waybar 0.9.17 call Activate with a point of the icon's own small window. Taken for
 // one of the screen, it opens the panel in the upper left corner.
 bool countsPlacesFromTheIcon(const std::string& bar) { return isMate(bar) || isWaybar(bar); }
+
+// gnome-shell is the compositor, and that of Plasma tells plasmashell. Any other bar of a Wayland session
+// hears the place of no window, not even of its own: what it calls a place may be one within the icon, as
+// with the wrapper-2.0 of xfce4-panel 4.20.4.
+bool knowsItsPlace(const std::string& bar) { return isGnome(bar) || isPlasma(bar); }

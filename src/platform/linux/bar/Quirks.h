@@ -20,3 +20,5 @@ bool readsLabelTooEarly(const std::string& bar);
 bool losesItemsWithNames(const std::string& bar);
 /// Says where within the icon a click was, not where on the screen.
 bool countsPlacesFromTheIcon(const std::string& bar);
+/// Knows where on the screens its icons are, also in a Wayland session.
+bool knowsItsPlace(const std::string& bar);

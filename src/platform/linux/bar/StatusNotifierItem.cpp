@@ -57,6 +57,11 @@ bool doNothing(BusReader&, BusWriter&) { return true; }
 
 constexpr std::chrono::seconds toolTipInterval { 1 };
 
+/// No icon reaches so far from its own corner, in pixels, nor where a point has two of them.
+constexpr int iconReach = 64;
+
+bool mayBeWithinIcon(ScreenPixel place) { return place.x < iconReach && place.y < iconReach; }
+
 }
 
 StatusNotifierItem::StatusNotifierItem(
@@ -245,12 +250,15 @@ void StatusNotifierItem::activate(ScreenPixel reported)
     loop.callLater(lifetime.guard([this, place = place(reported)] { activated(place); }));
 }
 
-/// A host that does not know the place names the corner of all screens.
+/// A host that does not know the place names the corner of all screens. What lies beside that corner is more
+/// often a place within the icon than that of an icon that stands there.
 std::optional<ScreenPixel> StatusNotifierItem::place(ScreenPixel reported) const
 {
     if (const auto pointer = surroundings.pointer())
         return pointer;
     if (reported == ScreenPixel {} || countsPlacesFromTheIcon(bar))
+        return {};
+    if (mayBeWithinIcon(reported) && !knowsItsPlace(bar))
         return {};
     return reported;
 }

@@ -1,6 +1,8 @@
 #include "platform/linux/windows/X11PanelHost.h"
 
 #include "platform/linux/input/X11Input.h"
+#include "platform/linux/process/Session.h"
+#include "platform/linux/windows/BarPlace.h"
 #include "platform/linux/windows/X11Windows.h"
 
 #include <QGuiApplication>
@@ -37,12 +39,57 @@ std::optional<ScreenPoint> logicalPoint(QPoint physical)
     return {};
 }
 
-ScreenPoint topRight()
+/// The part of a screen that no bar covers, in points.
+QRect withoutBarsInPoints(const QScreen& screen)
+{
+    const QRect pixels = pixelsOf(screen);
+    const QRect free = withoutBars(pixels);
+    const qreal scale = screen.devicePixelRatio();
+    // Points that fall between two pixels go to the pixel after, and none under a bar.
+    const auto pointAfter
+        = [scale](int pixel, int origin) { return origin + qCeil((pixel - origin - 0.5) / scale); };
+    const auto pointBefore
+        = [scale](int pixel, int origin) { return origin + qFloor((pixel - origin) / scale); };
+    const int left = pointAfter(free.left(), pixels.left());
+    const int top = pointAfter(free.top(), pixels.top());
+    const int right = pointBefore(free.left() + free.width(), pixels.left());
+    const int bottom = pointBefore(free.top() + free.height(), pixels.top());
+    QRect area(left, top, right - left, bottom - top);
+    // Bars that only the toolkit knows. Among several screens it takes those of one from all.
+    if (QGuiApplication::screens().size() == 1)
+        area &= screen.availableGeometry();
+    return area;
+}
+
+ScreenWithBars withBars(const QScreen& screen)
+{
+    const QPoint origin = screen.geometry().topLeft();
+    const qreal scale = screen.devicePixelRatio();
+    const QRect free = withoutBarsInPoints(screen);
+    const QPointF inset = QPointF(free.topLeft() - origin) * scale;
+    const QRect freePixels(origin + inset.toPoint(), (QSizeF(free.size()) * scale).toSize());
+    return { .pixels = pixelsOf(screen), .free = freePixels, .scale = scale };
+}
+
+/// Where the pixel is at which the user has clicked. On a real X server it is where the pointer was. In a
+/// Wayland session a bar has said so, which may mean anything.
+std::optional<ScreenPoint> believedPoint(QPoint pixel)
+{
+    if (!isWaylandSession())
+        return logicalPoint(pixel);
+    QList<ScreenWithBars> screens;
+    for (const QScreen* screen : QGuiApplication::screens())
+        screens << withBars(*screen);
+    const auto onBar = clickOnBar(pixel, screens);
+    return onBar ? logicalPoint(*onBar) : std::nullopt;
+}
+
+ScreenPoint whereIconsMostlyAre()
 {
     const QScreen* screen = QGuiApplication::primaryScreen();
     if (!screen)
         return {};
-    const QPoint corner = screen->availableGeometry().topRight();
+    const QPoint corner = cornerOfIcons(screen->geometry(), withoutBarsInPoints(*screen));
     return { corner.x(), corner.y() };
 }
 
@@ -56,10 +103,10 @@ X11PanelHost::X11PanelHost(X11Input& input)
 ScreenPoint X11PanelHost::pointAt(std::optional<ScreenPixel> pixel)
 {
     if (pixel) {
-        if (const auto point = logicalPoint({ pixel->x, pixel->y }))
+        if (const auto point = believedPoint({ pixel->x, pixel->y }))
             lastPlace = point;
     }
-    return lastPlace.value_or(topRight());
+    return lastPlace ? *lastPlace : whereIconsMostlyAre();
 }
 
 ScreenArea X11PanelHost::workArea(ScreenPoint place) const
@@ -67,22 +114,7 @@ ScreenArea X11PanelHost::workArea(ScreenPoint place) const
     const auto* screen = QGuiApplication::screenAt({ place.x, place.y });
     if (!screen)
         screen = QGuiApplication::primaryScreen();
-    const QRect pixels = pixelsOf(*screen);
-    const QRect free = withoutBars(pixels);
-    const qreal scale = screen->devicePixelRatio();
-    // Points that fall between two pixels go to the pixel after, and none under a bar.
-    const auto pointAfter
-        = [scale](int pixel, int origin) { return origin + qCeil((pixel - origin - 0.5) / scale); };
-    const auto pointBefore
-        = [scale](int pixel, int origin) { return origin + qFloor((pixel - origin) / scale); };
-    const int left = pointAfter(free.left(), pixels.left());
-    const int top = pointAfter(free.top(), pixels.top());
-    const int right = pointBefore(free.left() + free.width(), pixels.left());
-    const int bottom = pointBefore(free.top() + free.height(), pixels.top());
-    QRect area(left, top, right - left, bottom - top);
-    // Bars that only the toolkit knows. Among several screens it takes those of one from all.
-    if (QGuiApplication::screens().size() == 1)
-        area &= screen->availableGeometry();
+    const QRect area = withoutBarsInPoints(*screen);
     return { area.x(), area.y(), area.width(), area.height() };
 }
 

@@ -1,0 +1,49 @@
+#include "platform/linux/windows/BarPlace.h"
+
+namespace {
+
+/// Within so many points of its edge a screen may have a bar, where the session tells of none: some that run
+/// Wayland programs beside X ones do not, and nobody tells of a bar that hides itself.
+constexpr int barReach = 64;
+
+bool isOnBar(QPoint pixel, const ScreenWithBars& screen)
+{
+    if (screen.free != screen.pixels)
+        return !screen.free.contains(pixel);
+    const int reach = qRound(barReach * screen.scale);
+    return !screen.pixels.adjusted(reach, reach, -reach, -reach).contains(pixel);
+}
+
+}
+
+// As points first. Places in pixels seldom pass for points: most icons are in the right or the lower half of
+// their screen, which is no place in points. Of the others each is twice as near to the corner as it is taken
+// to be, where the panel stands in the corner both ways. Places in points pass for pixels on every upper bar.
+std::optional<QPoint> clickOnBar(QPoint reported, const QList<ScreenWithBars>& screens)
+{
+    for (const bool isInPoints : { true, false }) {
+        for (const auto& screen : screens) {
+            // Which may be larger than any pixel's.
+            const QPointF place = QPointF(reported) * (isInPoints ? screen.scale : 1);
+            if (!QRectF(screen.pixels).contains(place))
+                continue;
+            const QPoint pixel = place.toPoint();
+            if (screen.pixels.contains(pixel) && isOnBar(pixel, screen))
+                return pixel;
+        }
+    }
+    return {};
+}
+
+QPoint cornerOfIcons(const QRect& screen, const QRect& free)
+{
+    if (free.top() > screen.top())
+        return free.topRight();
+    if (free.bottom() < screen.bottom())
+        return free.bottomRight();
+    if (free.left() > screen.left())
+        return free.bottomLeft();
+    if (free.right() < screen.right())
+        return free.bottomRight();
+    return free.topRight();
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QList>
+#include <QPoint>
+#include <QRect>
+
+#include <optional>
+
+/// One of the screens of an X server, in its pixels.
+struct ScreenWithBars {
+    QRect pixels;
+    /// What no bar covers; the whole screen where no bar is known.
+    QRect free;
+    /// Pixels to a point.
+    qreal scale = 1;
+};
+
+/// The pixel of a click on a bar in a Wayland session, of which the bar has reported the place. What bars
+/// mean by that differs: pixels of the X server, of which a point may have several, points of the session, or
+/// what is neither, such as a place within the bar's own window. Nothing where it lies on no bar either way.
+std::optional<QPoint> clickOnBar(QPoint reported, const QList<ScreenWithBars>& screens);
+
+/// The corner of what is free on a screen in which the icons of most bars are: at the end of the bar.
+QPoint cornerOfIcons(const QRect& screen, const QRect& free);

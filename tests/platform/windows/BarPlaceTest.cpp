@@ -1,0 +1,125 @@
+#include "platform/linux/windows/BarPlace.h"
+
+#include "support/TestArea.h"
+
+#include <QTest>
+
+#include <optional>
+
+namespace {
+
+using Place = std::optional<QPoint>;
+
+const ScreenWithBars barAtTop { .pixels = { 0, 0, 1280, 800 }, .free = { 0, 28, 1280, 772 } };
+const ScreenWithBars barAtBottom { .pixels = { 0, 0, 1280, 800 }, .free = { 0, 0, 1280, 772 } };
+const ScreenWithBars noBarKnown { .pixels = { 0, 0, 1280, 800 }, .free = { 0, 0, 1280, 800 } };
+
+/// With two pixels to a point.
+const ScreenWithBars largeBarAtTop {
+    .pixels = { 0, 0, 2560, 1600 }, .free = { 0, 64, 2560, 1536 }, .scale = 2
+};
+const ScreenWithBars largeBarAtBottom {
+    .pixels = { 0, 0, 2560, 1600 }, .free = { 0, 0, 2560, 1512 }, .scale = 2
+};
+
+}
+
+class BarPlaceTest final : public QObject {
+    Q_OBJECT
+
+private slots:
+    void onlyAPlaceOnABarIsBelieved_data();
+    void onlyAPlaceOnABarIsBelieved();
+    void aPlaceInPointsIsKnownFromOneInPixels_data();
+    void aPlaceInPointsIsKnownFromOneInPixels();
+    void amongSeveralScreensItIsThatWithTheBar();
+    void theIconsAreAtTheEndOfTheBar_data();
+    void theIconsAreAtTheEndOfTheBar();
+};
+
+void BarPlaceTest::onlyAPlaceOnABarIsBelieved_data()
+{
+    QTest::addColumn<ScreenWithBars>("screen");
+    QTest::addColumn<QPoint>("reported");
+    QTest::addColumn<bool>("isBelieved");
+
+    QTest::newRow("on the bar") << barAtTop << QPoint(1265, 14) << true;
+    QTest::newRow("at the bar's corner") << barAtTop << QPoint(1279, 0) << true;
+    QTest::newRow("at its lower edge") << barAtTop << QPoint(600, 27) << true;
+    QTest::newRow("just below it") << barAtTop << QPoint(600, 28) << false;
+    QTest::newRow("amid the screen") << barAtTop << QPoint(600, 400) << false;
+    QTest::newRow("at an edge that has no bar") << barAtTop << QPoint(600, 790) << false;
+    QTest::newRow("within the bar and not on the screen") << barAtBottom << QPoint(1265, 14) << false;
+    QTest::newRow("on the lower bar") << barAtBottom << QPoint(1265, 786) << true;
+    QTest::newRow("beside the screen") << barAtTop << QPoint(1280, 14) << false;
+    QTest::newRow("above the screen") << barAtTop << QPoint(600, -1) << false;
+    QTest::newRow("the extremes") << largeBarAtTop << QPoint(-2'147'483'647 - 1, 2'147'483'647) << false;
+    QTest::newRow("at an edge, no bar known") << noBarKnown << QPoint(600, 50) << true;
+    QTest::newRow("at the right edge, no bar known") << noBarKnown << QPoint(1270, 400) << true;
+    QTest::newRow("far from every edge, no bar known") << noBarKnown << QPoint(600, 70) << false;
+}
+
+void BarPlaceTest::onlyAPlaceOnABarIsBelieved()
+{
+    QFETCH(const ScreenWithBars, screen);
+    QFETCH(const QPoint, reported);
+    QFETCH(const bool, isBelieved);
+
+    const auto pixel = clickOnBar(reported, { screen });
+
+    QCOMPARE(pixel, isBelieved ? Place(reported) : Place());
+}
+
+void BarPlaceTest::aPlaceInPointsIsKnownFromOneInPixels_data()
+{
+    QTest::addColumn<ScreenWithBars>("screen");
+    QTest::addColumn<QPoint>("reported");
+    QTest::addColumn<QPoint>("pixel");
+
+    QTest::newRow("points, the upper bar") << largeBarAtTop << QPoint(1200, 14) << QPoint(2400, 28);
+    QTest::newRow("pixels, the upper bar") << largeBarAtTop << QPoint(2400, 28) << QPoint(2400, 28);
+    QTest::newRow("points, the lower bar") << largeBarAtBottom << QPoint(1200, 780) << QPoint(2400, 1560);
+    QTest::newRow("pixels, the lower bar") << largeBarAtBottom << QPoint(2400, 1560) << QPoint(2400, 1560);
+}
+
+void BarPlaceTest::aPlaceInPointsIsKnownFromOneInPixels()
+{
+    QFETCH(const ScreenWithBars, screen);
+    QFETCH(const QPoint, reported);
+    QFETCH(const QPoint, pixel);
+
+    QCOMPARE(clickOnBar(reported, { screen }), Place(pixel));
+}
+
+void BarPlaceTest::amongSeveralScreensItIsThatWithTheBar()
+{
+    const ScreenWithBars second { .pixels = { 1280, 0, 1920, 1080 }, .free = { 1280, 0, 1920, 1040 } };
+
+    QCOMPARE(clickOnBar({ 3000, 1060 }, { barAtTop, second }), Place({ 3000, 1060 }));
+    QCOMPARE(clickOnBar({ 1200, 14 }, { barAtTop, second }), Place({ 1200, 14 }));
+    QCOMPARE(clickOnBar({ 3000, 14 }, { barAtTop, second }), Place());
+}
+
+void BarPlaceTest::theIconsAreAtTheEndOfTheBar_data()
+{
+    QTest::addColumn<QRect>("free");
+    QTest::addColumn<QPoint>("corner");
+
+    QTest::newRow("no bar") << QRect(0, 0, 1280, 800) << QPoint(1279, 0);
+    QTest::newRow("at the top") << QRect(0, 28, 1280, 772) << QPoint(1279, 28);
+    QTest::newRow("at the bottom") << QRect(0, 0, 1280, 772) << QPoint(1279, 771);
+    QTest::newRow("at both") << QRect(0, 28, 1280, 744) << QPoint(1279, 28);
+    QTest::newRow("at the left") << QRect(28, 0, 1252, 800) << QPoint(28, 799);
+    QTest::newRow("at the right") << QRect(0, 0, 1252, 800) << QPoint(1251, 799);
+}
+
+void BarPlaceTest::theIconsAreAtTheEndOfTheBar()
+{
+    QFETCH(const QRect, free);
+    QFETCH(const QPoint, corner);
+
+    QCOMPARE(cornerOfIcons({ 0, 0, 1280, 800 }, free), corner);
+}
+
+static const TestArea area("BarPlace", runTest<BarPlaceTest>);
+#include "BarPlaceTest.moc"
