@@ -2,10 +2,12 @@
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
 #include "support/SavedCounts.h"
+#include "support/Screenshot.h"
 #include "support/Script.h"
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
+#include <QDBusMessage>
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
@@ -13,6 +15,14 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <tuple>
+
+namespace {
+
+/// A keysym of <X11/keysymdef.h>.
+constexpr xcb_keysym_t keysymEscape = 0xff1b;
+
+}
 
 /// The real program in what it takes for a Wayland session with an X server for older programs, with an input
 /// helper of the test's own.
@@ -30,11 +40,17 @@ private slots:
     void programsThatItStartsChooseForThemselves();
     void theEndOfACompositorWithoutAnXServerLosesNothing_data();
     void theEndOfACompositorWithoutAnXServerLosesNothing();
+    void aPanelThatOpensOverAWindowOfWaylandHasTheKeyboard();
 
 private:
     /// The program in a folder with this helper, which may count once its file has the set-group-ID bit.
     QString programWith(const QByteArray& counting);
     QString helper() const { return folder->filePath("libexec/knucklet-tap"); }
+    QString swaySocket() const
+    {
+        const QDir runtime(desktop->folder() + "/sway");
+        return runtime.entryInfoList({ "sway-ipc.*.sock" }, QDir::System).value(0).filePath();
+    }
 
     std::unique_ptr<QTemporaryDir> folder;
     std::unique_ptr<VirtualDesktop> desktop;
@@ -159,13 +175,11 @@ void WaylandSessionTest::theEndOfACompositorWithoutAnXServerLosesNothing()
     session.insert("QT_QPA_PLATFORM", "wayland");
     const QString program = programWith("printf '\\5\\0\\0\\0\\2\\0\\0\\0'\ncat\n");
     QCOMPARE(chmod(QFile::encodeName(helper()).constData(), 02700), 0);
-    const auto socket
-        = QDir(desktop->folder() + "/sway").entryInfoList({ "sway-ipc.*.sock" }, QDir::System).value(0);
     RunningKnucklet knucklet(*desktop, program, session);
     QVERIFY(knucklet.awaitCounting());
     QTRY_VERIFY2(knucklet.toolTip().contains("5 keys · 2 clicks"), qPrintable(knucklet.toolTip()));
     const auto showsWindow = [&] {
-        const auto tree = desktop->launch("swaymsg", { "--socket", socket.filePath(), "-t", "get_tree" });
+        const auto tree = desktop->launch("swaymsg", { "--socket", swaySocket(), "-t", "get_tree" });
         return tree->waitForFinished(patience)
             && tree->readAllStandardOutput().contains("org.knucklet.Knucklet");
     };
@@ -176,6 +190,52 @@ void WaylandSessionTest::theEndOfACompositorWithoutAnXServerLosesNothing()
 
     QCOMPARE(savedCounts(*desktop), (Counts { .keys = 5, .clicks = 2 }));
     QCOMPARE(knucklet.output(), QByteArray());
+}
+
+void WaylandSessionTest::aPanelThatOpensOverAWindowOfWaylandHasTheKeyboard()
+{
+    desktop = std::make_unique<VirtualDesktop>(DesktopParts { .bar = Bar::Waybar });
+    QVERIFY2(desktop->start(), qPrintable(desktop->failure()));
+    injector = std::make_unique<Injector>(desktop->display());
+    const auto shown = [&] { return screenshot(desktop->display()); };
+    writeSettingsFile(*desktop, "[General]\nhasCompletedOnboarding=true\n");
+    RunningKnucklet knucklet(*desktop, KNUCKLET_PROGRAM);
+    QVERIFY(knucklet.awaitCounting());
+    auto click = QDBusMessage::createMethodCall(
+        knucklet.itemService(), "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate");
+    click << 0 << 0;
+    const auto empty = stillScreenshot(desktop->display());
+    QVERIFY(knucklet.sessionBus().send(click));
+    QTRY_VERIFY(difference(empty, shown()).height() > 300);
+    injector->typeKey(injector->keyCode(keysymEscape));
+    injector->sync();
+    QTRY_COMPARE(shown(), empty);
+    // The assistant of another user's, which needs no X server and is made to fill the screen.
+    QProcessEnvironment another;
+    another.insert("XDG_CONFIG_HOME", folder->path());
+    another.insert("XDG_DATA_HOME", folder->path());
+    another.insert("XDG_RUNTIME_DIR", folder->path());
+    another.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere");
+    another.insert("DISPLAY", "");
+    another.insert("QT_QPA_PLATFORM", "wayland");
+    const auto assistant = desktop->launch(KNUCKLET_PROGRAM, {}, { .additions = another });
+    QTRY_VERIFY(difference(empty, shown()).width() > 500);
+    QVERIFY(desktop->run(
+        "swaymsg", { "--socket", swaySocket(), "[app_id=\"org.knucklet.Knucklet\"] floating disable" }));
+    QTRY_VERIFY(difference(empty, shown()).width() > 1200);
+    const auto withAssistant = stillScreenshot(desktop->display());
+
+    QVERIFY(knucklet.sessionBus().send(click));
+    QTRY_VERIFY(difference(withAssistant, shown()).height() > 300);
+    std::ignore = stillScreenshot(desktop->display());
+    injector->moveTo(100, 700);
+    injector->click();
+    injector->sync();
+
+    // Who never had the keyboard cannot lose it to another window.
+    QTRY_COMPARE_LT(difference(withAssistant, shown()).height(), 300);
+    assistant->terminate();
+    QVERIFY(assistant->waitForFinished(patience));
 }
 
 static const TestArea area("WaylandSession", runTest<WaylandSessionTest>);

@@ -1,8 +1,12 @@
 #include "platform/linux/windows/X11Activation.h"
 
 #include "platform/linux/Xcb.h"
+#include "platform/linux/process/Session.h"
+#include "platform/linux/windows/X11Windows.h"
 
+#include <QEvent>
 #include <QGuiApplication>
+#include <QWindow>
 
 namespace {
 
@@ -31,6 +35,48 @@ xcb_timestamp_t serverTime()
     return XCB_CURRENT_TIME;
 }
 
+/// Gives a window the keyboard once the server can, which is when the window is seen, and ends with that.
+class FocusWhenSeen final : public QObject {
+public:
+    FocusWhenSeen(QWindow& window, xcb_connection_t* connection)
+        : QObject(&window)
+        , window(window)
+        , connection(connection)
+    {
+        window.installEventFilter(this);
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Expose && window.isExposed()) {
+            window.removeEventFilter(this);
+            xcb_set_input_focus(connection, XCB_INPUT_FOCUS_PARENT, static_cast<xcb_window_t>(window.winId()),
+                XCB_CURRENT_TIME);
+            xcb_flush(connection);
+            deleteLater();
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QWindow& window;
+    xcb_connection_t* connection;
+};
+
+// sway 1.10, with wlroots 0.18, takes a window of X that was closed for the one that has the keyboard until
+// another window of X gets it; one of Wayland does not count. It shows the window as active when it comes
+// back, and never tells the X server: keys go nowhere, and the window hears nothing when it loses what it
+// never had. So it takes the keyboard itself, which the manager then takes for its own doing.
+void takeKeyboardThatManagerForgets(NativeWindow native, xcb_connection_t* connection)
+{
+    if (!isWaylandSession() || !isActive(native))
+        return;
+    for (QWindow* window : QGuiApplication::topLevelWindows()) {
+        if (window->handle() && window->winId() == static_cast<WId>(native) && !window->isExposed())
+            std::make_unique<FocusWhenSeen>(*window, connection).release();
+    }
+}
+
 }
 
 void X11Activation::activate(NativeWindow window)
@@ -51,4 +97,5 @@ void X11Activation::activate(NativeWindow window)
         XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
         reinterpret_cast<const char*>(&message));
     xcb_flush(connection);
+    takeKeyboardThatManagerForgets(window, connection);
 }

@@ -49,6 +49,14 @@ void keepAboveAndOutOfLists(NativeWindow window)
         atom(connection, "_NET_WM_STATE"), XCB_ATOM_ATOM, 32, states.size(), states.data());
 }
 
+bool isActive(NativeWindow window)
+{
+    auto* connection = toolkitConnection();
+    return connection
+        && numbers(connection, rootWindow(connection), "_NET_ACTIVE_WINDOW").value(0)
+        == static_cast<xcb_window_t>(window);
+}
+
 bool isPointerOverOwnWindow()
 {
     auto* connection = toolkitConnection();

@@ -12,6 +12,9 @@
 /// this when the window comes up.
 void keepAboveAndOutOfLists(NativeWindow window);
 
+/// Whether the window manager says that this window has the keyboard.
+bool isActive(NativeWindow window);
+
 /// Whether the pointer is over a window of this process.
 bool isPointerOverOwnWindow();
 
