@@ -13,6 +13,7 @@
 #include <X11/XF86keysym.h>
 #include <X11/keysym.h>
 #include <xcb/xinput.h>
+#include <xcb/xtest.h>
 
 #include <array>
 #include <atomic>
@@ -144,10 +145,7 @@ public:
     /// Makes every keyboard look like one of the machine.
     void giveDeviceNodes()
     {
-        const XcbReply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
-            connection.get(), xcb_input_xi_query_version(connection.get(), 2, 2), nullptr));
-        const XcbReply<xcb_input_xi_query_device_reply_t> devices(xcb_input_xi_query_device_reply(
-            connection.get(), xcb_input_xi_query_device(connection.get(), XCB_INPUT_DEVICE_ALL), nullptr));
+        const auto devices = allDevices();
         // The library reads up to the next multiple of four.
         constexpr std::array<char, 20> node { "/dev/input/event0" };
         constexpr auto length = static_cast<std::uint32_t>(std::string_view(node.data()).size());
@@ -157,6 +155,53 @@ public:
                 atom(connection.get(), "Device Node"), XCB_ATOM_STRING, length, node.data());
         }
         sync();
+    }
+
+    /// Plugs a keyboard in, on which this program types from then on. Its number; 0 when there is none.
+    std::uint16_t addKeyboard()
+    {
+        constexpr std::uint16_t length = 4;
+        constexpr std::uint8_t yes = 1;
+        struct {
+            xcb_input_add_master_t head { .type = XCB_INPUT_HIERARCHY_CHANGE_TYPE_ADD_MASTER,
+                .len = length,
+                .name_len = 5,
+                .send_core = yes,
+                .enable = yes };
+            std::array<char, 8> name { "added" };
+        } change;
+        xcb_input_xi_change_hierarchy(
+            connection.get(), 1, reinterpret_cast<const xcb_input_hierarchy_change_t*>(&change));
+        const auto devices = allDevices();
+        std::uint16_t keyboard = 0;
+        auto device = xcb_input_xi_query_device_infos_iterator(devices.get());
+        for (; device.rem > 0; xcb_input_xi_device_info_next(&device)) {
+            const std::string_view name(xcb_input_xi_device_info_name(device.data), device.data->name_len);
+            if (name == "added pointer")
+                addedPointer = device.data->deviceid;
+            else if (name == "added XTEST keyboard")
+                keyboard = device.data->deviceid;
+        }
+        xcb_input_xi_set_client_pointer(connection.get(), XCB_WINDOW_NONE, addedPointer);
+        return keyboard;
+    }
+    void removeKeyboard()
+    {
+        xcb_input_remove_master_t change {};
+        change.type = XCB_INPUT_HIERARCHY_CHANGE_TYPE_REMOVE_MASTER;
+        change.len = 3;
+        change.deviceid = addedPointer;
+        change.return_mode = XCB_INPUT_CHANGE_MODE_FLOAT;
+        xcb_input_xi_change_hierarchy(
+            connection.get(), 1, reinterpret_cast<const xcb_input_hierarchy_change_t*>(&change));
+        sync();
+    }
+    void pressKey(std::uint8_t code) { fake(XCB_KEY_PRESS, code); }
+    void releaseKey(std::uint8_t code) { fake(XCB_KEY_RELEASE, code); }
+    void typeKey(std::uint8_t code)
+    {
+        pressKey(code);
+        releaseKey(code);
     }
 
     void changeSymbol(std::uint8_t code, xcb_keysym_t symbol)
@@ -181,8 +226,23 @@ public:
     }
 
 private:
+    void fake(std::uint8_t type, std::uint8_t code)
+    {
+        xcb_test_fake_input(connection.get(), type, code, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+        sync();
+    }
+
+    XcbReply<xcb_input_xi_query_device_reply_t> allDevices()
+    {
+        const XcbReply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
+            connection.get(), xcb_input_xi_query_version(connection.get(), 2, 2), nullptr));
+        return XcbReply<xcb_input_xi_query_device_reply_t>(xcb_input_xi_query_device_reply(
+            connection.get(), xcb_input_xi_query_device(connection.get(), XCB_INPUT_DEVICE_ALL), nullptr));
+    }
+
     XcbConnection connection;
     xcb_window_t root;
+    std::uint16_t addedPointer = 0;
 };
 
 }
@@ -200,6 +260,8 @@ private slots:
     void aHeldKeyThatIsPressedAgainAndAgainCountsOnce();
     void aKeyThatWasReleasedCountsAgain();
     void ofAKeyboardOfTheMachineNoReleaseWakesAnybody();
+    void aKeyboardThatTakesTheNumberOfAnotherIsItself_data();
+    void aKeyboardThatTakesTheNumberOfAnotherIsItself();
     void shiftAloneCountsNothing();
     void aLetterWithShiftCountsOnce();
     void eachButtonMakesAClick_data();
@@ -408,6 +470,61 @@ void X11InputTest::ofAKeyboardOfTheMachineNoReleaseWakesAnybody()
     processWhatFollows();
 
     QCOMPARE(wakeUps.count, 0);
+}
+
+void X11InputTest::aKeyboardThatTakesTheNumberOfAnotherIsItself_data()
+{
+    QTest::addColumn<bool>("firstIsOfTheMachine");
+    QTest::addColumn<bool>("secondIsOfTheMachine");
+
+    QTest::newRow("one of a program after one of the machine") << true << false;
+    QTest::newRow("one of the machine after one of a program") << false << true;
+    QTest::newRow("one of a program after another") << false << false;
+}
+
+void X11InputTest::aKeyboardThatTakesTheNumberOfAnotherIsItself()
+{
+    QFETCH(const bool, firstIsOfTheMachine);
+    QFETCH(const bool, secondIsOfTheMachine);
+    X11Input input { loop, clock };
+    input.letPressesWait(0ms);
+    Reports reports;
+    startTap(input, reports);
+    Client hands(desktop->display());
+    const auto key = injector->keyCode(XK_a);
+    const auto plugIn = [&](bool isOfTheMachine) {
+        const auto number = hands.addKeyboard();
+        if (isOfTheMachine)
+            hands.giveDeviceNodes();
+        // What a keyboard is, is asked after its first press.
+        hands.typeKey(key);
+        input.drain();
+        loop.dispatch();
+        return number;
+    };
+    const auto first = plugIn(firstIsOfTheMachine);
+    hands.typeKey(key);
+    hands.removeKeyboard();
+
+    const auto second = plugIn(secondIsOfTheMachine);
+    for (int i = 0; i < 5; ++i)
+        hands.typeKey(key);
+    input.drain();
+    const int typed = reports.keys;
+    for (int i = 0; i < 5; ++i)
+        hands.pressKey(key);
+    input.drain();
+
+    QVERIFY(first > 0);
+    QCOMPARE(second, first);
+    QCOMPARE(typed, 8);
+    QCOMPARE(reports.keys, secondIsOfTheMachine ? 13 : 9);
+    QCoreApplication::processEvents();
+    WakeUps wakeUps;
+    hands.releaseKey(key);
+    processWhatFollows();
+    processWhatFollows();
+    QCOMPARE(wakeUps.count > 0, !secondIsOfTheMachine);
 }
 
 void X11InputTest::shiftAloneCountsNothing()

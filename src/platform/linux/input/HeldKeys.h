@@ -10,7 +10,7 @@
 class HeldKeys final {
 public:
     void watch(std::uint16_t keyboard) { down.try_emplace(keyboard); }
-    const std::map<std::uint16_t, KeyCodes>& watched() const { return down; }
+    void forget(std::uint16_t keyboard) { down.erase(keyboard); }
 
     /// Whether the key was down already.
     bool press(std::uint16_t keyboard, std::uint32_t code)

@@ -162,18 +162,17 @@ void X11Input::select()
         return;
 
     receive();
-    struct {
-        // Each press once, however many devices stand behind the keyboard and the pointer.
-        xcb_input_event_mask_t head { .deviceid = XCB_INPUT_DEVICE_ALL_MASTER, .mask_len = 1 };
-        std::uint32_t mask = 0;
-    } selection;
+    std::uint32_t events = 0;
     if (tap)
-        selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS;
+        events |= XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS;
     if (tap || monitor || buttonMoved)
-        selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
+        events |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
     if (buttonMoved)
-        selection.mask |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
-    xcb_input_xi_select_events(connection.get(), rootWindow(connection.get()), 1, &selection.head);
+        events |= XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
+    // Each press once, however many devices stand behind the keyboard and the pointer.
+    selectEvents(XCB_INPUT_DEVICE_ALL_MASTER, events);
+    if (tap)
+        selectEvents(XCB_INPUT_DEVICE_ALL, XCB_INPUT_XI_EVENT_MASK_HIERARCHY);
     askForTime();
     if (tap && !keyboard.isKnown() && !keyboard.isAwaited())
         keyboard.ask();
@@ -223,21 +222,39 @@ void X11Input::learnKeyboards()
         if (!answer)
             continue;
         knownKeyboards.set(id);
-        if (static_cast<const xcb_input_xi_get_property_reply_t*>(answer.get())->type == XCB_ATOM_NONE)
-            watchReleases(id);
+        const bool isOfAProgram
+            = static_cast<const xcb_input_xi_get_property_reply_t*>(answer.get())->type == XCB_ATOM_NONE;
+        if (isOfAProgram)
+            heldKeys.watch(id);
+        // The server keeps what was selected for another keyboard that had the number before.
+        constexpr std::uint32_t releases = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
+        selectEvents(id, isOfAProgram ? releases : 0);
     }
+    xcb_flush(connection.get());
     dispatchLater();
 }
 
-void X11Input::watchReleases(std::uint16_t device)
+/// The number of a keyboard that is unplugged is given to the next one.
+void X11Input::forgetRemoved(const xcb_generic_event_t& change)
 {
-    heldKeys.watch(device);
+    auto device
+        = xcb_input_hierarchy_infos_iterator(reinterpret_cast<const xcb_input_hierarchy_event_t*>(&change));
+    for (; device.rem > 0; xcb_input_hierarchy_info_next(&device)) {
+        const auto id = device.data->deviceid;
+        if ((device.data->flags & XCB_INPUT_HIERARCHY_MASK_SLAVE_REMOVED) == 0 || id >= knownKeyboards.size())
+            continue;
+        knownKeyboards.reset(id);
+        heldKeys.forget(id);
+    }
+}
+
+void X11Input::selectEvents(std::uint16_t device, std::uint32_t events)
+{
     const struct {
         xcb_input_event_mask_t head;
-        std::uint32_t mask = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
-    } selection { .head { .deviceid = device, .mask_len = 1 } };
+        std::uint32_t mask;
+    } selection { .head { .deviceid = device, .mask_len = 1 }, .mask = events };
     xcb_input_xi_select_events(connection.get(), rootWindow(connection.get()), 1, &selection.head);
-    xcb_flush(connection.get());
 }
 
 // Not while presses are handled: it waits for the server.
@@ -385,6 +402,8 @@ void X11Input::handle(const xcb_generic_event_t& event)
         const auto& release = reinterpret_cast<const xcb_input_raw_button_release_event_t&>(event);
         if (isClick(release.detail))
             tellOfButton(ButtonMove::Released);
+    } else if (type == XCB_INPUT_HIERARCHY) {
+        forgetRemoved(event);
     }
 }
 
@@ -400,7 +419,7 @@ bool X11Input::isKeyPress(const xcb_generic_event_t& event) const
         && reinterpret_cast<const xcb_ge_generic_event_t&>(event).event_type == XCB_INPUT_RAW_KEY_PRESS;
 }
 
-// Raw presses and releases of keys and buttons are built alike.
+// All events of the extension begin alike.
 void X11Input::hearTime(const xcb_generic_event_t& event)
 {
     if (event.response_type == XCB_PROPERTY_NOTIFY)

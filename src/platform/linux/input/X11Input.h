@@ -81,7 +81,8 @@ private:
     void askForTime();
     void learnKeyboards();
     void learnKeyboardsLater();
-    void watchReleases(std::uint16_t device);
+    void forgetRemoved(const xcb_generic_event_t& change);
+    void selectEvents(std::uint16_t device, std::uint32_t events);
 
     void announced();
     void fetchBurst();
