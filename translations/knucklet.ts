@@ -100,6 +100,10 @@
         <source>Open Input Monitoring settings…</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <source>Nothing here can ask for your password. Type this in a terminal instead: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>PrivacyPage</name>
@@ -195,6 +199,10 @@
     </message>
     <message>
         <source>Grant access…</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Nothing here can ask for your password. Type this in a terminal instead: %1</source>
         <translation type="unfinished"></translation>
     </message>
     <message>

@@ -207,8 +207,18 @@ StackView PermissionPage::waiting() const
                     desktop.openInputMonitoringSettings();
                 },
                 prominentButton),
+            commandToGrant(),
         },
         { .spacing = 14, .alignment = Qt::AlignHCenter });
+}
+
+View PermissionPage::commandToGrant() const
+{
+    const auto command = QString::fromStdString(listenAccess.commandToGrant());
+    if (command.isEmpty())
+        return {};
+    return explanation(
+        tr("Nothing here can ask for your password. Type this in a terminal instead: %1").arg(command));
 }
 
 StackView DonePage::body() const

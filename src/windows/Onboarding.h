@@ -68,6 +68,7 @@ private:
     StackView counting() const;
     StackView relaunch() const;
     StackView waiting() const;
+    View commandToGrant() const;
 
     Q_DECLARE_TR_FUNCTIONS(PermissionPage)
 };

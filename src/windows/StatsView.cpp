@@ -136,11 +136,23 @@ View StatsView::permissionBanner() const
                     listenAccess.request();
                     desktop.openInputMonitoringSettings();
                 }),
+            commandToGrant(),
         },
         { .spacing = 6 })
         .padding(10)
         .fillWidth()
         .background(Theme::keyAccent.withOpacity(0.12), 8);
+}
+
+View StatsView::commandToGrant() const
+{
+    const auto command = QString::fromStdString(listenAccess.commandToGrant());
+    if (command.isEmpty())
+        return {};
+    return paragraph(
+        tr("Nothing here can ask for your password. Type this in a terminal instead: %1").arg(command))
+        .font(11)
+        .color(Theme::secondary);
 }
 
 View StatsView::relaunchBanner() const

@@ -52,6 +52,7 @@ private:
     View tiles() const;
     View banner() const;
     View permissionBanner() const;
+    View commandToGrant() const;
     View relaunchBanner() const;
     View footerStats() const;
     View allTime() const;

@@ -227,6 +227,7 @@ private slots:
     // The permission.
     void theCardFollowsThePermission_data();
     void theCardFollowsThePermission();
+    void whereNothingCanAskForThePermissionTheCardSaysWhatToType();
     void aRelaunchWithoutThePermissionShowsHereButNotInThePanel();
     void grantingWhileThePageIsOpenTurnsTheCardWithinOnePoll_data();
     void grantingWhileThePageIsOpenTurnsTheCardWithinOnePoll();
@@ -1323,6 +1324,24 @@ void OnboardingTest::theCardFollowsThePermission()
         QCOMPARE(gap(placeOf(window, text), placeIn(window, buttonWith(window, button))), 14);
         QCOMPARE(placeIn(window, buttonWith(window, button)).bottom(), card.bottom() - 24);
     }
+}
+
+void OnboardingTest::whereNothingCanAskForThePermissionTheCardSaysWhatToType()
+{
+    ShownAssistant assistant;
+    assistant.platform.leaveGrantingTo("sudo grant-it");
+    const QString text
+        = "Nothing here can ask for your password. Type this in a terminal instead: sudo grant-it";
+
+    const auto& window = assistant.show(2);
+
+    // Below the button, which does no harm.
+    QCOMPARE(texts(window).last(), text);
+    QCOMPARE(gap(placeIn(window, buttonWith(window, settingsButton)), placeOf(window, text)), 14);
+    QCOMPARE(theLabel(window, text).font().pixelSize(), 12);
+    assistant.platform.grantAccess();
+    assistant.platform.advance(2s);
+    QTRY_VERIFY(!labelWith(window, text));
 }
 
 void OnboardingTest::aRelaunchWithoutThePermissionShowsHereButNotInThePanel()

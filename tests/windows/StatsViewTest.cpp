@@ -239,6 +239,7 @@ private slots:
     void aWeekThatOverflowsEndsTheProcess();
     void columnsTellTheirExactNumbers();
 
+    void whereNothingCanAskForThePermissionTheBannerSaysWhatToType();
     void theBannerFollowsThePermission_data();
     void theBannerFollowsThePermission();
     void aGrantWhileOpenTakesTheBannerAway();
@@ -857,6 +858,21 @@ void StatsViewTest::columnsTellTheirExactNumbers()
         "3002 keys · 950 clicks", "0 keys · 12 clicks", "9120 keys · 3010 clicks", "0 keys · 0 clicks",
         "4567 keys · 1234 clicks" };
     QCOMPARE(texts, expected);
+}
+
+void StatsViewTest::whereNothingCanAskForThePermissionTheBannerSaysWhatToType()
+{
+    ShownPanel panel;
+    panel.program.platform.leaveGrantingTo("sudo grant-it");
+    const QString text
+        = "Nothing here can ask for your password. Type this in a terminal instead: sudo grant-it";
+
+    auto& host = panel.open();
+
+    const auto* label = labelWith(host, text);
+    QVERIFY(label);
+    QCOMPARE(gap(placeOfButton(host, "Grant access…"), placeIn(host, label)), 6);
+    QCOMPARE(label->font().pixelSize(), 11);
 }
 
 void StatsViewTest::theBannerFollowsThePermission_data()

@@ -32,10 +32,12 @@ public:
     void stop() override;
     bool preflight() override;
     void request() override;
+    std::string commandToGrant() override { return command; }
 
     bool accessGranted = false;
     bool tapRefused = false;
     bool mouseMonitorRefused = false;
+    std::string command;
 
 private:
     void sendToTap(const TapEvent& event);

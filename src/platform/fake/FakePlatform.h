@@ -37,6 +37,8 @@ public:
     void disableTap() { input.disableTap(); }
     void grantAccess() { input.accessGranted = true; }
     void withdrawAccess() { input.accessGranted = false; }
+    /// Nothing can ask for the permission; the user has to type this.
+    void leaveGrantingTo(const std::string& command) { input.command = command; }
     void refuseTap() { input.tapRefused = true; }
     void refuseMouseMonitor() { input.mouseMonitorRefused = true; }
     void setLoginItemStatus(LoginItemStatus status) { process.loginItemStatus = status; }

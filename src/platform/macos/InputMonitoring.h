@@ -7,4 +7,5 @@ class InputMonitoring final : public ListenAccess {
 public:
     bool preflight() override;
     void request() override;
+    std::string commandToGrant() override { return {}; }
 };

@@ -37,6 +37,9 @@ private slots:
     void aRequestThatIsBeingAnsweredIsNotRepeated();
     void aGrantToolThatOthersCanChangeIsNotStarted();
     void aRequestWithoutPolkitIsSilent();
+    void withoutPolkitTheUserIsToldWhatToType();
+    void whereSomebodyAsksNothingIsToBeTyped();
+    void nothingIsToBeTypedForWhatCannotBeGranted();
     void nothingIsRequestedInAnXSession();
 
 private:
@@ -214,6 +217,41 @@ void HelperAccessTest::aRequestWithoutPolkitIsSilent()
     access.request();
 
     QVERIFY(!access.preflight());
+}
+
+void HelperAccessTest::withoutPolkitTheUserIsToldWhatToType()
+{
+    qputenv("PATH", path(""));
+    HelperAccess access(loop, helper("exit 77\n"), grantTool);
+
+    const auto command = access.commandToGrant();
+
+    QCOMPARE(command, std::string("sudo ") + grantTool);
+}
+
+void HelperAccessTest::whereSomebodyAsksNothingIsToBeTyped()
+{
+    script(*folder, "pkexec", "exit 0\n");
+    qputenv("PATH", path("") + ":" + searchPath);
+    HelperAccess access(loop, helper("exit 77\n"), grantTool);
+
+    const auto command = access.commandToGrant();
+
+    QCOMPARE(command, "");
+}
+
+void HelperAccessTest::nothingIsToBeTypedForWhatCannotBeGranted()
+{
+    qputenv("PATH", path(""));
+    HelperAccess inAnOpenFolder(
+        loop, helper("exit 77\n"), script(*folder, "grant", "exit 0\n").toStdString());
+    HelperAccess absent(loop, helper("exit 77\n"), "/usr/bin/knucklet-absent");
+    HelperAccess inAnXSession(loop, helper("exit 77\n"), grantTool);
+
+    QCOMPARE(inAnOpenFolder.commandToGrant(), "");
+    QCOMPARE(absent.commandToGrant(), "");
+    qputenv("XDG_SESSION_TYPE", "x11");
+    QCOMPARE(inAnXSession.commandToGrant(), "");
 }
 
 void HelperAccessTest::nothingIsRequestedInAnXSession()

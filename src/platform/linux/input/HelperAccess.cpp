@@ -1,6 +1,7 @@
 #include "platform/linux/input/HelperAccess.h"
 
 #include "platform/linux/process/Child.h"
+#include "platform/linux/process/FindProgram.h"
 #include "platform/linux/process/Session.h"
 #include "tap/TapProtocol.h"
 
@@ -55,14 +56,26 @@ bool HelperAccess::preflight()
 
 void HelperAccess::request()
 {
-    // What somebody else could have put there is not to be run as root because of a button of ours. A program
-    // that runs where it was built has nothing to grant anyway.
-    if (!isWaylandSession() || !canOnlyBeChangedByRoot(grantProgram))
+    if (!canBeRequested())
         return;
     // A child and not a process of its own, because pkexec asks the one who sits before its parent. While it
     // asks, it need not be started again.
     if (!grant || !grant->isRunning())
         grant = Child::start(loop, { "pkexec", grantProgram }, ChildStreams::Nowhere);
+}
+
+std::string HelperAccess::commandToGrant()
+{
+    if (!canBeRequested() || findProgram("pkexec"))
+        return {};
+    return "sudo " + grantProgram.string();
+}
+
+// What somebody else could have put there is not to be run as root because of a button of ours. A program
+// that runs where it was built has nothing to grant anyway.
+bool HelperAccess::canBeRequested() const
+{
+    return isWaylandSession() && canOnlyBeChangedByRoot(grantProgram);
 }
 
 std::optional<HelperAccess::State> HelperAccess::helperState() const

@@ -22,6 +22,7 @@ public:
 
     bool preflight() override;
     void request() override;
+    std::string commandToGrant() override;
 
 private:
     /// What is known of the helper's file, on which its right depends.
@@ -34,6 +35,7 @@ private:
         bool operator==(const State&) const = default;
     };
 
+    bool canBeRequested() const;
     std::optional<State> helperState() const;
     std::optional<bool> askHelper() const;
 

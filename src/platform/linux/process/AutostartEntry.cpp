@@ -1,11 +1,10 @@
 #include "platform/linux/process/AutostartEntry.h"
 
 #include "platform/linux/process/BaseFolders.h"
+#include "platform/linux/process/FindProgram.h"
 #include "platform/linux/process/KeyFile.h"
 #include "support/AtomicFile.h"
 #include "support/InstalledFiles.h"
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -115,25 +114,6 @@ std::string programOf(std::string_view commandLine)
         }
     }
     return program;
-}
-
-/// Where the program lies that a desktop finds under this name or path; nothing when it finds none.
-std::optional<std::filesystem::path> findProgram(const std::string& name)
-{
-    const auto canBeStarted = [](const std::filesystem::path& file) {
-        std::error_code unknown;
-        return std::filesystem::is_regular_file(file, unknown) && access(file.c_str(), X_OK) == 0;
-    };
-    if (name.find('/') == std::string::npos) {
-        for (const auto& folder : listOf(environment("PATH"), ':')) {
-            auto file = std::filesystem::path(folder) / name;
-            if (canBeStarted(file))
-                return file;
-        }
-        return {};
-    }
-    return name.starts_with('/') && canBeStarted(name) ? std::optional<std::filesystem::path>(name)
-                                                       : std::nullopt;
 }
 
 /// Whether there is a program to start, and not another one of the same name, such as an older copy. What a
