@@ -18,16 +18,15 @@ const char* const busConfiguration = R"(<busconfig>
     <allow eavesdrop="true"/>
     <allow own="*"/>
   </policy>
-</busconfig>
 )";
 
 }
 
-PrivateBus::PrivateBus()
+PrivateBus::PrivateBus(const QByteArray& furtherConfiguration)
 {
     if (!configuration.open())
         return;
-    configuration.write(busConfiguration);
+    configuration.write(busConfiguration + furtherConfiguration + "</busconfig>\n");
     configuration.close();
     daemon.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
     daemon.start(
@@ -36,7 +35,7 @@ PrivateBus::PrivateBus()
         if (!daemon.waitForReadyRead(patience))
             return;
     }
-    busAddress = QString::fromUtf8(daemon.readLine()).trimmed();
+    addresses = QString::fromUtf8(daemon.readLine()).trimmed().split(';');
 }
 
 PrivateBus::~PrivateBus() { end(); }

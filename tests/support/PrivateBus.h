@@ -1,19 +1,23 @@
 #pragma once
 
+#include <QByteArray>
 #include <QProcess>
-#include <QString>
+#include <QStringList>
 #include <QTemporaryFile>
 
 /// A session bus of the test's own. It ends with this object, and with the process should that crash.
 class PrivateBus final {
 public:
-    PrivateBus();
+    /// What dbus-daemon is to read besides the usual.
+    explicit PrivateBus(const QByteArray& furtherConfiguration = {});
     PrivateBus(const PrivateBus&) = delete;
     PrivateBus& operator=(const PrivateBus&) = delete;
     ~PrivateBus();
 
     /// Where to connect to; empty when the bus did not start.
-    QString address() const { return busAddress; }
+    QString address() const { return addresses.filter("unix:").value(0); }
+    /// From another machine; empty where the configuration has no such address.
+    QString addressFromAfar() const { return addresses.filter("tcp:").value(0); }
 
     /// Neither reads nor answers until it goes on.
     void hang();
@@ -23,5 +27,5 @@ public:
 private:
     QTemporaryFile configuration;
     QProcess daemon;
-    QString busAddress;
+    QStringList addresses;
 };

@@ -208,6 +208,8 @@ private slots:
     void itRegistersAgainWithEachNewWatcher();
     void itRegistersWithAWatcherThatTakesOver();
     void aBarThatLosesItemsWithNamesHearsOfItsPlace();
+    void aWatcherIsThereWhenTheBusSaysSo_data();
+    void aWatcherIsThereWhenTheBusSaysSo();
     void withoutABusItRunsOn();
     void whenTheBusIsLostThereIsNoWatcher();
     void aBusThatHangsHoldsUpNobody();
@@ -267,6 +269,7 @@ private slots:
     void otherToolsUnderstandTheIntrospection();
 
 private:
+    void start(const QByteArray& busConfiguration = {});
     void install(const QStringList& titles = { "Open Knucklet", "Setup Assistant…", "Quit Knucklet" });
     QDBusMessage call(const QString& path, const QString& interface, const QString& member,
         const QVariantList& arguments = {});
@@ -301,7 +304,12 @@ void StatusNotifierItemTest::init()
     tokens.clear();
     places.clear();
     commandsRun.clear();
-    bus = std::make_unique<PrivateBus>();
+    start();
+}
+
+void StatusNotifierItemTest::start(const QByteArray& busConfiguration)
+{
+    bus = std::make_unique<PrivateBus>(busConfiguration);
     QVERIFY(!bus->address().isEmpty());
     host = std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(bus->address(), "host"));
     loop = std::make_unique<EventLoop>();
@@ -407,6 +415,38 @@ void StatusNotifierItemTest::aBarThatLosesItemsWithNamesHearsOfItsPlace()
     install();
 
     QTRY_COMPARE(watcher.registered, QStringList(itemPath));
+}
+
+void StatusNotifierItemTest::aWatcherIsThereWhenTheBusSaysSo_data()
+{
+    QTest::addColumn<QByteArray>("busConfiguration");
+    QTest::addColumn<WatcherState>("expected");
+
+    QTest::newRow("whose process the bus does not know")
+        << QByteArray("<listen>tcp:host=127.0.0.1</listen><auth>ANONYMOUS</auth><allow_anonymous/>")
+        << WatcherState::Present;
+    QTest::newRow("of which the bus says nothing") << QByteArray(
+        "<policy context=\"mandatory\"><deny send_destination=\"org.freedesktop.DBus\" "
+        "send_interface=\"org.freedesktop.DBus\" send_member=\"GetConnectionUnixProcessID\"/></policy>")
+                                                   << WatcherState::Absent;
+}
+
+void StatusNotifierItemTest::aWatcherIsThereWhenTheBusSaysSo()
+{
+    QFETCH(const QByteArray, busConfiguration);
+    QFETCH(const WatcherState, expected);
+    cleanup();
+    start(busConfiguration);
+    const auto fromAfar = bus->addressFromAfar();
+    const Watcher watcher(fromAfar.isEmpty() ? bus->address() : fromAfar);
+
+    install();
+
+    QTRY_VERIFY(!watcherStates.isEmpty());
+    QCOMPARE(watcherStates, QList { expected });
+    QCOMPARE(item->isShown(), expected == WatcherState::Present);
+    if (expected == WatcherState::Present)
+        QTRY_COMPARE(watcher.registered, QStringList(itemService()));
 }
 
 void StatusNotifierItemTest::withoutABusItRunsOn()

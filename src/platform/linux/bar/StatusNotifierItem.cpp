@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdint>
 #include <utility>
 
 namespace {
@@ -14,7 +15,7 @@ namespace {
 constexpr const char* watcherName = "org.kde.StatusNotifierWatcher";
 constexpr const char* busName = "org.freedesktop.DBus";
 constexpr const char* busPath = "/org/freedesktop/DBus";
-constexpr const char* noOwner = "org.freedesktop.DBus.Error.NameHasNoOwner";
+constexpr const char* unknownProcess = "org.freedesktop.DBus.Error.UnixProcessIdUnknown";
 constexpr const char* itemPath = "/StatusNotifierItem";
 constexpr const char* menuPath = "/MenuBar";
 
@@ -212,23 +213,26 @@ void StatusNotifierItem::announceLabel(const std::string& text)
     });
 }
 
-/// A new question takes the place of the last, so that the newest watcher is the one that counts.
+/// A new question takes the place of the last, so that the newest watcher is the one that counts. A bus that
+/// hangs or refuses to say has none: the tray icon is to be seen all the same.
 void StatusNotifierItem::lookForWatcher()
 {
     question = bus.call({ busName, busPath, busName, "GetConnectionUnixProcessID",
                             [](BusWriter& arguments) { arguments.writeString(watcherName); } },
         [this](const BusAnswer& answer) {
-            if (answer.isError(noOwner))
+            if (answer.isError(unknownProcess))
+                watcherAppeared("");
+            else if (answer.isError())
                 watcherIs(WatcherState::Absent);
             else
-                watcherAppeared(answer.values().readUint32());
+                watcherAppeared(processName(answer.values().readUint32()));
         });
 }
 
 /// A refusal to register needs no answer of ours: the next watcher is heard of.
-void StatusNotifierItem::watcherAppeared(std::uint32_t processId)
+void StatusNotifierItem::watcherAppeared(const std::string& process)
 {
-    bar = processName(processId);
+    bar = process;
     pixmaps.clear();
 
     bus.send({ watcherName, "/StatusNotifierWatcher", watcherName, "RegisterStatusNotifierItem",

@@ -5,7 +5,6 @@
 #include "platform/linux/process/EventLoop.h"
 #include "support/Lifetime.h"
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -57,7 +56,7 @@ private:
     void announceLabel(const std::string& text);
     void lookForWatcher();
     void watcherIs(WatcherState state);
-    void watcherAppeared(std::uint32_t processId);
+    void watcherAppeared(const std::string& process);
     void activate(ScreenPixel reported);
     std::optional<ScreenPixel> place(ScreenPixel reported) const;
 
