@@ -12,14 +12,20 @@
 
 #include <X11/XF86keysym.h>
 #include <X11/keysym.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <string_view>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 using namespace std::chrono_literals;
@@ -245,6 +251,63 @@ private:
     std::uint16_t addedPointer = 0;
 };
 
+/// An X server that knows no extension, and ends with its first client at the latest.
+class BareServer final {
+public:
+    BareServer()
+        : socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        // In the namespace of names without files, where the library looks first.
+        int result = -1;
+        while (result != 0 && number < 65536) {
+            const auto name = "/tmp/.X11-unix/X" + QByteArray::number(++number);
+            sockaddr_un address { .sun_family = AF_UNIX, .sun_path = {} };
+            std::ranges::copy(name, address.sun_path + 1);
+            const auto size = offsetof(sockaddr_un, sun_path) + 1 + static_cast<std::size_t>(name.size());
+            result = bind(
+                socket.get(), reinterpret_cast<const sockaddr*>(&address), static_cast<socklen_t>(size));
+        }
+        listen(socket.get(), 1);
+        thread = std::thread([this] { serve(); });
+    }
+    BareServer(const BareServer&) = delete;
+    BareServer& operator=(const BareServer&) = delete;
+    ~BareServer()
+    {
+        end();
+        thread.join();
+    }
+
+    QByteArray display() const { return ':' + QByteArray::number(number); }
+    void end() { shutdown(isServing ? client.get() : socket.get(), SHUT_RDWR); }
+
+private:
+    void serve()
+    {
+        client = FileDescriptor(accept4(socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        isServing = true;
+        std::array<std::uint8_t, 4096> request {};
+        // What it says of itself: requests of any length, and one screen without anything.
+        std::array<std::uint8_t, 80> setup { 1, 0, 11, 0, 0, 0, 18 };
+        setup[26] = setup[27] = 0xff;
+        setup[28] = 1;
+        std::array<std::uint8_t, 32> answer { 1 };
+        if (read(client.get(), request.data(), request.size()) > 0)
+            std::ignore = write(client.get(), setup.data(), setup.size());
+        // An extension that is not there, and what the first bytes of other answers say of nothing.
+        while (read(client.get(), request.data(), request.size()) > 0) {
+            ++answer[2];
+            std::ignore = write(client.get(), answer.data(), answer.size());
+        }
+    }
+
+    int number = 1000;
+    FileDescriptor socket;
+    FileDescriptor client;
+    std::atomic<bool> isServing = false;
+    std::thread thread;
+};
+
 }
 
 class X11InputTest : public QObject {
@@ -302,6 +365,7 @@ private slots:
     void aChangeOfTheKeyboardOutlivesDrainingWithoutAnAnswer();
     void theLossOfTheServerIsToldOnceAndAfterItsPresses();
     void withoutAServerNoLossIsTold();
+    void theLossOfAServerThatReportsNothingIsToldToo();
     void theLossIsToldWhenDrainingFindsIt();
     void aPressThatWaitsKeepsItsMoment();
     void theMonitorIsToldTheMomentAsWell();
@@ -1293,6 +1357,23 @@ void X11InputTest::withoutAServerNoLossIsTold()
     letTimePass();
 
     QCOMPARE(losses, 0);
+}
+
+void X11InputTest::theLossOfAServerThatReportsNothingIsToldToo()
+{
+    BareServer server;
+    qputenv("DISPLAY", server.display());
+    int losses = 0;
+    X11Input input { loop, clock, [&losses] { ++losses; } };
+    QVERIFY(input.hasServer());
+    QVERIFY(!input.eventTap().create({}));
+    QVERIFY(!input.mouseMonitor().start({}));
+    input.watchButtons([](X11Input::ButtonMove) {});
+
+    server.end();
+
+    QTRY_COMPARE(losses, 1);
+    QVERIFY(!input.hasServer());
 }
 
 void X11InputTest::theLossIsToldWhenDrainingFindsIt()

@@ -41,9 +41,13 @@ X11Input::X11Input(EventLoop& loop, const Clock& clock, std::function<void()> lo
     , keyboard(connection.get())
     , burst(loop, [this] { fetchBurst(); })
 {
-    if (!serverReportsPresses())
+    reportsPresses = serverReportsPresses();
+    if (!hasServer())
         return;
+    // Also one that reports nothing: its loss is that of the display.
     socket.emplace(loop, xcb_get_file_descriptor(connection.get()), [this] { announced(); });
+    if (!reportsPresses)
+        return;
     timeWindow = xcb_generate_id(connection.get());
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_create_window(connection.get(), 0, timeWindow, rootWindow(connection.get()), 0, 0, 1, 1, 0,
@@ -105,7 +109,7 @@ std::optional<ScreenPixel> X11Input::pointer()
 
 bool X11Input::create(std::function<void(const TapEvent&)> handler)
 {
-    if (tap || !isConnected())
+    if (tap || !isConnected() || !reportsPresses)
         return false;
 
     // Selected here and not when the tap starts to run, so that no press is missed in between: a monitor that
@@ -125,7 +129,7 @@ void X11Input::enable()
 
 bool X11Input::start(std::function<void(std::optional<Moment>)> handler)
 {
-    if (monitor || !isConnected())
+    if (monitor || !isConnected() || !reportsPresses)
         return false;
 
     monitor = std::move(handler);
@@ -158,7 +162,7 @@ bool X11Input::isConnected() const { return socket && !xcb_connection_has_error(
 // Tells the server what to send: what somebody asked for and nothing else, and never motion.
 void X11Input::select()
 {
-    if (!isConnected())
+    if (!isConnected() || !reportsPresses)
         return;
 
     receive();

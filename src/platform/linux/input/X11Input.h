@@ -107,6 +107,7 @@ private:
     std::function<void()> lost;
     XcbConnection connection;
     std::uint8_t inputExtension = 0;
+    bool reportsPresses = false;
     KeyboardMap keyboard;
     /// There while the server is.
     std::optional<DescriptorWatch> socket;
