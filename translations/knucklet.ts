@@ -101,7 +101,8 @@
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <source>Nothing here can ask for your password. Type this in a terminal instead: %1</source>
+        <source>Nothing here can ask for your password. Type this in a terminal instead:
+%1</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
@@ -202,7 +203,8 @@
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <source>Nothing here can ask for your password. Type this in a terminal instead: %1</source>
+        <source>Nothing here can ask for your password. Type this in a terminal instead:
+%1</source>
         <translation type="unfinished"></translation>
     </message>
     <message>

@@ -218,7 +218,7 @@ View PermissionPage::commandToGrant() const
     if (command.isEmpty())
         return {};
     return explanation(
-        tr("Nothing here can ask for your password. Type this in a terminal instead: %1").arg(command));
+        tr("Nothing here can ask for your password. Type this in a terminal instead:\n%1").arg(command));
 }
 
 StackView DonePage::body() const

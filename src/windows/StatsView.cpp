@@ -150,7 +150,7 @@ View StatsView::commandToGrant() const
     if (command.isEmpty())
         return {};
     return paragraph(
-        tr("Nothing here can ask for your password. Type this in a terminal instead: %1").arg(command))
+        tr("Nothing here can ask for your password. Type this in a terminal instead:\n%1").arg(command))
         .font(11)
         .color(Theme::secondary);
 }

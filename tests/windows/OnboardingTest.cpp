@@ -1331,7 +1331,7 @@ void OnboardingTest::whereNothingCanAskForThePermissionTheCardSaysWhatToType()
     ShownAssistant assistant;
     assistant.platform.leaveGrantingTo("sudo grant-it");
     const QString text
-        = "Nothing here can ask for your password. Type this in a terminal instead: sudo grant-it";
+        = "Nothing here can ask for your password. Type this in a terminal instead:\nsudo grant-it";
 
     const auto& window = assistant.show(2);
 

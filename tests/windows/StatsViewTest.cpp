@@ -865,7 +865,7 @@ void StatsViewTest::whereNothingCanAskForThePermissionTheBannerSaysWhatToType()
     ShownPanel panel;
     panel.program.platform.leaveGrantingTo("sudo grant-it");
     const QString text
-        = "Nothing here can ask for your password. Type this in a terminal instead: sudo grant-it";
+        = "Nothing here can ask for your password. Type this in a terminal instead:\nsudo grant-it";
 
     auto& host = panel.open();
 
