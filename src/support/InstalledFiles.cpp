@@ -50,7 +50,6 @@ std::filesystem::path libexecProgram(std::string_view name)
 
 std::optional<std::filesystem::path> moduleFile(const std::filesystem::path& name)
 {
-    // The tests are built into a folder of their own.
-    const auto folder = folderWith(name, { KNUCKLET_MODULES, "modules", "../modules" });
+    const auto folder = folderWith(name, { KNUCKLET_MODULES, "modules" });
     return folder ? std::optional(*folder / name) : std::nullopt;
 }
