@@ -139,8 +139,9 @@ bool isGone(const Owner& owner)
 
 bool makeOwnerFile(const std::filesystem::path& file)
 {
-    const FileDescriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
     const auto text = textOf(thisProcess());
+    // Last, since who calls asks for the reason when it cannot be made.
+    const FileDescriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
     return made.isOpen() && write(made.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
