@@ -77,19 +77,6 @@ CivilSpan civilSpan(Moment moment)
     };
 }
 
-std::optional<Moment> firstMoment(CivilDay day)
-{
-    // As far from UTC as a clock can be set.
-    constexpr auto furthest = 25h;
-    const Moment midnight(day.time_since_epoch());
-    const auto end = midnight + days(1) + furthest;
-    for (auto span = civilSpan(midnight - furthest); span.begin < end; span = civilSpan(span.end)) {
-        if (span.day == day)
-            return span.begin;
-    }
-    return {};
-}
-
 std::optional<Moment> addDays(std::int64_t days, Moment moment)
 {
     // The years of the standard library end a little further on.

@@ -26,9 +26,6 @@ CivilDay civilDay(Moment moment);
 /// The stretch of time around the moment that shares its day and ends at the latest where the clock changes.
 CivilSpan civilSpan(Moment moment);
 
-/// The moment at which the day begins; nothing for a day that the zone leaves out.
-std::optional<Moment> firstMoment(CivilDay day);
-
 /// The same time of day so many days later, earlier for a negative number; nothing beyond all calendars. A
 /// time of day that the clock skips on that day moves, but never into another day.
 std::optional<Moment> addDays(std::int64_t days, Moment moment);
