@@ -3,11 +3,11 @@
 #include "platform/linux/process/BaseFolders.h"
 #include "platform/linux/process/FindProgram.h"
 #include "platform/linux/process/KeyFile.h"
+#include "platform/linux/process/Session.h"
 #include "support/AtomicFile.h"
 #include "support/InstalledFiles.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <sstream>
 #include <vector>
 
@@ -54,12 +54,6 @@ std::vector<std::string> listOf(std::string_view text, char separator)
     for (std::string part; std::getline(stream, part, separator);)
         parts.push_back(part);
     return parts;
-}
-
-std::string_view environment(const char* variable)
-{
-    const char* value = std::getenv(variable);
-    return value ? value : "";
 }
 
 bool isMeantForThisDesktop(const KeyGroup& entry)

@@ -1,5 +1,7 @@
 #include "platform/linux/process/IniFile.h"
 
+#include "platform/linux/process/Text.h"
+
 #include <strings.h>
 
 #include <algorithm>
@@ -17,15 +19,6 @@ std::size_t lineSize(std::string_view text)
     if (end == std::string_view::npos)
         return text.size();
     return end + (text.substr(end).starts_with("\r\n") ? 2 : 1);
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t\v\f\r\n";
-    const auto begin = text.find_first_not_of(blanks);
-    if (begin == std::string_view::npos)
-        return {};
-    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
 /// The line in front of its comment, which a semicolon begins that is not within quotes.

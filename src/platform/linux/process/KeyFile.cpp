@@ -1,19 +1,12 @@
 #include "platform/linux/process/KeyFile.h"
 
+#include "platform/linux/process/Text.h"
+
 #include <fstream>
 
 namespace {
 
 constexpr std::uintmax_t largestKeyFile = 1024 * 1024;
-
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t\r";
-    const auto begin = text.find_first_not_of(blanks);
-    if (begin == std::string_view::npos)
-        return {};
-    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
-}
 
 std::optional<KeyGroup> parseKeyGroup(std::istream& lines, std::string_view group)
 {

@@ -1,16 +1,11 @@
 #include "platform/linux/process/Session.h"
 
 #include <cstdlib>
-#include <string_view>
-
-namespace {
 
 std::string_view environment(const char* variable)
 {
     const char* value = std::getenv(variable);
     return value ? value : "";
-}
-
 }
 
 bool isWaylandSession()
