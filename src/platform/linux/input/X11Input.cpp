@@ -23,7 +23,7 @@ constexpr auto pointerPatience = 100ms;
 /// a press costs more than all that is done then, and the server keeps what it is not asked for. Measured
 /// with 8 presses a second, against a program that only counts: 1.6 times its processor time where they are
 /// fetched every 100 ms, 1.3 every 250 ms, 0.4 every second.
-constexpr auto burstGap = 250ms;
+constexpr auto burstGap = X11Input::usualWait;
 
 /// How often the server is asked for its time while there is input.
 constexpr auto timeInterval = 1h;

@@ -44,8 +44,10 @@ public:
     /// Whether there is a server, as far as has been noticed, whatever it can report.
     bool hasServer() const { return !xcb_connection_has_error(connection.get()); }
 
-    /// How long presses may wait while somebody types; 0 for not at all. A quarter of a second unless it is
-    /// set, which whoever looks at a number beside the icon takes for at once.
+    /// How long presses wait while somebody types, unless it is set. Whoever looks at a number beside the
+    /// icon takes it for at once.
+    static constexpr std::chrono::milliseconds usualWait { 250 };
+    /// 0 for not at all.
     void letPressesWait(std::chrono::milliseconds time);
 
     /// Delivers all presses that the server has seen so far. Takes a second at most, when the server does not
@@ -111,7 +113,7 @@ private:
     KeyboardMap keyboard;
     /// There while the server is.
     std::optional<DescriptorWatch> socket;
-    std::chrono::milliseconds burstInterval { 250 };
+    std::chrono::milliseconds burstInterval = usualWait;
     /// Runs while the presses of a burst are fetched now and then and the socket is not listened to.
     LoopTimer burst;
     std::optional<Steady::time_point> lastAnnounced;

@@ -17,9 +17,6 @@ using namespace std::chrono_literals;
 /// A portal that runs answers within two milliseconds. One that has to be started first is not waited for.
 constexpr auto portalPatience = 30ms;
 
-/// How long presses may wait while no window shows them.
-constexpr auto unseenWait = 250ms;
-
 /// A window of Wayland comes to the front with such a token only, which the toolkit uses up for the next one
 /// that it activates. One of X needs none; the desktop only has to hear that it need not wait.
 void useActivationToken(const std::string& token)
@@ -60,7 +57,9 @@ std::unique_ptr<WindowPlatform> makeWindowPlatform(Platform& platform)
 {
     auto& resident = static_cast<ResidentPlatform&>(platform);
     auto toolkit = std::make_unique<Toolkit>(resident.process(),
-        [&resident](bool areShown) { resident.x11Input().letPressesWait(areShown ? 0ms : unseenWait); });
+        // Only while no window shows them.
+        [&resident](
+            bool areShown) { resident.x11Input().letPressesWait(areShown ? 0ms : X11Input::usualWait); });
     if (!toolkit->hasDisplay())
         return {};
     return std::make_unique<ToolkitPlatform>(resident, std::move(toolkit));
