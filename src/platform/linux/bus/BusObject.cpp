@@ -198,6 +198,18 @@ int BusObject::answerMethod(sd_bus_message* message)
     return sd_bus_send(bus.connection, reply.get(), nullptr);
 }
 
+/// What a question about properties is answered that cannot be read or is about another interface. Without
+/// one named, this one is meant.
+std::optional<int> BusObject::refusal(
+    sd_bus_message* message, const BusReader& arguments, const std::string& interfaceName) const
+{
+    if (!arguments.isGood())
+        return answerUnreadable(message, arguments);
+    if (!interfaceName.empty() && interfaceName != interface.name)
+        return answerUnknownInterface(message, interfaceName);
+    return {};
+}
+
 int BusObject::answerGet(sd_bus_message* message)
 {
     if (!hasTypes(message, "ss"))
@@ -205,10 +217,8 @@ int BusObject::answerGet(sd_bus_message* message)
     BusReader arguments(message);
     const auto interfaceName = arguments.readString();
     const auto name = arguments.readString();
-    if (!arguments.isGood())
-        return answerUnreadable(message, arguments);
-    if (!interfaceName.empty() && interfaceName != interface.name)
-        return answerUnknownInterface(message, interfaceName);
+    if (const auto answer = refusal(message, arguments, interfaceName))
+        return *answer;
     const auto* found = property(name);
     if (!found)
         return answerUnknownProperty(message, name);
@@ -224,10 +234,8 @@ int BusObject::answerGetAll(sd_bus_message* message)
         return answerInvalidArguments(message);
     BusReader arguments(message);
     const auto interfaceName = arguments.readString();
-    if (!arguments.isGood())
-        return answerUnreadable(message, arguments);
-    if (!interfaceName.empty() && interfaceName != interface.name)
-        return answerUnknownInterface(message, interfaceName);
+    if (const auto answer = refusal(message, arguments, interfaceName))
+        return *answer;
     const auto reply = replyTo(message);
     BusWriter results(reply.get());
     results.writeArray("{sv}", [&] {
@@ -246,10 +254,8 @@ int BusObject::answerSet(sd_bus_message* message)
     BusReader arguments(message);
     const auto interfaceName = arguments.readString();
     const auto name = arguments.readString();
-    if (!arguments.isGood())
-        return answerUnreadable(message, arguments);
-    if (!interfaceName.empty() && interfaceName != interface.name)
-        return answerUnknownInterface(message, interfaceName);
+    if (const auto answer = refusal(message, arguments, interfaceName))
+        return *answer;
     if (!property(name))
         return answerUnknownProperty(message, name);
     return answerError(message, readOnlyProperty, "Property '" + name + "' is read-only");

@@ -3,6 +3,7 @@
 #include "platform/linux/bus/Bus.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -64,6 +65,8 @@ private:
     int answerGetAll(sd_bus_message* message);
     int answerSet(sd_bus_message* message);
     int answerIntrospection(sd_bus_message* message);
+    std::optional<int> refusal(
+        sd_bus_message* message, const BusReader& arguments, const std::string& interfaceName) const;
     std::string introspection() const;
     const BusMethod* method(const std::string& name) const;
     /// One that is there.
