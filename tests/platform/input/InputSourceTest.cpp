@@ -7,6 +7,7 @@
 #include "support/Injector.h"
 #include "support/Patience.h"
 #include "support/Script.h"
+#include "support/TapReports.h"
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 #include "tap/CountableKeys.h"
@@ -19,33 +20,7 @@
 
 namespace {
 
-/// What a tap and a monitor reported.
-struct Reports {
-    int keys = 0;
-    int clicks = 0;
-    int notices = 0;
-    int monitored = 0;
-};
-
-auto reportTo(Reports& reports)
-{
-    return [&reports](const TapEvent& event) {
-        switch (event.kind) {
-        case TapEvent::Kind::Key:
-        case TapEvent::Kind::RepeatedKey:
-            ++reports.keys;
-            break;
-        case TapEvent::Kind::Click:
-            ++reports.clicks;
-            break;
-        case TapEvent::Kind::Disabled:
-            ++reports.notices;
-            break;
-        }
-    };
-}
-
-void startTap(InputSource& input, Reports& reports)
+void startTap(InputSource& input, TapReports& reports)
 {
     EventTap& tap = input.eventTap();
     QVERIFY(tap.create(reportTo(reports)));
@@ -137,7 +112,7 @@ void InputSourceTest::anXSessionIsCountedByItsServer()
     X11Input x11 { loop, clock };
     WaylandTap wayland(loop, helper("exit 77\n"));
     InputSource input(x11, wayland, [this] { return isLocked; });
-    Reports reports;
+    TapReports reports;
     startTap(input, reports);
 
     press();
@@ -153,13 +128,13 @@ void InputSourceTest::nothingCountsWhileAnXSessionIsLocked()
     X11Input x11 { loop, clock };
     WaylandTap wayland(loop, helper("exit 77\n"));
     InputSource input(x11, wayland, [this] { return isLocked; });
-    Reports reports;
+    TapReports reports;
     startTap(input, reports);
 
     isLocked = true;
     press();
     input.drain();
-    const Reports whileLocked = reports;
+    const TapReports whileLocked = reports;
     isLocked = false;
     press();
     input.drain();
@@ -174,7 +149,7 @@ void InputSourceTest::aWaylandSessionIsCountedByTheHelper()
     X11Input x11 { loop, clock };
     WaylandTap wayland(loop, helper(QByteArray(greet) + writeThreeKeys + "cat\n"));
     InputSource input(x11, wayland, [this] { return isLocked; });
-    Reports reports;
+    TapReports reports;
 
     startTap(input, reports);
     press();
@@ -190,7 +165,7 @@ void InputSourceTest::onWaylandTheXServerIsNeverTakenForTheTap()
     X11Input x11 { loop, clock };
     WaylandTap wayland(loop, helper("exit 77\n"));
     InputSource input(x11, wayland, [this] { return isLocked; });
-    Reports reports;
+    TapReports reports;
 
     const bool isCreated = input.eventTap().create(reportTo(reports));
 
@@ -202,7 +177,7 @@ void InputSourceTest::onWaylandTheXServerServesTheMonitor()
     X11Input x11 { loop, clock };
     WaylandTap wayland(loop, helper("exit 77\n"));
     InputSource input(x11, wayland, [this] { return isLocked; });
-    Reports reports;
+    TapReports reports;
     const bool isStarted = x11.mouseMonitor().start([&](std::optional<Moment>) { ++reports.monitored; });
 
     press();
@@ -219,7 +194,7 @@ void InputSourceTest::nothingCountsWhileAWaylandSessionIsLocked()
     X11Input x11 { loop, clock };
     WaylandTap wayland(loop, helper(QByteArray(greet) + writeThreeKeys + "cat\n" + writeThreeKeys));
     InputSource input(x11, wayland, [&] { return ++asked <= 3; });
-    Reports reports;
+    TapReports reports;
 
     startTap(input, reports);
     QTRY_COMPARE(asked, 3);
@@ -239,7 +214,7 @@ void InputSourceTest::whatHasComeIsReceivedAndTheTapRunsOn()
         helper(QByteArray(greet) + writeThreeKeys + "echo >" + written + "\ncat " + goOn + "\n"
             + writeThreeKeys + "cat\n"));
     InputSource input(x11, wayland, [this] { return isLocked; });
-    Reports reports;
+    TapReports reports;
     startTap(input, reports);
     QFile reading(written);
     QVERIFY(reading.open(QIODevice::ReadOnly));
@@ -258,7 +233,7 @@ void InputSourceTest::aNoticeIsPassedOnWhileTheSessionIsLocked()
     X11Input x11 { loop, clock };
     WaylandTap wayland(loop, helper(greet));
     InputSource input(x11, wayland, [this] { return isLocked; });
-    Reports reports;
+    TapReports reports;
     isLocked = true;
 
     startTap(input, reports);
@@ -274,7 +249,7 @@ void InputSourceTest::everyKeyCountsInBothSessionsOrInNone()
     X11Input x11 { loop, clock };
     WaylandTap wayland(loop, helper("exit 77\n"));
     InputSource input(x11, wayland, [this] { return isLocked; });
-    Reports reports;
+    TapReports reports;
     startTap(input, reports);
     QVERIFY(desktop->run("setxkbmap", { "-rules", "evdev", "-model", "pc105", "-layout", "us" }));
 

@@ -3,6 +3,7 @@
 #include "platform/linux/windows/ServedLoop.h"
 #include "support/Patience.h"
 #include "support/Script.h"
+#include "support/TapReports.h"
 #include "support/TestArea.h"
 
 #include <QElapsedTimer>
@@ -16,37 +17,17 @@
 
 namespace {
 
-/// What a tap reported.
-struct Reports {
-    int keys = 0;
-    int clicks = 0;
-    int notices = 0;
-    int repeats = 0;
-};
-
 /// Answers a notice as the program does.
-auto reportTo(Reports& reports, EventTap& tap)
+auto reportTo(TapReports& reports, EventTap& tap)
 {
-    return [&](const TapEvent& event) {
-        switch (event.kind) {
-        case TapEvent::Kind::Key:
-            ++reports.keys;
-            break;
-        case TapEvent::Kind::RepeatedKey:
-            ++reports.repeats;
-            break;
-        case TapEvent::Kind::Click:
-            ++reports.clicks;
-            break;
-        case TapEvent::Kind::Disabled:
-            ++reports.notices;
+    return [report = reportTo(reports), &tap](const TapEvent& event) {
+        report(event);
+        if (event.kind == TapEvent::Kind::Disabled)
             tap.enable();
-            break;
-        }
     };
 }
 
-void startTap(WaylandTap& tap, Reports& reports)
+void startTap(WaylandTap& tap, TapReports& reports)
 {
     QVERIFY(tap.create(reportTo(reports, tap)));
     tap.enable();
@@ -107,7 +88,7 @@ void WaylandTapTest::init() { folder.emplace(); }
 void WaylandTapTest::aRecordBecomesAsManyEvents()
 {
     WaylandTap tap(loop, helper(greet + write(3, 2) + write(300, 0) + stayUntilGoodbye));
-    Reports reports;
+    TapReports reports;
 
     startTap(tap, reports);
 
@@ -122,7 +103,7 @@ void WaylandTapTest::nothingIsReportedBeforeTheTapIsEnabled()
     WaylandTap tap(loop,
         helper(
             greet + write(3, 2) + "touch " + folder->filePath("written").toUtf8() + "\n" + stayUntilGoodbye));
-    Reports reports;
+    TapReports reports;
     QVERIFY(tap.create(reportTo(reports, tap)));
 
     QTRY_VERIFY(QFile::exists(folder->filePath("written")));
@@ -138,7 +119,7 @@ void WaylandTapTest::nothingIsReportedBeforeTheTapIsEnabled()
 void WaylandTapTest::aHelperThatMayNotCountRefusesTheTap()
 {
     WaylandTap tap(loop, helper("exit 77\n"));
-    Reports reports;
+    TapReports reports;
 
     const bool isCreated = tap.create(reportTo(reports, tap));
 
@@ -148,7 +129,7 @@ void WaylandTapTest::aHelperThatMayNotCountRefusesTheTap()
 void WaylandTapTest::withoutAHelperTheTapIsRefused()
 {
     WaylandTap tap(loop, folder->filePath("absent").toStdString());
-    Reports reports;
+    TapReports reports;
 
     const bool isCreated = tap.create(reportTo(reports, tap));
 
@@ -158,7 +139,7 @@ void WaylandTapTest::withoutAHelperTheTapIsRefused()
 void WaylandTapTest::aSecondTapIsRefused()
 {
     WaylandTap tap(loop, helper(greet + stayUntilGoodbye));
-    Reports reports;
+    TapReports reports;
     startTap(tap, reports);
 
     const bool second = tap.create(reportTo(reports, tap));
@@ -171,7 +152,7 @@ void WaylandTapTest::aHelperThatIsSlowToGreetGetsItsChance()
     const QByteArray gate = folder->filePath("gate").toUtf8();
     QCOMPARE(mkfifo(gate.constData(), 0600), 0);
     WaylandTap tap(loop, helper("cat " + gate + "\n" + greet + write(1, 0) + stayUntilGoodbye));
-    Reports reports;
+    TapReports reports;
 
     startTap(tap, reports);
     QFile opened(gate);
@@ -186,7 +167,7 @@ void WaylandTapTest::anEndedHelperIsStartedAgainAndNothingCountsTwice()
     WaylandTap tap(loop,
         helper(noteStart() + greet + "if [ $(wc -l <" + folder->filePath("starts").toUtf8()
             + ") = 1 ]; then\n" + write(5, 1) + "kill -KILL $$\nfi\n" + write(2, 0) + stayUntilGoodbye));
-    Reports reports;
+    TapReports reports;
 
     startTap(tap, reports);
 
@@ -200,7 +181,7 @@ void WaylandTapTest::aHelperThatKeepsEndingIsStartedEverLessOften()
 {
     using namespace std::chrono_literals;
     WaylandTap tap(loop, helper(noteStart() + greet));
-    Reports reports;
+    TapReports reports;
 
     startTap(tap, reports);
     QTRY_COMPARE(starts(), 4);
@@ -218,7 +199,7 @@ void WaylandTapTest::aHelperThatKeepsEndingIsStartedEverLessOften()
 void WaylandTapTest::aHelperThatHasCountedIsStartedAgainAtOnce()
 {
     WaylandTap tap(loop, helper(noteStart() + greet + write(1, 0)));
-    Reports reports;
+    TapReports reports;
     QElapsedTimer time;
     time.start();
 
@@ -235,7 +216,7 @@ void WaylandTapTest::halfARecordCountsNothing()
     WaylandTap tap(loop,
         helper(noteStart() + greet + "if [ $(wc -l <" + folder->filePath("starts").toUtf8()
             + ") = 1 ]; then\nprintf 'abcd'; exit 0\nfi\n" + write(2, 1) + stayUntilGoodbye));
-    Reports reports;
+    TapReports reports;
 
     startTap(tap, reports);
 
@@ -261,7 +242,7 @@ void WaylandTapTest::aBrokenRecordEndsItsHelper()
         helper(noteStart() + greet + "if [ $(wc -l <" + folder->filePath("starts").toUtf8()
             + ") = 1 ]; then\n" + write(keys, clicks) + stayUntilGoodbye + "fi\n" + write(2, 1)
             + stayUntilGoodbye));
-    Reports reports;
+    TapReports reports;
 
     startTap(tap, reports);
 
@@ -273,7 +254,7 @@ void WaylandTapTest::aBrokenRecordEndsItsHelper()
 void WaylandTapTest::drainingDeliversWhatTheHelperStillHolds()
 {
     WaylandTap tap(loop, helper(greet + stayUntilGoodbye + write(4, 1)));
-    Reports reports;
+    TapReports reports;
     startTap(tap, reports);
 
     tap.drain();
@@ -286,7 +267,7 @@ void WaylandTapTest::drainingDeliversWhatTheHelperStillHolds()
 void WaylandTapTest::nothingIsStartedAfterDraining()
 {
     WaylandTap tap(loop, helper(noteStart() + greet + stayUntilGoodbye));
-    Reports reports;
+    TapReports reports;
     startTap(tap, reports);
 
     tap.drain();
@@ -299,7 +280,7 @@ void WaylandTapTest::nothingIsStartedAfterDraining()
 void WaylandTapTest::drainingDoesNotWaitForAHelperThatHangs()
 {
     WaylandTap tap(loop, helper(greet + write(1, 0) + "exec sleep 60\n"));
-    Reports reports;
+    TapReports reports;
     startTap(tap, reports);
     QTRY_COMPARE(reports.keys, 1);
     QElapsedTimer time;
@@ -315,7 +296,7 @@ void WaylandTapTest::theHelperEndsWithTheTap()
     std::optional<WaylandTap> tap(std::in_place, loop,
         helper(greet + "echo $$ >" + folder->filePath("process").toUtf8() + "\n" + write(1, 0)
             + "exec sleep 60\n"));
-    Reports reports;
+    TapReports reports;
     startTap(*tap, reports);
     QTRY_COMPARE(reports.keys, 1);
     const pid_t process = readLines(*folder, "process").constFirst().toInt();
