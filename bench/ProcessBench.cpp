@@ -1,6 +1,6 @@
 // ProcessBench: what the whole program takes of the machine, beside the least that counting can cost and,
-// where they are installed, beside other programs of the tray. Counts and ratios that miss their limit make
-// it fail; times are those of the machine, and are told with their aim and not judged.
+// where they are installed, beside other programs of the tray. Each figure is told with its aim. Counts and
+// ratios beyond their limit are named; only a program that does not do its work makes it fail.
 
 #include "ProcessUse.h"
 #include "support/Injector.h"

@@ -11,8 +11,8 @@ class Timers {
 public:
     virtual ~Timers() = default;
 
-    /// The first tick comes one interval from now. The timer runs until it is invalidated; dropping the id
-    /// does not stop it.
+    /// The first tick comes one interval from now. One of a second and more may be off by 5%, so that the
+    /// ticks of several timers fall together. Runs until it is invalidated.
     virtual TimerId scheduleRepeating(std::chrono::milliseconds interval, std::function<void()> tick) = 0;
     /// May be called from within the timer's own tick.
     virtual void invalidate(TimerId timer) = 0;

@@ -27,8 +27,8 @@ public:
     /// Not while an answer is awaited.
     void ask();
 
-    /// The one place in the program that looks at which key was pressed. It answers a single question, by the
-    /// layout that was known last, and keeps nothing.
+    /// Whether a key counts, by the layout that was known last. Which key it was is kept nowhere, but for
+    /// those that are down on the keyboards of programs (`HeldKeys`).
     bool counts(std::uint32_t code) const { return code < uncounted.size() && !uncounted[code]; }
 
 private:
