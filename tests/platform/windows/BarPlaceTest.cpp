@@ -46,7 +46,9 @@ void BarPlaceTest::onlyAPlaceOnABarIsBelieved_data()
     QTest::newRow("on the bar") << barAtTop << QPoint(1265, 14) << true;
     QTest::newRow("at the bar's corner") << barAtTop << QPoint(1279, 0) << true;
     QTest::newRow("at its lower edge") << barAtTop << QPoint(600, 27) << true;
-    QTest::newRow("just below it") << barAtTop << QPoint(600, 28) << false;
+    QTest::newRow("where it floats beneath") << barAtTop << QPoint(600, 36) << true;
+    QTest::newRow("below it") << barAtTop << QPoint(600, 42) << false;
+    QTest::newRow("as far from the edge without a bar") << barAtTop << QPoint(1270, 400) << false;
     QTest::newRow("amid the screen") << barAtTop << QPoint(600, 400) << false;
     QTest::newRow("at an edge that has no bar") << barAtTop << QPoint(600, 790) << false;
     QTest::newRow("within the bar and not on the screen") << barAtBottom << QPoint(1265, 14) << false;

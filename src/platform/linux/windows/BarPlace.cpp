@@ -6,10 +6,21 @@ namespace {
 /// Wayland programs beside X ones do not, and nobody tells of a bar that hides itself.
 constexpr int barReach = 64;
 
+/// So many points a bar may stand out of the room that it takes: one of Plasma 6 floats off the edge.
+constexpr int barFloat = 12;
+
 bool isOnBar(QPoint pixel, const ScreenWithBars& screen)
 {
-    if (screen.free != screen.pixels)
-        return !screen.free.contains(pixel);
+    if (screen.free != screen.pixels) {
+        const int most = qRound(barFloat * screen.scale);
+        const auto overlap = [most](int taken) { return taken > 0 ? most : 0; };
+        return !screen.free
+                    .adjusted(overlap(screen.free.left() - screen.pixels.left()),
+                        overlap(screen.free.top() - screen.pixels.top()),
+                        -overlap(screen.pixels.right() - screen.free.right()),
+                        -overlap(screen.pixels.bottom() - screen.free.bottom()))
+                    .contains(pixel);
+    }
     const int reach = qRound(barReach * screen.scale);
     return !screen.pixels.adjusted(reach, reach, -reach, -reach).contains(pixel);
 }
