@@ -59,6 +59,8 @@ private slots:
     void itStandsBesideTheBarAtAnyEdge();
     void itIsSharpAtEveryScale_data();
     void itIsSharpAtEveryScale();
+    void aWorkAreaInOtherUnitsIsReadAsSuch_data();
+    void aWorkAreaInOtherUnitsIsReadAsSuch();
     void itScrollsWhereTheScreenIsTooLow();
     void itOpensOnTheMonitorOfTheIcon_data();
     void itOpensOnTheMonitorOfTheIcon();
@@ -183,6 +185,42 @@ void PanelPlaceTest::itIsSharpAtEveryScale()
     QVERIFY(
         blur(picture.scaled(picture.size() * 2, {}, Qt::SmoothTransformation), place * 2, qRound(16 * scale))
         > 1);
+}
+
+void PanelPlaceTest::aWorkAreaInOtherUnitsIsReadAsSuch_data()
+{
+    QTest::addColumn<QString>("desktop");
+    QTest::addColumn<QString>("workArea");
+
+    // As kwin says it of this screen at 1.5 pixels to a point, and at one after that; 100 pixels below are
+    // not free.
+    QTest::newRow("smaller ones") << "853, 533"
+                                  << "0, 19, 853, 447";
+    QTest::newRow("larger ones") << "1920, 1200"
+                                 << "0, 44, 1920, 1006";
+}
+
+void PanelPlaceTest::aWorkAreaInOtherUnitsIsReadAsSuch()
+{
+    QFETCH(const QString, desktop);
+    QFETCH(const QString, workArea);
+    QProcessEnvironment tall;
+    tall.insert("XDG_SESSION_TYPE", "wayland");
+    tall.insert("QT_SCALE_FACTOR", "2");
+    QVERIFY(user->run(program, tall));
+    const auto set = [this](const QString& property, const QString& value) {
+        return user->desktop.run("xprop", { "-root", "-f", property, "32c", "-set", property, value });
+    };
+    QVERIFY(set("_NET_DESKTOP_GEOMETRY", desktop));
+    QVERIFY(set("_NET_WORKAREA", workArea));
+
+    QVERIFY(user->open());
+
+    const auto area = user->area();
+    // It is higher than what is free, and as wide as it likes.
+    QCOMPARE_LE(std::abs(area.top() - barHeight), 1);
+    QCOMPARE_LE(std::abs(area.bottom() - 699), 2);
+    QCOMPARE_LE(std::abs(area.right() - screen().right()), 1);
 }
 
 void PanelPlaceTest::itScrollsWhereTheScreenIsTooLow()

@@ -43,7 +43,12 @@ std::optional<ScreenPoint> logicalPoint(QPoint physical)
 QRect withoutBarsInPoints(const QScreen& screen)
 {
     const QRect pixels = pixelsOf(screen);
-    const QRect free = withoutBars(pixels);
+    QRect free = withoutBars(pixels);
+    // Bars that only the window manager knows. Among several screens it takes those of one from all.
+    const bool isOnlyScreen = QGuiApplication::screens().size() == 1;
+    const auto managed = isOnlyScreen ? freeForWindowManager() : std::nullopt;
+    if (managed && free.intersects(*managed))
+        free &= *managed;
     const qreal scale = screen.devicePixelRatio();
     // Points that fall between two pixels go to the pixel after, and none under a bar.
     const auto pointAfter
@@ -54,11 +59,8 @@ QRect withoutBarsInPoints(const QScreen& screen)
     const int top = pointAfter(free.top(), pixels.top());
     const int right = pointBefore(free.left() + free.width(), pixels.left());
     const int bottom = pointBefore(free.top() + free.height(), pixels.top());
-    QRect area(left, top, right - left, bottom - top);
-    // Bars that only the toolkit knows. Among several screens it takes those of one from all.
-    if (QGuiApplication::screens().size() == 1)
-        area &= screen.availableGeometry();
-    return area;
+    const QRect area(left, top, right - left, bottom - top);
+    return isOnlyScreen && !managed ? area & screen.availableGeometry() : area;
 }
 
 ScreenWithBars withBars(const QScreen& screen)

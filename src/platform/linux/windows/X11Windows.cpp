@@ -1,6 +1,7 @@
 #include "platform/linux/windows/X11Windows.h"
 
 #include "platform/linux/Xcb.h"
+#include "platform/linux/process/Session.h"
 
 #include <QGuiApplication>
 #include <QList>
@@ -117,6 +118,31 @@ QRect withoutBars(const QRect& screen)
     }
     return { QPoint(taken[Left], taken[Top]),
         QPoint(size[Right] - taken[Right] - 1, size[Bottom] - taken[Bottom] - 1) };
+}
+
+// As soon as the user has changed the scale, kwin 6.3 on Wayland tells the sizes of the work area and of the
+// desktop in other units than the server's pixels: at first in points, and after another change in what is
+// neither. The desktop is as large as all screens together in every unit. On a real X server it may be larger
+// than they are.
+std::optional<QRect> freeForWindowManager()
+{
+    auto* connection = toolkitConnection();
+    if (!connection)
+        return {};
+    const auto root = rootWindow(connection);
+    const XcbReply<xcb_get_geometry_reply_t> whole(
+        xcb_get_geometry_reply(connection, xcb_get_geometry(connection, root), nullptr));
+    const auto area = numbers(connection, root, "_NET_WORKAREA");
+    if (!whole || area.size() < 4)
+        return {};
+
+    const auto desktop = numbers(connection, root, "_NET_DESKTOP_GEOMETRY");
+    const bool hasOwnUnits = isWaylandSession() && desktop.size() >= 2 && desktop[0] > 0 && desktop[1] > 0;
+    const double acrossScale = hasOwnUnits ? whole->width / double(desktop[0]) : 1;
+    const double downScale = hasOwnUnits ? whole->height / double(desktop[1]) : 1;
+    const auto across = [&](std::uint32_t size) { return qRound(size * acrossScale); };
+    const auto down = [&](std::uint32_t size) { return qRound(size * downScale); };
+    return QRect(across(area[0]), down(area[1]), across(area[2]), down(area[3]));
 }
 
 // The text goes to the root window in pieces, with a zero at its end; a window says which pieces belong

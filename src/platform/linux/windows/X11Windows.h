@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QRect>
 
+#include <optional>
+
 /// What is asked of an X server and its window manager about windows, on the toolkit's own connection.
 /// Nothing happens, and nothing is found, where the program does not run on an X server.
 
@@ -20,6 +22,10 @@ bool isPointerOverOwnWindow();
 
 /// What is left of a screen without the bars along its edges; in pixels, as is the screen.
 QRect withoutBars(const QRect& screen);
+
+/// What the window manager leaves free of all screens taken together, in pixels; nothing where it does not
+/// say.
+std::optional<QRect> freeForWindowManager();
 
 /// Tells the desktop that what it has begun under this id of the startup-notification protocol is done. Until
 /// then it shows a busy pointer.
