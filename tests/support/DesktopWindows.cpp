@@ -69,7 +69,12 @@ QRect DesktopWindows::place(xcb_window_t window) const
         xcb_translate_coordinates_reply(connection.get(), placeCookie, nullptr));
     if (!size || !place)
         return {};
-    return { place->dst_x, place->dst_y, size->width, size->height };
+    const QRect whole(place->dst_x, place->dst_y, size->width, size->height);
+    const auto shadow = property(window, "_GTK_FRAME_EXTENTS");
+    if (shadow.size() != 4)
+        return whole;
+    const auto side = [&shadow](std::size_t index) { return static_cast<int>(shadow[index]); };
+    return whole.marginsRemoved({ side(0), side(2), side(1), side(3) });
 }
 
 QStringList DesktopWindows::states(xcb_window_t window) const

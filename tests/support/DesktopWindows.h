@@ -25,7 +25,7 @@ public:
     bool isShown(xcb_window_t window) const;
     /// Whether somebody, such as the manager while it moves a window, keeps the keys from all windows.
     bool isKeyboardGrabbed() const;
-    /// Where the window stands on the screen, in pixels, without a frame.
+    /// Where the window stands on the screen, in pixels, without a frame and without a shadow of its own.
     QRect place(xcb_window_t window) const;
     /// The names in the window's _NET_WM_STATE.
     QStringList states(xcb_window_t window) const;

@@ -319,7 +319,7 @@ bool VirtualDesktop::startSettings()
 
 bool VirtualDesktop::startWindowManager()
 {
-    return (startPart("xfwm4", { "--compositor=off" })
+    return (startPart("xfwm4", { parts.compositor ? "--compositor=on" : "--compositor=off" })
                && awaitRootProperty(displayName, "_NET_SUPPORTING_WM_CHECK"))
         || fail();
 }

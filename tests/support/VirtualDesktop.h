@@ -14,8 +14,10 @@
 /// What stands on a virtual desktop besides the X server and the session bus.
 struct DesktopParts {
     QSize size { 1280, 800 };
-    /// xfwm4, without compositing.
+    /// xfwm4.
     bool windowManager = false;
+    /// It also composes the windows, so that they can be transparent.
+    bool compositor = false;
     /// One bar along the top, which is ready when the desktop is.
     bool panel = false;
     /// Which one that is, or will be when it is started later.
