@@ -9,6 +9,7 @@ class Platform;
 class SavePanel;
 class ShareSheet;
 class WindowActivation;
+class WindowEdges;
 
 /// What the program's windows need of the system on top of `Platform`, in the same way.
 class WindowPlatform {
@@ -21,6 +22,7 @@ public:
     virtual SavePanel& savePanel() = 0;
     virtual ShareSheet& shareSheet() = 0;
     virtual WindowActivation& windowActivation() = 0;
+    virtual WindowEdges& windowEdges() = 0;
 };
 
 /// That of the system that the program was built for. The platform must be the one that `makePlatform` has

@@ -340,7 +340,8 @@ void OnboardingWindowController::show(AppState& state, int startPage)
 {
     if (!window) {
         prepare();
-        window = std::make_unique<UtilityWindow>("Knucklet Setup", windowPlatform.windowActivation());
+        window = std::make_unique<UtilityWindow>(
+            "Knucklet Setup", windowPlatform.windowActivation(), windowPlatform.windowEdges());
         observation = state.observe([this] { window->invalidate(); });
     }
     const auto page = std::make_shared<Published<int>>([this] { window->invalidate(); });

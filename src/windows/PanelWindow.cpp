@@ -2,7 +2,6 @@
 
 #include "platform/WindowActivation.h"
 #include "windows/ui/ScrollBar.h"
-#include "windows/ui/Shapes.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -29,8 +28,10 @@ QRect screenWith(QPoint place)
 
 }
 
-PanelWindow::PanelWindow(std::function<View()> body, PanelHost& panelHost, WindowActivation& activation)
+PanelWindow::PanelWindow(
+    std::function<View()> body, PanelHost& panelHost, WindowActivation& activation, WindowEdges& edges)
     : QWidget(nullptr, besideItem)
+    , frame(*this, edges)
     , content(new Host(std::move(body)))
     , scrollBar(new ScrollBar(this))
     , panelHost(panelHost)
@@ -43,7 +44,7 @@ PanelWindow::PanelWindow(std::function<View()> body, PanelHost& panelHost, Windo
     content->setParent(this);
     content->installEventFilter(this);
     scrollBar->raise();
-    connect(scrollBar, &ScrollBar::valueChanged, this, [this](int value) { content->move(0, -value); });
+    connect(scrollBar, &ScrollBar::valueChanged, this, &PanelWindow::scroll);
     connect(qApp, &QApplication::focusChanged, this, [this](const QWidget*, const QWidget* control) {
         if (control && content->isAncestorOf(control))
             scrollTo(*control);
@@ -74,8 +75,11 @@ void PanelWindow::invalidate() { content->invalidate(); }
 void PanelWindow::become(Qt::WindowFlags kind)
 {
     // Other flags make the window anew.
-    if (windowType() != (kind & Qt::WindowType_Mask))
+    if (windowType() != (kind & Qt::WindowType_Mask)) {
+        frame.setDrawn(kind == besideItem);
         setWindowFlags(kind);
+    }
+    frame.follow();
     // Described and laid out before it is shown, so that it never jumps.
     content->renderNow();
     ensurePolished();
@@ -98,6 +102,9 @@ bool PanelWindow::event(QEvent* event)
     // Also delivered from within hide(), while the window still counts as visible.
     if (event->type() == QEvent::WindowDeactivate && isVisible() && isBesideItem())
         hide();
+    // A shadow has come or gone.
+    if (event->type() == QEvent::ContentsRectChange && isVisible())
+        fitIntoPlace();
     return QWidget::event(event);
 }
 
@@ -122,14 +129,11 @@ void PanelWindow::keyPressEvent(QKeyEvent* event)
         QWidget::keyPressEvent(event);
 }
 
-// A line around the panel sets it off from a window of the same color below it. It lies in the content's
-// padding.
+// The frame's line and its corners lie in the content's padding.
 void PanelWindow::paintEvent(QPaintEvent*)
 {
-    if (!isBesideItem())
-        return;
     QPainter painter(this);
-    drawOutline(painter, rect(), { .color = palette().color(QPalette::Mid) });
+    frame.paint(painter);
 }
 
 void PanelWindow::wheelEvent(QWheelEvent* event)
@@ -143,20 +147,35 @@ void PanelWindow::fitIntoPlace()
 {
     const auto area = panelHost.workArea(place);
     const int height = std::min(content->height(), area.height);
-    setFixedSize(content->width(), height);
+    setFixedSize(QSize(content->width(), height).grownBy(contentsMargins()));
+    const auto body = frame.area();
 
     // In the content's padding.
     const int breadth = scrollBar->sizeHint().width();
-    const int end = layoutDirection() == Qt::RightToLeft ? 1 : content->width() - breadth - 1;
-    scrollBar->setGeometry(end, 1, breadth, height - 2);
+    const int end
+        = layoutDirection() == Qt::RightToLeft ? body.left() + 1 : body.left() + body.width() - breadth - 1;
+    scrollBar->setGeometry(end, body.top() + 1, breadth, height - 2);
     scrollBar->setPageStep(height);
     scrollBar->setRange(0, content->height() - height);
     scrollBar->setVisible(content->height() > height);
+    scroll(scrollBar->value());
 
     if (!isBesideItem())
         return;
     const QPoint point(place.x, place.y);
-    move(placeBeside(point, size(), screenWith(point), { area.x, area.y, area.width, area.height }));
+    move(placeBeside(point, body.size(), screenWith(point), { area.x, area.y, area.width, area.height })
+        - body.topLeft());
+}
+
+void PanelWindow::scroll(int top)
+{
+    const auto body = frame.area();
+    content->move(body.topLeft() - QPoint(0, top));
+    // The rest would be painted on the shadow.
+    if (content->height() > body.height())
+        content->setMask(QRect(0, top, body.width(), body.height()));
+    else
+        content->clearMask();
 }
 
 void PanelWindow::scrollTo(const QWidget& control)
@@ -164,7 +183,7 @@ void PanelWindow::scrollTo(const QWidget& control)
     // With what is around it: rings, and the padding at both ends.
     constexpr int surroundings = 14;
     const int top = control.mapTo(content, QPoint()).y();
-    const int first = top + control.height() + surroundings - height();
+    const int first = top + control.height() + surroundings - frame.area().height();
     const int last = top - surroundings;
     scrollBar->setValue(std::min(std::max(scrollBar->value(), first), last));
 }

@@ -2,6 +2,7 @@
 
 #include "platform/PanelHost.h"
 #include "windows/ui/View.h"
+#include "windows/ui/WindowFrame.h"
 
 #include <QWidget>
 
@@ -18,7 +19,8 @@ class PanelWindow final : public QWidget {
 
 public:
     /// `body` describes the content, which has a size of its own. The services must outlive the panel.
-    PanelWindow(std::function<View()> body, PanelHost& panelHost, WindowActivation& activation);
+    PanelWindow(
+        std::function<View()> body, PanelHost& panelHost, WindowActivation& activation, WindowEdges& edges);
 
     /// Opens as close to the place as its screen allows, wholly within the work area.
     void openBeside(ScreenPoint newPlace);
@@ -40,8 +42,10 @@ private:
     void become(Qt::WindowFlags kind);
     void bringForward();
     void fitIntoPlace();
+    void scroll(int top);
     void scrollTo(const QWidget& control);
 
+    WindowFrame frame;
     Host* content;
     ScrollBar* scrollBar;
     PanelHost& panelHost;

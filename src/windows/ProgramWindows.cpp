@@ -53,7 +53,7 @@ PanelWindow& ProgramWindows::preparedPanel()
             [this] {
                 return StatsView { state, *dates, platform.listenAccess(), platform.desktop() }.body();
             },
-            windowPlatform.panelHost(), windowPlatform.windowActivation());
+            windowPlatform.panelHost(), windowPlatform.windowActivation(), windowPlatform.windowEdges());
         modelObservation = state.observe([this] { panelWindow->invalidate(); });
     }
     return *panelWindow;

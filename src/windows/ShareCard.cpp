@@ -237,7 +237,8 @@ void ShareCardWindowController::show(AppState& state)
 {
     if (!window) {
         prepare();
-        window = std::make_unique<UtilityWindow>(tr("Day Card"), windowPlatform.windowActivation());
+        window = std::make_unique<UtilityWindow>(
+            tr("Day Card"), windowPlatform.windowActivation(), windowPlatform.windowEdges());
     }
     auto showing = std::make_shared<ShareCardShowing>([this] { window->invalidate(); });
     showing->background = load(platform.folders(), "share-bg");

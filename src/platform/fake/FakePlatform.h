@@ -55,6 +55,8 @@ public:
     {
         windows.setAppearance(scheme, motion, accent);
     }
+    /// A compositor comes, or goes.
+    void setWindowEdge(WindowEdge edge) { windows.setEdge(edge); }
     /// Bars leave this much of the screen.
     void setWorkArea(ScreenArea area) { bar.freeArea = area; }
     void storeSetting(const std::string& key, bool value) { files.storeSetting(key, value); }
@@ -93,6 +95,8 @@ public:
     bool hasTerminated() const { return process.hasTerminated(); }
     /// The windows that were brought to the front, in order.
     const std::vector<NativeWindow>& activatedWindows() const { return windows.activatedWindows(); }
+    /// What a window has said of its shadow.
+    WindowShadow shadowOf(NativeWindow window) const { return windows.shadowOf(window); }
 
     /// What the user copied last.
     const std::optional<std::string>& copiedPicture() const { return sharing.copiedPicture(); }
@@ -122,6 +126,7 @@ public:
     ShareSheet& shareSheet() override { return sharing; }
     Timers& timers() override { return time; }
     WindowActivation& windowActivation() override { return windows; }
+    WindowEdges& windowEdges() override { return windows; }
 
 private:
     FakeFiles files;

@@ -8,6 +8,7 @@
 #include "platform/macos/SharingPicker.h"
 #include "platform/macos/StatusPanelHost.h"
 #include "platform/macos/SystemAppearance.h"
+#include "platform/macos/SystemEdges.h"
 
 /// What the program needs for its windows, with the toolkit.
 class MacWindowPlatform final : public WindowPlatform {
@@ -18,6 +19,7 @@ public:
     SavePanel& savePanel() override { return pngSavePanel; }
     ShareSheet& shareSheet() override { return sharingPicker; }
     WindowActivation& windowActivation() override { return frontWindow; }
+    WindowEdges& windowEdges() override { return systemEdges; }
 
 private:
     GuestToolkit toolkit;
@@ -27,4 +29,5 @@ private:
     PngSavePanel pngSavePanel;
     SharingPicker sharingPicker;
     FrontWindow frontWindow;
+    SystemEdges systemEdges;
 };

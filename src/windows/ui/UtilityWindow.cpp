@@ -63,8 +63,9 @@ protected:
 
 }
 
-UtilityWindow::UtilityWindow(const QString& title, WindowActivation& activation)
+UtilityWindow::UtilityWindow(const QString& title, WindowActivation& activation, WindowEdges& edges)
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)
+    , frame(*this, edges)
     , activation(activation)
     , closeButton(new CloseButton(this))
 {
@@ -88,6 +89,7 @@ UtilityWindow::UtilityWindow(const QString& title, WindowActivation& activation)
 void UtilityWindow::present(std::function<View()> body)
 {
     discardContent();
+    frame.follow();
     content = new Host(std::move(body));
     // Before the window knows of it, which would otherwise shrink to nothing for a moment. A window without a
     // size is taken off the screen and loses the keyboard.
@@ -111,6 +113,8 @@ bool UtilityWindow::event(QEvent* event)
 {
     if (event->type() == QEvent::LayoutDirectionChange)
         placeCloseButton();
+    if (event->type() == QEvent::ContentsRectChange)
+        keepInPlace();
     return QWidget::event(event);
 }
 
@@ -123,9 +127,8 @@ void UtilityWindow::closeEvent(QCloseEvent* event)
 
 void UtilityWindow::paintEvent(QPaintEvent*)
 {
-    // Without a frame, the window would flow into others of its color.
     QPainter painter(this);
-    drawOutline(painter, rect(), { .color = palette().color(QPalette::Mid) });
+    frame.paint(painter);
 }
 
 void UtilityWindow::resizeEvent(QResizeEvent* event)
@@ -185,16 +188,26 @@ void UtilityWindow::placeFirst()
     const auto* screen = QGuiApplication::screenAt(center());
     if (!screen)
         screen = QGuiApplication::primaryScreen();
-    auto frame = rect();
-    frame.moveCenter(screen->availableGeometry().center());
-    move(frame.topLeft());
+    auto place = rect();
+    place.moveCenter(screen->availableGeometry().center());
+    move(place.topLeft());
     isPlaced = true;
+}
+
+// What is seen of the window stays where it is when a shadow comes or goes.
+void UtilityWindow::keepInPlace()
+{
+    const int before = std::exchange(shadow, contentsMargins().left());
+    if (!isPlaced || shadow == before)
+        return;
+    layout()->activate();
+    move(pos() + QPoint(before - shadow, before - shadow));
 }
 
 void UtilityWindow::placeCloseButton()
 {
     constexpr int margin = 10;
-    const auto corner = rect().adjusted(margin, margin, -margin, -margin);
+    const auto corner = frame.area().adjusted(margin, margin, -margin, -margin);
     closeButton->setGeometry(
         QStyle::alignedRect(layoutDirection(), Qt::AlignTop | Qt::AlignRight, closeButton->size(), corner));
 }

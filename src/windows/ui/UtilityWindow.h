@@ -1,6 +1,7 @@
 #pragma once
 
 #include "windows/ui/View.h"
+#include "windows/ui/WindowFrame.h"
 
 #include <QPoint>
 #include <QWidget>
@@ -18,7 +19,7 @@ class WindowActivation;
 class UtilityWindow final : public QWidget {
 public:
     /// The title is not drawn; window lists and screen readers have it.
-    UtilityWindow(const QString& title, WindowActivation& activation);
+    UtilityWindow(const QString& title, WindowActivation& activation, WindowEdges& edges);
 
     /// Shows what `body` describes in place of all that the window showed before, in front of everything else
     /// and with the keyboard. The window is centered the first time, and never moved again.
@@ -40,15 +41,19 @@ private:
     void discardContent();
     void bringToFront();
     void placeFirst();
+    void keepInPlace();
     void placeCloseButton();
     /// The default button, or where there is none the one that has the focus.
     void pressButton();
     QPushButton* defaultButton() const;
 
+    WindowFrame frame;
     WindowActivation& activation;
     Host* content = nullptr;
     QAbstractButton* closeButton;
     bool isPlaced = false;
+    /// The width of the shadow that the place was found for.
+    int shadow = 0;
     /// Where a press on the background began, until it has become a move.
     std::optional<QPoint> press;
 };

@@ -1,10 +1,12 @@
 #include "windows/ui/UtilityWindow.h"
 
 #include "platform/WindowActivation.h"
+#include "platform/fake/FakeWindows.h"
 #include "support/Patience.h"
 #include "support/TestArea.h"
 #include "support/Widgets.h"
 #include "windows/ui/Controls.h"
+#include "windows/ui/Look.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -19,6 +21,8 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -56,9 +60,14 @@ class UtilityWindowTest final : public QObject {
     Q_OBJECT
 
 private slots:
+    void init() { edges.setEdge(WindowEdge::Square); }
+
     void theContentDecidesTheSizeAndNobodyElseMay();
     void theFrameIsEqualOnEachSideAtEveryScale_data();
     void theFrameIsEqualOnEachSideAtEveryScale();
+    void theFrameFollowsRoundCorners_data();
+    void theFrameFollowsRoundCorners();
+    void aShadowIsNoPartOfTheSizeOrThePlace();
     void theTitleIsForTheSystemOnly();
     void theWindowIsCenteredOnlyTheFirstTime();
     void eachPresentingReplacesTheContent();
@@ -80,11 +89,13 @@ private slots:
 
 private:
     RecordingActivation activation;
+    std::vector<std::string> calls;
+    FakeWindows edges { calls };
 };
 
 void UtilityWindowTest::theContentDecidesTheSizeAndNobodyElseMay()
 {
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
 
     window.present([] { return page("one"); });
 
@@ -104,7 +115,7 @@ void UtilityWindowTest::theFrameIsEqualOnEachSideAtEveryScale_data()
 void UtilityWindowTest::theFrameIsEqualOnEachSideAtEveryScale()
 {
     QFETCH(const double, ratio);
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.present([] { return column({ label(""), spacer() }).width(301).height(203); });
     QImage picture(window.size() * ratio, QImage::Format_RGB32);
     picture.setDevicePixelRatio(ratio);
@@ -125,9 +136,90 @@ void UtilityWindowTest::theFrameIsEqualOnEachSideAtEveryScale()
         QCOMPARE(picture.pixel(middle.x(), y), inside.contains(middle.x(), y) ? ground : frame);
 }
 
+void UtilityWindowTest::theFrameFollowsRoundCorners_data()
+{
+    QTest::addColumn<ColorScheme>("scheme");
+    QTest::addColumn<WindowEdge>("edge");
+
+    QTest::newRow("light") << ColorScheme::Light << WindowEdge::Round;
+    QTest::newRow("dark") << ColorScheme::Dark << WindowEdge::Round;
+    QTest::newRow("light, with a shadow") << ColorScheme::Light << WindowEdge::RoundWithShadow;
+    QTest::newRow("dark, with a shadow") << ColorScheme::Dark << WindowEdge::RoundWithShadow;
+}
+
+void UtilityWindowTest::theFrameFollowsRoundCorners()
+{
+    QFETCH(const ColorScheme, scheme);
+    QFETCH(const WindowEdge, edge);
+    applyLook(scheme, Motion::Full);
+    edges.setEdge(edge);
+    UtilityWindow window("Title", activation, edges);
+    window.present([] { return column({ label(""), spacer() }).width(301).height(203); });
+    constexpr int ratio = 4;
+    QImage picture(window.size() * ratio, QImage::Format_RGB32);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::red);
+
+    QPainter painter(&picture);
+    window.render(&painter);
+    painter.end();
+
+    const int margin = window.contentsMargins().left() * ratio;
+    const auto body = picture.rect().adjusted(margin, margin, -margin, -margin);
+    const auto line = picture.pixel(body.left(), body.center().y());
+    const auto ground = picture.pixel(body.center().x(), body.bottom() - 2 * ratio);
+    QVERIFY(line != ground);
+    // From each corner inward: what is behind, the line, the ground. On a circle of 12 points the line is met
+    // after 3.5.
+    const QPoint across(body.width() - 1, 0);
+    const QPoint down(0, body.height() - 1);
+    const std::pair<QPoint, QPoint> corners[] {
+        { body.topLeft(), { 1, 1 } },
+        { body.topLeft() + across, { -1, 1 } },
+        { body.topLeft() + down, { 1, -1 } },
+        { body.topLeft() + across + down, { -1, -1 } },
+    };
+    for (const auto& [corner, inward] : corners) {
+        const auto behind = picture.pixelColor(corner);
+        QCOMPARE(behind.green(), 0);
+        QVERIFY(edge == WindowEdge::Round ? behind == QColor(Qt::red) : behind.red() < 255);
+        int met = 0;
+        while (met < 12 * ratio && picture.pixel(corner + met * inward) != line)
+            ++met;
+        QCOMPARE_GT(met, 3 * ratio);
+        QCOMPARE_LT(met, 5 * ratio);
+        QCOMPARE(picture.pixel(corner + (met + 2 * ratio) * inward), ground);
+    }
+    applyLook(ColorScheme::Light, Motion::Full);
+}
+
+void UtilityWindowTest::aShadowIsNoPartOfTheSizeOrThePlace()
+{
+    UtilityWindow window("Title", activation, edges);
+    window.present([] { return page("one"); });
+    const auto place = window.geometry();
+    const auto shadow = [&] { return edges.shadowOf(NativeWindow { window.winId() }); };
+    QCOMPARE(shadow().margin, 0);
+
+    edges.setEdge(WindowEdge::RoundWithShadow);
+
+    const int margin = shadow().margin;
+    QVERIFY(margin > 0);
+    QCOMPARE(window.geometry(), place.adjusted(-margin, -margin, margin, margin));
+    QCOMPARE(QSize(shadow().width, shadow().height), window.size());
+    QCOMPARE(contentOf(window)->geometry(), QRect({ margin, margin }, place.size()));
+
+    // Also what opens later stands where it would have without.
+    window.close();
+    edges.setEdge(WindowEdge::Round);
+    window.present([] { return page("two"); });
+    QCOMPARE(window.geometry(), place);
+    QCOMPARE(shadow().margin, 0);
+}
+
 void UtilityWindowTest::theTitleIsForTheSystemOnly()
 {
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
 
     window.present([] { return page("one"); });
 
@@ -140,7 +232,7 @@ void UtilityWindowTest::theTitleIsForTheSystemOnly()
 void UtilityWindowTest::theWindowIsCenteredOnlyTheFirstTime()
 {
     const auto middle = QGuiApplication::primaryScreen()->availableGeometry().center();
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
 
     window.present([] { return page("one"); });
     const auto first = window.geometry().center();
@@ -157,7 +249,7 @@ void UtilityWindowTest::theWindowIsCenteredOnlyTheFirstTime()
 
 void UtilityWindowTest::eachPresentingReplacesTheContent()
 {
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.present([] { return page("one"); });
 
     window.present([] { return page("two"); });
@@ -168,7 +260,7 @@ void UtilityWindowTest::eachPresentingReplacesTheContent()
 
 void UtilityWindowTest::presentingAgainLeavesTheWindowOnTheScreen()
 {
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.present([] { return page("one"); });
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
     const QSignalSpy changes(window.windowHandle(), &QWindow::visibleChanged);
@@ -182,7 +274,7 @@ void UtilityWindowTest::presentingAgainLeavesTheWindowOnTheScreen()
 void UtilityWindowTest::eachPresentingBringsTheWindowToTheFront()
 {
     activation.activated.clear();
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
 
     window.present([] { return page("one"); });
     window.present([] { return page("two"); });
@@ -193,7 +285,7 @@ void UtilityWindowTest::eachPresentingBringsTheWindowToTheFront()
 
 void UtilityWindowTest::anIconifiedWindowIsRestored()
 {
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.present([] { return page("one"); });
     window.setWindowState(Qt::WindowMinimized);
 
@@ -214,7 +306,7 @@ void UtilityWindowTest::theCloseButtonStandsInTheCornerWhereReadingEnds_data()
 void UtilityWindowTest::theCloseButtonStandsInTheCornerWhereReadingEnds()
 {
     QFETCH(const Qt::LayoutDirection, direction);
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.setLayoutDirection(direction);
 
     window.present([] { return page("one"); });
@@ -236,7 +328,7 @@ void UtilityWindowTest::theCloseButtonAndItsShortcutClose_data()
 void UtilityWindowTest::theCloseButtonAndItsShortcutClose()
 {
     QFETCH(const bool, byButton);
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.present([] { return page("one"); });
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
 
@@ -250,7 +342,7 @@ void UtilityWindowTest::theCloseButtonAndItsShortcutClose()
 
 void UtilityWindowTest::aClosedWindowLetsItsContentGo()
 {
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.present([] { return page("one"); });
     const QPointer<QWidget> content = contentOf(window);
     QVERIFY(content);
@@ -262,7 +354,7 @@ void UtilityWindowTest::aClosedWindowLetsItsContentGo()
 
 void UtilityWindowTest::contentMayCloseOrReplaceItselfFromItsOwnButton()
 {
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     const auto closes = [&] { return column({ button("close", [&] { window.close(); }) }); };
     window.present([&] { return column({ button("replace", [&] { window.present(closes); }) }); });
 
@@ -290,7 +382,7 @@ void UtilityWindowTest::returnAndEnterPressTheDefaultButtonWhateverHasTheFocus()
     QFETCH(const QString, focus);
     QFETCH(const Qt::Key, key);
     int pressed = 0;
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.present([&] {
         return column({
             toggle("box", false, [&](bool) { pressed += 100; }),
@@ -310,7 +402,7 @@ void UtilityWindowTest::returnAndEnterPressTheDefaultButtonWhateverHasTheFocus()
 void UtilityWindowTest::aHeldReturnPressesOnce()
 {
     int pressed = 0;
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.present([&] { return column({ button("go", [&] { ++pressed; }, { .isDefault = true }) }); });
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
 
@@ -326,7 +418,7 @@ void UtilityWindowTest::aHeldReturnPressesOnce()
 void UtilityWindowTest::withoutADefaultButtonReturnPressesTheFocusedOne()
 {
     int pressed = 0;
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.present([&] {
         return column({ button("first", [&] { ++pressed; }), button("other", [&] { pressed += 100; }) });
     });
@@ -341,7 +433,7 @@ void UtilityWindowTest::withoutADefaultButtonReturnPressesTheFocusedOne()
 void UtilityWindowTest::returnTicksNoBox()
 {
     int ticked = 0;
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
     window.present([&] { return column({ toggle("box", false, [&](bool) { ++ticked; }) }); });
     QVERIFY(QTest::qWaitForWindowActive(&window, patience));
     theButton(window, "box").setFocus();
@@ -353,7 +445,7 @@ void UtilityWindowTest::returnTicksNoBox()
 
 void UtilityWindowTest::theDefaultButtonHasTheFocusFirst()
 {
-    UtilityWindow window("Title", activation);
+    UtilityWindow window("Title", activation, edges);
 
     window.present([] {
         return column({ button("other", [] {}), button("go", [] {}, { .isDefault = true }) });

@@ -10,6 +10,7 @@
 #include "platform/linux/windows/ToolkitEnd.h"
 #include "platform/linux/windows/X11Activation.h"
 #include "platform/linux/windows/X11PanelHost.h"
+#include "platform/linux/windows/X11WindowEdges.h"
 
 #include <memory>
 #include <optional>
@@ -29,6 +30,7 @@ public:
     SavePanel& savePanel() override { return saveDialog; }
     ShareSheet& shareSheet() override { return shareChooser; }
     WindowActivation& windowActivation() override { return activation; }
+    WindowEdges& windowEdges() override { return edges; }
 
 private:
     std::unique_ptr<Toolkit> toolkit;
@@ -39,5 +41,6 @@ private:
     SaveDialog saveDialog;
     ShareChooser shareChooser;
     X11Activation activation;
+    X11WindowEdges edges;
     std::optional<ServedLoop> served;
 };

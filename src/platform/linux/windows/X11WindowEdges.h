@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/WindowEdges.h"
+
+#include <QAbstractNativeEventFilter>
+
+#include <xcb/xcb.h>
+
+/// Follows the compositing manager of the X server, which may come and go at any time. A Wayland session
+/// always has a compositor, but no way in which this toolkit could tell it of a shadow.
+class X11WindowEdges final
+    : public WindowEdges
+    , private QAbstractNativeEventFilter {
+public:
+    /// Needs the application object.
+    X11WindowEdges();
+    X11WindowEdges(const X11WindowEdges&) = delete;
+    X11WindowEdges& operator=(const X11WindowEdges&) = delete;
+    ~X11WindowEdges() override;
+
+    WindowEdge edge() const override;
+    void setShadow(NativeWindow window, const WindowShadow& shadow) override;
+    Observers::Subscription observe(std::function<void()> changed) override;
+
+private:
+    bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
+    bool hasCompositor() const;
+    bool knowsShadows() const;
+
+    /// The toolkit's; null where it does not use an X server.
+    xcb_connection_t* connection = nullptr;
+    xcb_atom_t compositor = XCB_ATOM_NONE;
+    xcb_atom_t supported = XCB_ATOM_NONE;
+    xcb_atom_t extents = XCB_ATOM_NONE;
+    Observers observers;
+};

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "platform/WindowEdges.h"
+
+/// The system rounds its windows, and throws their shadows, itself.
+class SystemEdges final : public WindowEdges {
+public:
+    WindowEdge edge() const override { return WindowEdge::Square; }
+    void setShadow(NativeWindow, const WindowShadow&) override { }
+    Observers::Subscription observe(std::function<void()>) override { return {}; }
+};
