@@ -3,7 +3,9 @@
 #include "support/Injector.h"
 #include "support/Patience.h"
 #include "support/PointAt.h"
+#include "support/ProcessMemory.h"
 #include "support/RunningKnucklet.h"
+#include "support/SavedCounts.h"
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
@@ -21,13 +23,18 @@
 #include <QTest>
 
 #include <sys/resource.h>
+#include <xcb/xinput.h>
 
+#include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <vector>
 
 namespace {
+
+using namespace std::chrono_literals;
 
 const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 
@@ -192,6 +199,48 @@ void run(const std::vector<xcb_keysym_t>& keys, Trace& trace)
     trace = { filesBelow(folder), record.messagesFrom(names), knucklet.output() };
 }
 
+/// Receives what the X server tells of each key.
+class Witness final {
+public:
+    explicit Witness(const QByteArray& display)
+        : connection(xcb_connect(display.constData(), nullptr))
+    {
+        const XcbReply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
+            connection.get(), xcb_input_xi_query_version(connection.get(), 2, 2), nullptr));
+        const struct {
+            xcb_input_event_mask_t head { .deviceid = XCB_INPUT_DEVICE_ALL_MASTER, .mask_len = 1 };
+            std::uint32_t mask = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS;
+        } selection;
+        const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+        xcb_input_xi_select_events(connection.get(), root, 1, &selection.head);
+        const XcbReply<xcb_get_input_focus_reply_t> done(
+            xcb_get_input_focus_reply(connection.get(), xcb_get_input_focus(connection.get()), nullptr));
+    }
+
+    /// How many presses there have been so far.
+    int presses()
+    {
+        while (const XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) }) {
+            if (event->response_type != XCB_GE_GENERIC)
+                continue;
+            const QByteArray bytes(reinterpret_cast<const char*>(event.get()), 32);
+            const auto name = bytes.sliced(offsetof(xcb_input_raw_key_press_event_t, detail));
+            if (!seen.contains(name))
+                seen << name;
+            ++count;
+        }
+        return count;
+    }
+    /// The bytes that name a key, and what follows in the same piece. What stands before them is the first to
+    /// be lost in memory that was freed.
+    QByteArrayList keys() const { return seen; }
+
+private:
+    XcbConnection connection;
+    QByteArrayList seen;
+    int count = 0;
+};
+
 /// Starts a program under observation of the sockets that it and what it starts open. The program keeps its
 /// process number.
 QString observed(const VirtualDesktop& desktop, const QString& command)
@@ -233,6 +282,8 @@ class PrivacyTest final : public QObject {
 
 private slots:
     void whichKeysWerePressedIsNowhereToBeFound();
+    void whichKeysWerePressedIsForgotten_data();
+    void whichKeysWerePressedIsForgotten();
     void aCrashLeavesNoCoreFile();
     void aWholeSessionOpensNoNetworkSocket();
     void aNetworkSocketWouldBeNoticed();
@@ -255,6 +306,41 @@ void PrivacyTest::whichKeysWerePressedIsNowhereToBeFound()
     QCOMPARE(other.messages, one.messages);
     QCOMPARE(one.output, QByteArray());
     QCOMPARE(other.output, QByteArray());
+}
+
+void PrivacyTest::whichKeysWerePressedIsForgotten_data()
+{
+    QTest::addColumn<int>("keys");
+
+    QTest::newRow("a single press") << 1;
+    QTest::newRow("a word") << 6;
+    QTest::newRow("more than is read at once") << 2400;
+}
+
+void PrivacyTest::whichKeysWerePressedIsForgotten()
+{
+    QFETCH(const int, keys);
+    VirtualDesktop desktop;
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+    writeSettingsFile(desktop, "[General]\nhasCompletedOnboarding=true\n");
+    Injector injector(desktop.display());
+    Witness witness(desktop.display());
+    RunningKnucklet knucklet(desktop, program);
+    QVERIFY(knucklet.awaitCounting());
+
+    // The first press of a device tells everybody that there is such a device, and much is asked about it.
+    injector.typeKey(injector.keyCode(keysymSpace));
+    injector.pause(1s);
+    for (int key = 0; key < keys; ++key)
+        injector.typeKey(injector.keyCode(static_cast<xcb_keysym_t>('a' + key % 26)));
+    injector.sync();
+    QTRY_COMPARE(witness.presses(), 1 + keys);
+    QTRY_COMPARE(savedCounts(desktop).keys, 1 + keys);
+
+    // This process knows them.
+    QCOMPARE(foundInMemory(QCoreApplication::applicationPid(), witness.keys()), witness.keys());
+    // When the typing is over, which takes a moment to be seen.
+    QTRY_COMPARE(foundInMemory(knucklet.processId(), witness.keys()), QByteArrayList());
 }
 
 // It would hold what was typed last in another program, too late to be wiped.

@@ -3,8 +3,20 @@
 #include <poll.h>
 #include <xcb/xcbext.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <utility>
+
+void XcbForget::operator()(xcb_generic_event_t* event) const
+{
+    std::size_t length = sizeof *event;
+    if ((event->response_type & 0x7f) == XCB_GE_GENERIC)
+        length += std::size_t { 4 } * reinterpret_cast<const xcb_ge_generic_event_t&>(*event).length;
+    // The compiler leaves out what it sees to be freed.
+    explicit_bzero(event, length);
+    std::free(event);
+}
 
 xcb_window_t rootWindow(xcb_connection_t* connection)
 {

@@ -23,6 +23,13 @@ struct XcbFree {
 template <typename T>
 using XcbReply = std::unique_ptr<T, XcbFree>;
 
+struct XcbForget {
+    void operator()(xcb_generic_event_t* event) const;
+};
+
+/// An event that may name a key: nothing of it stays in the memory that is freed.
+using XcbSecretEvent = std::unique_ptr<xcb_generic_event_t, XcbForget>;
+
 /// The root window of the first screen, which on every server of today is the only one.
 xcb_window_t rootWindow(xcb_connection_t* connection);
 

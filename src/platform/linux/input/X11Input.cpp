@@ -5,10 +5,15 @@
 #include <xcb/xinput.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -28,8 +33,22 @@ constexpr auto burstGap = X11Input::usualWait;
 /// How often the server is asked for its time while there is input.
 constexpr auto timeInterval = 1h;
 
+/// Of an answer that fills the library's buffer.
+constexpr std::uint32_t fillerSize = 16384;
+
 /// The others are the wheel: up, down, left, right.
 bool isClick(std::uint32_t button) { return button < 4 || button > 7; }
+
+/// Overwrites what functions that have returned may have left on the stack, and has the registers that events
+/// were copied with copy something else: the loader puts all of them on the stack when a library calls a
+/// function for the first time.
+[[gnu::noinline]] void forgetCalls()
+{
+    std::array<char, 8192> stack {};
+    for (const std::size_t length : { 16, 32, 64, 128, 256, 512, 1024 })
+        std::memmove(stack.data() + length / 2, stack.data(), length);
+    explicit_bzero(stack.data(), stack.size());
+}
 
 }
 
@@ -48,10 +67,13 @@ X11Input::X11Input(EventLoop& loop, const Clock& clock, std::function<void()> lo
     socket.emplace(loop, xcb_get_file_descriptor(connection.get()), [this] { announced(); });
     if (!reportsPresses)
         return;
-    timeWindow = xcb_generate_id(connection.get());
+    ownWindow = xcb_generate_id(connection.get());
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
-    xcb_create_window(connection.get(), 0, timeWindow, rootWindow(connection.get()), 0, 0, 1, 1, 0,
+    xcb_create_window(connection.get(), 0, ownWindow, rootWindow(connection.get()), 0, 0, 1, 1, 0,
         XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);
+    const std::vector<std::byte> nothing(fillerSize);
+    xcb_change_property(connection.get(), XCB_PROP_MODE_REPLACE, ownWindow, XCB_ATOM_WM_NAME, XCB_ATOM_STRING,
+        8, fillerSize, nothing.data());
 }
 
 X11Input::~X11Input() = default;
@@ -91,6 +113,7 @@ void X11Input::drain()
             break;
     }
     handleReceived(UnknownKeyboard::IsAsKnownLast);
+    dispatchLater();
     noticeLoss();
 }
 
@@ -191,7 +214,7 @@ void X11Input::askForTime()
 {
     timeAsked = Steady::now();
     xcb_change_property(
-        connection.get(), XCB_PROP_MODE_APPEND, timeWindow, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 0, nullptr);
+        connection.get(), XCB_PROP_MODE_APPEND, ownWindow, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 0, nullptr);
 }
 
 // The kernel's keyboards press a held key once. Those that a program plays, as of a remote session, may press
@@ -270,26 +293,36 @@ void X11Input::learnKeyboardsLater()
 
 void X11Input::announced()
 {
+    // Answers of the server are announced as well.
+    if (!dispatch())
+        return;
     const auto now = Steady::now();
     const bool isBurst = lastAnnounced && now - *lastAnnounced < burstGap;
     lastAnnounced = now;
-    dispatch();
     if (socket && timeAsked && now - *timeAsked > timeInterval) {
         askForTime();
         xcb_flush(connection.get());
         // More may have come while that was written.
         loop.callLater(lifetime.guard([this] { dispatch(); }));
     }
+    if (isBurst)
+        beginBurst();
+}
+
+/// Whether presses may wait.
+bool X11Input::beginBurst()
+{
     // Presses that wait for an answer of the server wait for nothing else.
-    if (isBurst && burstInterval > 0ms && !buttonMoved && !keyboard.isAwaited() && socket) {
-        socket->watch(DescriptorWatch::For::Nothing);
-        burst.repeat(burstInterval);
-    }
+    if (burstInterval == 0ms || buttonMoved || keyboard.isAwaited() || !socket)
+        return false;
+    socket->watch(DescriptorWatch::For::Nothing);
+    burst.repeat(burstInterval);
+    return true;
 }
 
 void X11Input::fetchBurst()
 {
-    if (!dispatch() || keyboard.isAwaited())
+    if ((!dispatch() && !overwriteBuffer()) || keyboard.isAwaited())
         endBurst();
 }
 
@@ -308,6 +341,11 @@ bool X11Input::dispatch()
     // The keyboard's answer may have brought presses along.
     if (receive())
         dispatchLater();
+    if (hasReadKeys)
+        forgetCalls();
+    // While a burst is going on, more comes to lie there anyway.
+    if (!burst.isRunning() && overwriteBuffer() && !beginBurst())
+        loop.callLater(lifetime.guard([this] { dispatch(); }));
     noticeLoss();
     return hasCome;
 }
@@ -315,8 +353,37 @@ bool X11Input::dispatch()
 /// What has left the socket is announced by it no more.
 void X11Input::dispatchLater()
 {
-    if (!received.empty())
+    if (!received.empty() || (hasReadKeys && isConnected()))
         loop.callLater(lifetime.guard([this] { dispatch(); }));
+}
+
+/// Whether there is something to overwrite. The events are wiped when they are freed, but what the library
+/// has read stays in its buffer until something else comes to lie there, and nobody else gets at that. So the
+/// server is asked for something that fills it. That takes an answer which is read
+/// as a whole: when a burst is fetched, and not as soon as the first piece has come.
+bool X11Input::overwriteBuffer()
+{
+    if (!hasReadKeys || !received.empty() || !isConnected())
+        return false;
+    hasReadKeys = false;
+    if (filler)
+        xcb_discard_reply(connection.get(), *filler);
+    filler = xcb_get_property(
+        connection.get(), 0, ownWindow, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 0, fillerSize / 4)
+                 .sequence;
+    // More may come while that is written.
+    xcb_flush(connection.get());
+    return true;
+}
+
+bool X11Input::takeFiller()
+{
+    void* answer = nullptr;
+    if (!filler || !xcb_poll_for_reply(connection.get(), *filler, &answer, nullptr))
+        return false;
+    filler.reset();
+    std::free(answer);
+    return true;
 }
 
 /// Whether anything had come. Takes it out of the library's hands, which gives out nothing any more once the
@@ -324,11 +391,15 @@ void X11Input::dispatchLater()
 bool X11Input::receive()
 {
     const auto before = received.size();
-    while (XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) }) {
-        hearTime(*event);
-        if (event->response_type != XCB_PROPERTY_NOTIFY)
-            received.push_back(std::move(event));
-    }
+    do {
+        while (XcbSecretEvent event { xcb_poll_for_event(connection.get()) }) {
+            hearTime(*event);
+            hasReadKeys = hasReadKeys || isKey(*event);
+            if (event->response_type != XCB_PROPERTY_NOTIFY)
+                received.push_back(std::move(event));
+        }
+        // What fills the buffer leaves no room in it for what comes behind.
+    } while (takeFiller());
     return received.size() > before;
 }
 
@@ -421,6 +492,15 @@ bool X11Input::isKeyPress(const xcb_generic_event_t& event) const
 {
     return isInput(event)
         && reinterpret_cast<const xcb_ge_generic_event_t&>(event).event_type == XCB_INPUT_RAW_KEY_PRESS;
+}
+
+/// Whether it names a key.
+bool X11Input::isKey(const xcb_generic_event_t& event) const
+{
+    if (!isInput(event))
+        return false;
+    const auto type = reinterpret_cast<const xcb_ge_generic_event_t&>(event).event_type;
+    return type == XCB_INPUT_RAW_KEY_PRESS || type == XCB_INPUT_RAW_KEY_RELEASE;
 }
 
 // All events of the extension begin alike.

@@ -87,6 +87,7 @@ private:
     void selectEvents(std::uint16_t device, std::uint32_t events);
 
     void announced();
+    bool beginBurst();
     void fetchBurst();
     void endBurst();
 
@@ -94,9 +95,12 @@ private:
     void dispatchLater();
     bool receive();
     XcbReply<void> await(unsigned int request, Steady::time_point deadline);
+    bool overwriteBuffer();
+    bool takeFiller();
     void handleReceived(UnknownKeyboard unknown = UnknownKeyboard::Waits);
     void handle(const xcb_generic_event_t& event);
     bool isKeyPress(const xcb_generic_event_t& event) const;
+    bool isKey(const xcb_generic_event_t& event) const;
     bool isInput(const xcb_generic_event_t& event) const;
     void hearTime(const xcb_generic_event_t& event);
     Moment momentOf(std::uint32_t serverTime) const;
@@ -122,12 +126,16 @@ private:
     bool willLearnKeyboards = false;
     ServerTime serverTime;
     std::optional<Steady::time_point> timeAsked;
-    /// Its changes come with the server's time. Never shown.
-    xcb_window_t timeWindow = XCB_WINDOW_NONE;
+    /// Changes of its property come with the server's time, and its value fills the library's buffer. Never
+    /// shown.
+    xcb_window_t ownWindow = XCB_WINDOW_NONE;
+    bool hasReadKeys = false;
+    /// The request for that value, while its answer is awaited.
+    std::optional<unsigned int> filler;
     std::optional<Tap> tap;
     std::function<void(std::optional<Moment>)> monitor;
     std::function<void(ButtonMove)> buttonMoved;
     /// What is still to be handled, unread.
-    std::deque<XcbReply<xcb_generic_event_t>> received;
+    std::deque<XcbSecretEvent> received;
     Lifetime lifetime;
 };
