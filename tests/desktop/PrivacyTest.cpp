@@ -1,6 +1,7 @@
 #include "support/AssistantOnScreen.h"
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
+#include "support/KeyWitness.h"
 #include "support/Patience.h"
 #include "support/PointAt.h"
 #include "support/ProcessMemory.h"
@@ -23,11 +24,9 @@
 #include <QTest>
 
 #include <sys/resource.h>
-#include <xcb/xinput.h>
 
 #include <chrono>
 #include <csignal>
-#include <cstddef>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -199,48 +198,6 @@ void run(const std::vector<xcb_keysym_t>& keys, Trace& trace)
     trace = { filesBelow(folder), record.messagesFrom(names), knucklet.output() };
 }
 
-/// Receives what the X server tells of each key.
-class Witness final {
-public:
-    explicit Witness(const QByteArray& display)
-        : connection(xcb_connect(display.constData(), nullptr))
-    {
-        const XcbReply<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
-            connection.get(), xcb_input_xi_query_version(connection.get(), 2, 2), nullptr));
-        const struct {
-            xcb_input_event_mask_t head { .deviceid = XCB_INPUT_DEVICE_ALL_MASTER, .mask_len = 1 };
-            std::uint32_t mask = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS;
-        } selection;
-        const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
-        xcb_input_xi_select_events(connection.get(), root, 1, &selection.head);
-        const XcbReply<xcb_get_input_focus_reply_t> done(
-            xcb_get_input_focus_reply(connection.get(), xcb_get_input_focus(connection.get()), nullptr));
-    }
-
-    /// How many presses there have been so far.
-    int presses()
-    {
-        while (const XcbReply<xcb_generic_event_t> event { xcb_poll_for_event(connection.get()) }) {
-            if (event->response_type != XCB_GE_GENERIC)
-                continue;
-            const QByteArray bytes(reinterpret_cast<const char*>(event.get()), 32);
-            const auto name = bytes.sliced(offsetof(xcb_input_raw_key_press_event_t, detail));
-            if (!seen.contains(name))
-                seen << name;
-            ++count;
-        }
-        return count;
-    }
-    /// The bytes that name a key, and what follows in the same piece. What stands before them is the first to
-    /// be lost in memory that was freed.
-    QByteArrayList keys() const { return seen; }
-
-private:
-    XcbConnection connection;
-    QByteArrayList seen;
-    int count = 0;
-};
-
 /// Starts a program under observation of the sockets that it and what it starts open. The program keeps its
 /// process number.
 QString observed(const VirtualDesktop& desktop, const QString& command)
@@ -324,7 +281,7 @@ void PrivacyTest::whichKeysWerePressedIsForgotten()
     QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
     writeSettingsFile(desktop, "[General]\nhasCompletedOnboarding=true\n");
     Injector injector(desktop.display());
-    Witness witness(desktop.display());
+    KeyWitness witness(desktop.display());
     RunningKnucklet knucklet(desktop, program);
     QVERIFY(knucklet.awaitCounting());
 

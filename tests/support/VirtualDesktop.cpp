@@ -290,8 +290,14 @@ bool VirtualDesktop::makeFolders()
 
 bool VirtualDesktop::startServer()
 {
-    const QString screen = QString("%1x%2x24").arg(parts.size.width()).arg(parts.size.height());
-    if (!startPart("Xvfb", { "-displayfd", "1", "-screen", "0", screen, "-noreset", "-nolisten", "tcp" }))
+    const QString size = QString("%1x%2").arg(parts.size.width()).arg(parts.size.height());
+    QStringList arguments { "-displayfd", "1", "-noreset", "-nolisten", "tcp" };
+    if (parts.isRemote)
+        arguments << QStringList { "-geometry", size, "-SecurityTypes", "None", "-rfbport", "-1",
+            "-rfbunixpath", remoteSocket() };
+    else
+        arguments << QStringList { "-screen", "0", size + "x24" };
+    if (!startPart(parts.isRemote ? "Xtigervnc" : "Xvfb", arguments))
         return fail();
     const QByteArray number = awaitFirstLine();
     displayName = ':' + number;

@@ -14,6 +14,8 @@
 /// What stands on a virtual desktop besides the X server and the session bus.
 struct DesktopParts {
     QSize size { 1280, 800 };
+    /// The X server is one of VNC, for users at other machines.
+    bool isRemote = false;
     /// xfwm4.
     bool windowManager = false;
     /// It also composes the windows, so that they can be transparent.
@@ -51,6 +53,8 @@ public:
     /// Such as ":3".
     QByteArray display() const { return displayName; }
     QString busAddress() const { return address; }
+    /// Where an X server of VNC is to be reached.
+    QString remoteSocket() const { return folder() + "/runtime/vnc"; }
     /// The folder with `home`, `runtime` and what the parts wrote to their error output.
     QString folder() const { return directory.path(); }
     /// The whole environment of a program on this desktop; nothing of the outer session is in it.
