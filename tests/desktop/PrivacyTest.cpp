@@ -303,11 +303,20 @@ void PrivacyTest::whichKeysWerePressedIsForgotten()
 // It would hold what was typed last in another program, too late to be wiped.
 void PrivacyTest::aCrashLeavesNoCoreFile()
 {
+    // What is started by this process might leave one.
+    rlimit here {};
+    QCOMPARE(getrlimit(RLIMIT_CORE, &here), 0);
+    const auto before = here.rlim_cur;
+    here.rlim_cur = here.rlim_max;
+    QCOMPARE(setrlimit(RLIMIT_CORE, &here), 0);
+    QCOMPARE_GT(here.rlim_cur, rlim_t { 1 });
     VirtualDesktop desktop;
     QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
     writeSettingsFile(desktop, "[General]\nhasCompletedOnboarding=true\n");
     RunningKnucklet knucklet(desktop, program);
     QVERIFY(knucklet.awaitCounting());
+    here.rlim_cur = before;
+    QCOMPARE(setrlimit(RLIMIT_CORE, &here), 0);
 
     rlimit limit {};
     QCOMPARE(prlimit(static_cast<pid_t>(knucklet.processId()), RLIMIT_CORE, nullptr, &limit), 0);

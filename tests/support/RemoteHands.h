@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-/// Plays the hands of a user at another machine: a client of a VNC server, by RFC 6143, that sends keys and looks
-/// at nothing.
+/// Plays the hands of a user at another machine: a client of a VNC server, by RFC 6143, that sends keys and
+/// looks at nothing.
 class RemoteHands final {
 public:
     /// Connects to the server's socket, at which nobody is asked for a password.
