@@ -4,6 +4,7 @@
 #include "support/TestArea.h"
 
 #include <QColor>
+#include <QDBusMessage>
 #include <QTest>
 
 #include <X11/keysym.h>
@@ -59,6 +60,8 @@ private slots:
     void itStandsBesideTheBarAtAnyEdge();
     void itIsSharpAtEveryScale_data();
     void itIsSharpAtEveryScale();
+    void aReportOfWhatIsNoPlaceOpensItAtTheEndOfTheBar_data();
+    void aReportOfWhatIsNoPlaceOpensItAtTheEndOfTheBar();
     void aWorkAreaInOtherUnitsIsReadAsSuch_data();
     void aWorkAreaInOtherUnitsIsReadAsSuch();
     void itScrollsWhereTheScreenIsTooLow();
@@ -185,6 +188,41 @@ void PanelPlaceTest::itIsSharpAtEveryScale()
     QVERIFY(
         blur(picture.scaled(picture.size() * 2, {}, Qt::SmoothTransformation), place * 2, qRound(16 * scale))
         > 1);
+}
+
+void PanelPlaceTest::aReportOfWhatIsNoPlaceOpensItAtTheEndOfTheBar_data()
+{
+    QTest::addColumn<QString>("position");
+    QTest::addColumn<QRect>("tray");
+    QTest::addColumn<QPoint>("reported");
+
+    const QRect above(1258, 2, 22, 24);
+    const QRect below(1258, 774, 22, 24);
+    QTest::newRow("within the icon") << "p=6;x=0;y=0" << above << QPoint(10, 14);
+    QTest::newRow("within the icon of a lower bar") << "p=8;x=0;y=0" << below << QPoint(10, 14);
+    QTest::newRow("within a lower bar") << "p=8;x=0;y=0" << below << QPoint(1266, 14);
+}
+
+void PanelPlaceTest::aReportOfWhatIsNoPlaceOpensItAtTheEndOfTheBar()
+{
+    QFETCH(const QString, position);
+    QFETCH(const QRect, tray);
+    QFETCH(const QPoint, reported);
+    QProcessEnvironment wayland;
+    wayland.insert("XDG_SESSION_TYPE", "wayland");
+    QVERIFY(user->run(program, wayland));
+    configureBar("position", "string", position);
+    QVERIFY(user->findIcon(tray));
+    auto click = QDBusMessage::createMethodCall(
+        user->knucklet->itemService(), "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate");
+    click << reported.x() << reported.y();
+
+    QVERIFY(user->knucklet->sessionBus().send(click));
+
+    QTRY_VERIFY(user->isOpen());
+    QTRY_COMPARE(user->area().right(), screen().right());
+    const bool isAbove = tray.top() < 400;
+    QCOMPARE(isAbove ? user->area().top() : screen().bottom() - user->area().bottom(), barHeight);
 }
 
 void PanelPlaceTest::aWorkAreaInOtherUnitsIsReadAsSuch_data()
