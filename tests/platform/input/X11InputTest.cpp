@@ -500,7 +500,7 @@ void X11InputTest::ofAKeyboardOfTheMachineNoReleaseWakesAnybody()
     injector->pressKey(key);
     injector->sync();
     QTRY_COMPARE(reports.keys, 1);
-    QCoreApplication::processEvents();
+    letTimePass();
     WakeUps wakeUps;
 
     injector->releaseKey(key);
@@ -557,7 +557,7 @@ void X11InputTest::aKeyboardThatTakesTheNumberOfAnotherIsItself()
     QCOMPARE(second, first);
     QCOMPARE(typed, 8);
     QCOMPARE(reports.keys, secondIsOfTheMachine ? 13 : 9);
-    QCoreApplication::processEvents();
+    letTimePass();
     WakeUps wakeUps;
     hands.releaseKey(key);
     processWhatFollows();

@@ -363,11 +363,9 @@ void X11Input::dispatchLater()
 /// as a whole: when a burst is fetched, and not as soon as the first piece has come.
 bool X11Input::overwriteBuffer()
 {
-    if (!hasReadKeys || !received.empty() || !isConnected())
+    if (!hasReadKeys || filler || !received.empty() || !isConnected())
         return false;
     hasReadKeys = false;
-    if (filler)
-        xcb_discard_reply(connection.get(), *filler);
     filler = xcb_get_property(
         connection.get(), 0, ownWindow, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 0, fillerSize / 4)
                  .sequence;
