@@ -306,10 +306,11 @@ void PrivacyTest::aCrashLeavesNoCoreFile()
     // What is started by this process might leave one.
     rlimit here {};
     QCOMPARE(getrlimit(RLIMIT_CORE, &here), 0);
+    if (here.rlim_max <= 1)
+        QSKIP("nothing leaves core files here");
     const auto before = here.rlim_cur;
     here.rlim_cur = here.rlim_max;
     QCOMPARE(setrlimit(RLIMIT_CORE, &here), 0);
-    QCOMPARE_GT(here.rlim_cur, rlim_t { 1 });
     VirtualDesktop desktop;
     QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
     writeSettingsFile(desktop, "[General]\nhasCompletedOnboarding=true\n");
