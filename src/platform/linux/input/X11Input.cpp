@@ -359,8 +359,8 @@ void X11Input::dispatchLater()
 
 /// Whether there is something to overwrite. The events are wiped when they are freed, but what the library
 /// has read stays in its buffer until something else comes to lie there, and nobody else gets at that. So the
-/// server is asked for something that fills it. That takes an answer which is read
-/// as a whole: when a burst is fetched, and not as soon as the first piece has come.
+/// server is asked for something that fills it. That takes an answer which is read as a whole: when a burst
+/// is fetched, and not as soon as the first piece has come.
 bool X11Input::overwriteBuffer()
 {
     if (!hasReadKeys || filler || !received.empty() || !isConnected())
