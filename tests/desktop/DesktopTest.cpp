@@ -1,3 +1,4 @@
+#include "Build.h"
 #include "support/DesktopWindows.h"
 #include "support/Injector.h"
 #include "support/LoginManager.h"
@@ -108,6 +109,8 @@ private slots:
 private:
     void clickIcon(const RunningKnucklet& knucklet);
     static QString copyOfTheProgram(const QTemporaryDir& folder);
+    /// This build's windows with another id.
+    static QByteArray moduleOfAnotherBuild();
     static QByteArray mappings(const RunningKnucklet& knucklet);
 
     std::unique_ptr<VirtualDesktop> desktop;
@@ -215,6 +218,19 @@ QString DesktopTest::copyOfTheProgram(const QTemporaryDir& folder)
     if (!copyProgram(program, folder))
         return {};
     return folder.filePath("modules/knucklet-windows.so");
+}
+
+QByteArray DesktopTest::moduleOfAnotherBuild()
+{
+    const QTemporaryDir folder;
+    QFile ours(copyOfTheProgram(folder));
+    if (!ours.open(QFile::ReadOnly))
+        return {};
+    auto module = ours.readAll();
+    const auto id = module.indexOf(buildId);
+    if (id >= 0)
+        module[id] = module[id] == '0' ? '1' : '0';
+    return id < 0 ? QByteArray() : module;
 }
 
 /// What is in the process's memory.
@@ -384,7 +400,14 @@ void DesktopTest::noToolkitIsLoadedBeforeTheFirstWindow()
     const auto toolTip = knucklet.toolTip();
     typeAndClick(*injector, 10);
     QTRY_VERIFY(knucklet.toolTip() != toolTip);
+    // Of what hosts ask for, this has to be drawn.
+    QVERIFY(knucklet.itemProperty("IconPixmap").isValid());
+    QVERIFY(knucklet.itemProperty("XAyatanaLabel").isValid());
 
+    QCOMPARE(QDir(QString("/proc/%1/task").arg(knucklet.processId()))
+                 .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
+                 .size(),
+        1);
     const auto before = mappings(knucklet);
     QVERIFY(before.contains("/libxcb.so"));
     for (const char* library :
@@ -420,7 +443,8 @@ void DesktopTest::withoutItsWindowsItCounts_data()
     QTest::addColumn<QByteArray>("module");
 
     QTest::newRow("missing") << QByteArray();
-    QTest::newRow("no module at all") << QByteArray("of another build");
+    QTest::newRow("no module at all") << QByteArray("no module at all");
+    QTest::newRow("of another build") << moduleOfAnotherBuild();
 }
 
 void DesktopTest::withoutItsWindowsItCounts()
