@@ -18,6 +18,10 @@ X11WindowEdges::X11WindowEdges()
     const auto* application = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     if (!application)
         return;
+    // Asked for an extension that the server has not, the library would end the toolkit's connection.
+    const auto* fixes = xcb_get_extension_data(application->connection(), &xcb_xfixes_id);
+    if (!fixes || !fixes->present)
+        return;
     connection = application->connection();
     // Who has this selection composes the first screen.
     compositor = atom(connection, "_NET_WM_CM_S0");
@@ -80,8 +84,7 @@ bool X11WindowEdges::nativeEventFilter(const QByteArray&, void* message, qintptr
 {
     const auto* event = static_cast<const xcb_generic_event_t*>(message);
     const auto* fixes = xcb_get_extension_data(connection, &xcb_xfixes_id);
-    if (fixes && fixes->present
-        && (event->response_type & 0x7f) == fixes->first_event + XCB_XFIXES_SELECTION_NOTIFY
+    if ((event->response_type & 0x7f) == fixes->first_event + XCB_XFIXES_SELECTION_NOTIFY
         && reinterpret_cast<const xcb_xfixes_selection_notify_event_t*>(event)->selection == compositor)
         observers.notify();
     return false;

@@ -27,7 +27,7 @@ private:
     bool hasCompositor() const;
     bool knowsShadows() const;
 
-    /// The toolkit's; null where it does not use an X server.
+    /// The toolkit's; null where it does not use an X server, or one that cannot tell of its compositor.
     xcb_connection_t* connection = nullptr;
     xcb_atom_t compositor = XCB_ATOM_NONE;
     xcb_atom_t supported = XCB_ATOM_NONE;
