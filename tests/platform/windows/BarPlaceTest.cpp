@@ -33,6 +33,9 @@ private slots:
     void aPlaceInPointsIsKnownFromOneInPixels_data();
     void aPlaceInPointsIsKnownFromOneInPixels();
     void amongSeveralScreensItIsThatWithTheBar();
+    void aScreenOfPartsOfPointsHasNoBarAtItsEnds_data();
+    void aScreenOfPartsOfPointsHasNoBarAtItsEnds();
+    void nothingThatIsFreeLiesUnderABar();
     void theIconsAreAtTheEndOfTheBar_data();
     void theIconsAreAtTheEndOfTheBar();
 };
@@ -100,6 +103,43 @@ void BarPlaceTest::amongSeveralScreensItIsThatWithTheBar()
     QCOMPARE(clickOnBar({ 3000, 1060 }, { barAtTop, second }), Place({ 3000, 1060 }));
     QCOMPARE(clickOnBar({ 1200, 14 }, { barAtTop, second }), Place({ 1200, 14 }));
     QCOMPARE(clickOnBar({ 3000, 14 }, { barAtTop, second }), Place());
+}
+
+// The toolkit rounds the size of a screen to whole points.
+void BarPlaceTest::aScreenOfPartsOfPointsHasNoBarAtItsEnds_data()
+{
+    QTest::addColumn<QRect>("pixels");
+    QTest::addColumn<double>("scale");
+    QTest::addColumn<QRect>("points");
+
+    QTest::newRow("rounded up") << QRect(0, 0, 1366, 768) << 1.25 << QRect(0, 0, 1093, 614);
+    QTest::newRow("rounded up in height") << QRect(0, 0, 2560, 1440) << 1.75 << QRect(0, 0, 1463, 823);
+    QTest::newRow("rounded down") << QRect(0, 0, 1680, 1050) << 1.25 << QRect(0, 0, 1344, 840);
+    QTest::newRow("whole") << QRect(1280, 0, 2560, 1600) << 2.0 << QRect(1280, 0, 1280, 800);
+}
+
+void BarPlaceTest::aScreenOfPartsOfPointsHasNoBarAtItsEnds()
+{
+    QFETCH(const QRect, pixels);
+    QFETCH(const double, scale);
+    QFETCH(const QRect, points);
+
+    QCOMPARE(freePoints({ .pixels = pixels, .free = pixels, .scale = scale }, points), points);
+}
+
+void BarPlaceTest::nothingThatIsFreeLiesUnderABar()
+{
+    // Bars of 27 pixels above and of 33 below.
+    const ScreenWithBars screen {
+        .pixels = { 0, 0, 1366, 768 }, .free = { 0, 27, 1366, 708 }, .scale = 1.25
+    };
+
+    const auto free = freePoints(screen, { 0, 0, 1093, 614 });
+
+    QCOMPARE(free.left(), 0);
+    QCOMPARE(free.width(), 1093);
+    QCOMPARE_GE(free.top() * 1.25, 26.5);
+    QCOMPARE_LE((free.top() + free.height()) * 1.25, 735.0);
 }
 
 void BarPlaceTest::theIconsAreAtTheEndOfTheBar_data()

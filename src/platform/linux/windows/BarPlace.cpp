@@ -1,5 +1,7 @@
 #include "platform/linux/windows/BarPlace.h"
 
+#include <QtMath>
+
 namespace {
 
 /// Within so many points of its edge a screen may have a bar, where the session tells of none: some that run
@@ -44,6 +46,25 @@ std::optional<QPoint> clickOnBar(QPoint reported, const QList<ScreenWithBars>& s
         }
     }
     return {};
+}
+
+QRect freePoints(const ScreenWithBars& screen, const QRect& points)
+{
+    // Points that fall between two pixels go to the pixel after.
+    const auto pointAfter
+        = [&screen](int pixel, int origin) { return origin + qCeil((pixel - origin - 0.5) / screen.scale); };
+    const auto pointBefore
+        = [&screen](int pixel, int origin) { return origin + qFloor((pixel - origin) / screen.scale); };
+    const QRect& pixels = screen.pixels;
+    const QRect& free = screen.free;
+    const int left = pointAfter(free.left(), pixels.left());
+    const int top = pointAfter(free.top(), pixels.top());
+    // The last point of a screen may have less than its pixels, and is no bar.
+    const int right = free.right() == pixels.right() ? points.left() + points.width()
+                                                     : pointBefore(free.right() + 1, pixels.left());
+    const int bottom = free.bottom() == pixels.bottom() ? points.top() + points.height()
+                                                        : pointBefore(free.bottom() + 1, pixels.top());
+    return { left, top, right - left, bottom - top };
 }
 
 QPoint cornerOfIcons(const QRect& screen, const QRect& free)

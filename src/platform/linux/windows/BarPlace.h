@@ -20,5 +20,8 @@ struct ScreenWithBars {
 /// what is neither, such as a place within the bar's own window. Nothing where it lies on no bar either way.
 std::optional<QPoint> clickOnBar(QPoint reported, const QList<ScreenWithBars>& screens);
 
+/// What no bar covers, in points, of a screen that covers so many of them. Nothing of it lies under a bar.
+QRect freePoints(const ScreenWithBars& screen, const QRect& points);
+
 /// The corner of what is free on a screen in which the icons of most bars are: at the end of the bar.
 QPoint cornerOfIcons(const QRect& screen, const QRect& free);

@@ -7,7 +7,6 @@
 
 #include <QGuiApplication>
 #include <QScreen>
-#include <QtMath>
 
 #include <utility>
 
@@ -39,38 +38,28 @@ std::optional<ScreenPoint> logicalPoint(QPoint physical)
     return {};
 }
 
-/// The part of a screen that no bar covers, in points.
-QRect withoutBarsInPoints(const QScreen& screen)
+/// Of what bars only the window manager knows. Among several screens it takes those of one from all.
+std::optional<QRect> freeOnOnlyScreen()
 {
-    const QRect pixels = pixelsOf(screen);
-    QRect free = withoutBars(pixels);
-    // Bars that only the window manager knows. Among several screens it takes those of one from all.
-    const bool isOnlyScreen = QGuiApplication::screens().size() == 1;
-    const auto managed = isOnlyScreen ? freeForWindowManager() : std::nullopt;
-    if (managed && free.intersects(*managed))
-        free &= *managed;
-    const qreal scale = screen.devicePixelRatio();
-    // Points that fall between two pixels go to the pixel after, and none under a bar.
-    const auto pointAfter
-        = [scale](int pixel, int origin) { return origin + qCeil((pixel - origin - 0.5) / scale); };
-    const auto pointBefore
-        = [scale](int pixel, int origin) { return origin + qFloor((pixel - origin) / scale); };
-    const int left = pointAfter(free.left(), pixels.left());
-    const int top = pointAfter(free.top(), pixels.top());
-    const int right = pointBefore(free.left() + free.width(), pixels.left());
-    const int bottom = pointBefore(free.top() + free.height(), pixels.top());
-    const QRect area(left, top, right - left, bottom - top);
-    return isOnlyScreen && !managed ? area & screen.availableGeometry() : area;
+    return QGuiApplication::screens().size() == 1 ? freeForWindowManager() : std::nullopt;
 }
 
 ScreenWithBars withBars(const QScreen& screen)
 {
-    const QPoint origin = screen.geometry().topLeft();
-    const qreal scale = screen.devicePixelRatio();
-    const QRect free = withoutBarsInPoints(screen);
-    const QPointF inset = QPointF(free.topLeft() - origin) * scale;
-    const QRect freePixels(origin + inset.toPoint(), (QSizeF(free.size()) * scale).toSize());
-    return { .pixels = pixelsOf(screen), .free = freePixels, .scale = scale };
+    const QRect pixels = pixelsOf(screen);
+    QRect free = withoutBars(pixels);
+    const auto managed = freeOnOnlyScreen();
+    if (managed && free.intersects(*managed))
+        free &= *managed;
+    return { .pixels = pixels, .free = free, .scale = screen.devicePixelRatio() };
+}
+
+/// The part of a screen that no bar covers, in points.
+QRect withoutBarsInPoints(const QScreen& screen)
+{
+    const QRect area = freePoints(withBars(screen), screen.geometry());
+    const bool isForTheToolkitToSay = QGuiApplication::screens().size() == 1 && !freeForWindowManager();
+    return isForTheToolkitToSay ? area & screen.availableGeometry() : area;
 }
 
 /// Where the pixel is at which the user has clicked. On a real X server it is where the pointer was. In a
