@@ -1,6 +1,7 @@
 #include "platform/linux/input/X11Input.h"
 
 #include <poll.h>
+#include <sys/socket.h>
 #include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 
@@ -39,13 +40,24 @@ constexpr std::uint32_t fillerSize = 16384;
 /// The others are the wheel: up, down, left, right.
 bool isClick(std::uint32_t button) { return button < 4 || button > 7; }
 
+/// Over a network an answer comes in pieces, and the library waits for the rest of one that it has begun to
+/// read, however long the line is dead.
+bool isOnThisMachine(xcb_connection_t* connection)
+{
+    sockaddr_storage address {};
+    socklen_t length = sizeof address;
+    return getpeername(xcb_get_file_descriptor(connection), reinterpret_cast<sockaddr*>(&address), &length)
+        == 0
+        && address.ss_family == AF_UNIX;
+}
+
 /// Overwrites what functions that have returned may have left on the stack, and has the registers that events
 /// were copied with copy something else: the loader puts all of them on the stack when a library calls a
 /// function for the first time.
 [[gnu::noinline]] void forgetCalls()
 {
     std::array<char, 8192> stack {};
-    for (const std::size_t length : { 16, 32, 64, 128, 256, 512, 1024 })
+    for (std::size_t length = 16; length <= 1024; length *= 2)
         std::memmove(stack.data() + length / 2, stack.data(), length);
     explicit_bzero(stack.data(), stack.size());
 }
@@ -366,6 +378,8 @@ bool X11Input::overwriteBuffer()
     if (!hasReadKeys || filler || !received.empty() || !isConnected())
         return false;
     hasReadKeys = false;
+    if (!isOnThisMachine(connection.get()))
+        return false;
     filler = xcb_get_property(
         connection.get(), 0, ownWindow, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 0, fillerSize / 4)
                  .sequence;

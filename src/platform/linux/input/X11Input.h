@@ -58,8 +58,8 @@ public:
     /// tenth of a second. Presses that come meanwhile are delivered from the loop.
     std::optional<ScreenPixel> pointer();
 
-    /// Whether the server is there and does not answer within a tenth of a second.
-    bool isStuck() { return isConnected() && !pointer(); }
+    /// Whether the server is there, and has stopped to read or does not answer within a tenth of a second.
+    bool isStuck() { return isConnected() && (!acceptsRequests(connection.get()) || !pointer()); }
 
 private:
     using Steady = EventLoop::Clock;
