@@ -334,7 +334,7 @@ bool X11Input::beginBurst()
 
 void X11Input::fetchBurst()
 {
-    if ((!dispatch() && !overwriteBuffer()) || keyboard.isAwaited())
+    if ((!dispatch() && !forgetKeys()) || keyboard.isAwaited())
         endBurst();
 }
 
@@ -353,10 +353,8 @@ bool X11Input::dispatch()
     // The keyboard's answer may have brought presses along.
     if (receive())
         dispatchLater();
-    if (hasReadKeys)
-        forgetCalls();
     // While a burst is going on, more comes to lie there anyway.
-    if (!burst.isRunning() && overwriteBuffer() && !beginBurst())
+    if (!burst.isRunning() && forgetKeys() && !beginBurst())
         loop.callLater(lifetime.guard([this] { dispatch(); }));
     noticeLoss();
     return hasCome;
@@ -369,15 +367,16 @@ void X11Input::dispatchLater()
         loop.callLater(lifetime.guard([this] { dispatch(); }));
 }
 
-/// Whether there is something to overwrite. The events are wiped when they are freed, but what the library
-/// has read stays in its buffer until something else comes to lie there, and nobody else gets at that. So the
-/// server is asked for something that fills it. That takes an answer which is read as a whole: when a burst
-/// is fetched, and not as soon as the first piece has come.
-bool X11Input::overwriteBuffer()
+/// Overwrites what may still name keys; whether that takes an answer of the server. The events are wiped when
+/// they are freed, but what the library has read stays in its buffer until something else comes to lie there,
+/// and nobody else gets at that. So the server is asked for something that fills it. That takes an answer
+/// which is read as a whole: when a burst is fetched, and not as soon as the first piece has come.
+bool X11Input::forgetKeys()
 {
     if (!hasReadKeys || filler || !received.empty() || !isConnected())
         return false;
     hasReadKeys = false;
+    forgetCalls();
     if (!isOnThisMachine(connection.get()))
         return false;
     filler = xcb_get_property(

@@ -95,7 +95,7 @@ private:
     void dispatchLater();
     bool receive();
     XcbReply<void> await(unsigned int request, Steady::time_point deadline);
-    bool overwriteBuffer();
+    bool forgetKeys();
     bool takeFiller();
     void handleReceived(UnknownKeyboard unknown = UnknownKeyboard::Waits);
     void handle(const xcb_generic_event_t& event);
