@@ -208,6 +208,8 @@ void ControlsTest::aControlShowsThatThePointerIsOverItAndThatItIsPressed_data()
         QTest::addRow("button, %s", look) << button("", doNothing) << isDark;
         QTest::addRow("prominent button, %s", look)
             << button("", doNothing, { .size = ButtonSize::Regular, .isProminent = true }) << isDark;
+        QTest::addRow("symbol button, %s", look)
+            << symbolButton("square.and.arrow.up", "", doNothing) << isDark;
         QTest::addRow("box, %s", look) << toggle("", false, [](bool) {}) << isDark;
         QTest::addRow("ticked box, %s", look) << toggle("", true, [](bool) {}) << isDark;
     }
