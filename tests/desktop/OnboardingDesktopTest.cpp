@@ -3,6 +3,7 @@
 #include "support/Injector.h"
 #include "support/Patience.h"
 #include "support/RunningKnucklet.h"
+#include "support/Screenshot.h"
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
@@ -40,6 +41,8 @@ private slots:
     void cleanup();
 
     void theFirstStartOpensTheAssistantInTheMiddle();
+    void itsButtonsAreOnScreensThatAreTooLowForIt_data();
+    void itsButtonsAreOnScreensThatAreTooLowForIt();
     void theDesktopFindsTheEntryAndTheIconOfTheWindow();
     void theProgramComesToTheFrontFromTheBackground();
     void returnFourTimesFinishesForGood();
@@ -146,6 +149,44 @@ void OnboardingDesktopTest::theFirstStartOpensTheAssistantInTheMiddle()
     QCOMPARE(place.left() + place.width() / 2, 640);
     QVERIFY2(std::abs(place.top() + place.height() / 2 - (800 + 28) / 2) <= 2, QTest::toString(place));
     QTRY_COMPARE(windows->active(), window);
+}
+
+void OnboardingDesktopTest::itsButtonsAreOnScreensThatAreTooLowForIt_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<double>("scale");
+
+    QTest::newRow("540 points") << QSize(1920, 1080) << 2.0;
+    QTest::newRow("533 points") << QSize(1280, 800) << 1.5;
+}
+
+void OnboardingDesktopTest::itsButtonsAreOnScreensThatAreTooLowForIt()
+{
+    QFETCH(const QSize, size);
+    QFETCH(const double, scale);
+    cleanup();
+    desktop = std::make_unique<VirtualDesktop>(
+        DesktopParts { .size = size, .windowManager = true, .panel = true });
+    QVERIFY2(desktop->start(), qPrintable(desktop->failure()));
+    windows = std::make_unique<DesktopWindows>(desktop->display());
+    QProcessEnvironment scaled;
+    scaled.insert("QT_SCALE_FACTOR", QString::number(scale));
+
+    const RunningKnucklet knucklet(*desktop, program, scaled);
+
+    const auto place = [this] { return windows->place(windows->find(assistantTitle)); };
+    // The left end of the one that goes on, in points from the lower right corner of the page.
+    constexpr QPointF fromCorner(-108, -33);
+    const auto showsButton = [&] {
+        const auto color
+            = screenshot(desktop->display()).pixel(place().bottomRight() + (fromCorner * scale).toPoint());
+        return qBlue(color) > qRed(color) + 40;
+    };
+    QTRY_VERIFY(windows->isShown(windows->find(assistantTitle)) && showsButton());
+    QCOMPARE(place().width(), qRound(540 * scale));
+    // Below the bar.
+    const QRect free(0, 28, size.width(), size.height() - 28);
+    QVERIFY2(free.contains(place()), qPrintable(QString::number(place().bottom())));
 }
 
 void OnboardingDesktopTest::theDesktopFindsTheEntryAndTheIconOfTheWindow()
