@@ -78,6 +78,7 @@ private slots:
     void theCloseButtonStandsInTheCornerWhereReadingEnds();
     void theCloseButtonAndItsShortcutClose_data();
     void theCloseButtonAndItsShortcutClose();
+    void theCloseButtonShowsThatThePointerIsOverItAndThatItIsPressed();
     void aClosedWindowLetsItsContentGo();
     void contentMayCloseOrReplaceItselfFromItsOwnButton();
     void returnAndEnterPressTheDefaultButtonWhateverHasTheFocus_data();
@@ -323,6 +324,27 @@ void UtilityWindowTest::theCloseButtonAndItsShortcutClose_data()
 
     QTest::newRow("the button") << true;
     QTest::newRow("the shortcut") << false;
+}
+
+void UtilityWindowTest::theCloseButtonShowsThatThePointerIsOverItAndThatItIsPressed()
+{
+    UtilityWindow window("Title", activation, edges);
+    window.present([] { return page("one"); });
+    auto& button = theButton(window, "Close");
+    // Beside the cross, which is in the middle.
+    const auto face = [&] {
+        const auto place = button.geometry();
+        return qGray(window.grab().toImage().pixel(place.left() + 4, place.center().y()));
+    };
+
+    const int atRest = face();
+    button.setAttribute(Qt::WA_UnderMouse);
+    const int underPointer = face();
+    button.setDown(true);
+    const int pressed = face();
+
+    QCOMPARE_LT(underPointer, atRest);
+    QCOMPARE_LT(pressed, underPointer);
 }
 
 void UtilityWindowTest::theCloseButtonAndItsShortcutClose()
