@@ -324,8 +324,11 @@ protected:
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         auto color = palette().color(QPalette::WindowText);
-        if (isDown() || underMouse())
+        if (isDown() || underMouse()) {
+            color.setAlphaF(isDown() ? 0.16F : 0.08F);
+            painter.fillPath(continuousRect(rect(), 6), color);
             color.setAlphaF(1);
+        }
         symbol.paint(painter, *this, contentsRect(), color);
     }
 
