@@ -21,6 +21,14 @@
     </message>
 </context>
 <context>
+    <name>GrantHint</name>
+    <message>
+        <source>Nothing here can ask for your password. Type this in a terminal instead:
+%1</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>KnuckletApp</name>
     <message>
         <source>Open Knucklet</source>
@@ -98,11 +106,6 @@
     </message>
     <message>
         <source>Open Input Monitoring settings…</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Nothing here can ask for your password. Type this in a terminal instead:
-%1</source>
         <translation type="unfinished"></translation>
     </message>
 </context>
@@ -200,11 +203,6 @@
     </message>
     <message>
         <source>Grant access…</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <source>Nothing here can ask for your password. Type this in a terminal instead:
-%1</source>
         <translation type="unfinished"></translation>
     </message>
     <message>

@@ -6,6 +6,7 @@
 #include "platform/PanelHost.h"
 #include "platform/Platform.h"
 #include "platform/WindowPlatform.h"
+#include "windows/GrantHint.h"
 #include "windows/ui/Controls.h"
 #include "windows/ui/Look.h"
 #include "windows/ui/Picture.h"
@@ -214,11 +215,10 @@ StackView PermissionPage::waiting() const
 
 View PermissionPage::commandToGrant() const
 {
-    const auto command = QString::fromStdString(listenAccess.commandToGrant());
-    if (command.isEmpty())
+    const auto hint = grantHint(listenAccess);
+    if (hint.isEmpty())
         return {};
-    return explanation(
-        tr("Nothing here can ask for your password. Type this in a terminal instead:\n%1").arg(command));
+    return explanation(hint);
 }
 
 StackView DonePage::body() const

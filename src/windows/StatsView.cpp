@@ -7,6 +7,7 @@
 #include "platform/ListenAccess.h"
 #include "windows/DateTexts.h"
 #include "windows/DayBar.h"
+#include "windows/GrantHint.h"
 #include "windows/ui/Controls.h"
 #include "windows/ui/RollingNumber.h"
 
@@ -146,13 +147,10 @@ View StatsView::permissionBanner() const
 
 View StatsView::commandToGrant() const
 {
-    const auto command = QString::fromStdString(listenAccess.commandToGrant());
-    if (command.isEmpty())
+    const auto hint = grantHint(listenAccess);
+    if (hint.isEmpty())
         return {};
-    return paragraph(
-        tr("Nothing here can ask for your password. Type this in a terminal instead:\n%1").arg(command))
-        .font(11)
-        .color(Theme::secondary);
+    return paragraph(hint).font(11).color(Theme::secondary);
 }
 
 View StatsView::relaunchBanner() const
