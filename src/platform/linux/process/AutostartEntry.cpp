@@ -4,11 +4,11 @@
 #include "platform/linux/process/FindProgram.h"
 #include "platform/linux/process/KeyFile.h"
 #include "platform/linux/process/Session.h"
+#include "platform/linux/process/Text.h"
 #include "support/AtomicFile.h"
 #include "support/InstalledFiles.h"
 
 #include <algorithm>
-#include <sstream>
 #include <vector>
 
 namespace {
@@ -45,15 +45,6 @@ std::optional<KeyGroup> entryThatStarts()
     if (entry && (isTrue(*entry, "Hidden") || isFalse(*entry, "X-GNOME-Autostart-enabled")))
         entry.reset();
     return entry;
-}
-
-std::vector<std::string> listOf(std::string_view text, char separator)
-{
-    std::vector<std::string> parts;
-    std::istringstream stream { std::string(text) };
-    for (std::string part; std::getline(stream, part, separator);)
-        parts.push_back(part);
-    return parts;
 }
 
 bool isMeantForThisDesktop(const KeyGroup& entry)

@@ -1,17 +1,13 @@
 #include "platform/linux/process/BaseFolders.h"
 
-#include <cstdlib>
-#include <sstream>
-#include <string>
+#include "platform/linux/process/Session.h"
+#include "platform/linux/process/Text.h"
 
 namespace {
 
 std::optional<std::filesystem::path> absolutePath(const char* variable)
 {
-    const char* value = std::getenv(variable);
-    if (!value)
-        return {};
-    std::filesystem::path path = value;
+    std::filesystem::path path = environment(variable);
     if (!path.is_absolute())
         return {};
     return path;
@@ -23,9 +19,8 @@ std::vector<std::filesystem::path> withMachineFolders(
     std::vector<std::filesystem::path> folders;
     if (own)
         folders.push_back(*own);
-    const char* value = std::getenv(variable);
-    std::istringstream list(value && *value ? value : usual);
-    for (std::string folder; std::getline(list, folder, ':');) {
+    const auto value = environment(variable);
+    for (const auto& folder : listOf(value.empty() ? usual : value, ':')) {
         if (folder.starts_with('/'))
             folders.emplace_back(folder);
     }

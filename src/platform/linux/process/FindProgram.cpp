@@ -1,9 +1,9 @@
 #include "platform/linux/process/FindProgram.h"
 
-#include <unistd.h>
+#include "platform/linux/process/Session.h"
+#include "platform/linux/process/Text.h"
 
-#include <cstdlib>
-#include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -20,9 +20,7 @@ std::optional<std::filesystem::path> findProgram(const std::string& name)
     if (name.find('/') != std::string::npos)
         return name.starts_with('/') && canBeStarted(name) ? std::optional<std::filesystem::path>(name)
                                                            : std::nullopt;
-    const char* path = std::getenv("PATH");
-    std::istringstream folders(path ? path : "");
-    for (std::string folder; std::getline(folders, folder, ':');) {
+    for (const auto& folder : listOf(environment("PATH"), ':')) {
         auto file = std::filesystem::path(folder) / name;
         if (canBeStarted(file))
             return file;

@@ -38,29 +38,19 @@ std::optional<ScreenPoint> logicalPoint(QPoint physical)
     return {};
 }
 
-/// Of what bars only the window manager knows. Among several screens it takes those of one from all.
-std::optional<QRect> freeOnOnlyScreen()
-{
-    return QGuiApplication::screens().size() == 1 ? freeForWindowManager() : std::nullopt;
-}
-
 ScreenWithBars withBars(const QScreen& screen)
 {
     const QRect pixels = pixelsOf(screen);
     QRect free = withoutBars(pixels);
-    const auto managed = freeOnOnlyScreen();
+    // Bars that only the window manager knows. Among several screens it takes those of one from all.
+    const auto managed = QGuiApplication::screens().size() == 1 ? freeForWindowManager() : std::nullopt;
     if (managed && free.intersects(*managed))
         free &= *managed;
     return { .pixels = pixels, .free = free, .scale = screen.devicePixelRatio() };
 }
 
 /// The part of a screen that no bar covers, in points.
-QRect withoutBarsInPoints(const QScreen& screen)
-{
-    const QRect area = freePoints(withBars(screen), screen.geometry());
-    const bool isForTheToolkitToSay = QGuiApplication::screens().size() == 1 && !freeForWindowManager();
-    return isForTheToolkitToSay ? area & screen.availableGeometry() : area;
-}
+QRect withoutBarsInPoints(const QScreen& screen) { return freePoints(withBars(screen), screen.geometry()); }
 
 /// Where the pixel is at which the user has clicked. On a real X server it is where the pointer was. In a
 /// Wayland session a bar has said so, which may mean anything.
