@@ -1,3 +1,5 @@
+#include "support/AssistantOnScreen.h"
+#include "support/DesktopWindows.h"
 #include "support/FileWatch.h"
 #include "support/Injector.h"
 #include "support/Patience.h"
@@ -98,6 +100,7 @@ private slots:
     void anOrderlyEndWhileTypingLosesNothing_data();
     void anOrderlyEndWhileTypingLosesNothing();
     void losingTheDisplayWhileTypingLosesNothing();
+    void losingTheDisplayWhileTypingIntoAWindowLosesNothing();
     void theEndOfTheSessionLosesNothingAndAsksNobody();
     void theEndOfTheSessionWhileTheFirstWindowComesLosesNothing();
     void losingTheBusEndsNothing();
@@ -156,6 +159,28 @@ void EndingTest::losingTheDisplayWhileTypingLosesNothing()
         QTRY_VERIFY(!knucklet.isRunning());
 
         QCOMPARE(savedCounts(*desktop).keys, 20 + round);
+        QCOMPARE(knucklet.output(), QByteArray());
+    }
+}
+
+// The toolkit still hands on what the server had said to a window when the server is gone.
+void EndingTest::losingTheDisplayWhileTypingIntoAWindowLosesNothing()
+{
+    for (int round = 0; round < 5; ++round) {
+        VirtualDesktop desktop({ .windowManager = true });
+        QVERIFY(desktop.start());
+        Injector injector(desktop.display());
+        const DesktopWindows windows(desktop.display());
+        RunningKnucklet knucklet(desktop, program);
+        QVERIFY(knucklet.awaitCounting());
+        QTRY_VERIFY(windows.find(assistantTitle));
+        QTRY_COMPARE(windows.active(), windows.find(assistantTitle));
+        type(injector, 60);
+
+        desktop.killServer();
+        QTRY_VERIFY(!knucklet.isRunning());
+
+        QCOMPARE(savedCounts(desktop).keys, 60);
         QCOMPARE(knucklet.output(), QByteArray());
     }
 }

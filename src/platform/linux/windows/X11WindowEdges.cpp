@@ -23,6 +23,7 @@ X11WindowEdges::X11WindowEdges()
     if (!fixes || !fixes->present)
         return;
     connection = application->connection();
+    firstFixesEvent = fixes->first_event;
     // Who has this selection composes the first screen.
     compositor = atom(connection, "_NET_WM_CM_S0");
     supported = atom(connection, "_NET_SUPPORTED");
@@ -83,8 +84,7 @@ Observers::Subscription X11WindowEdges::observe(std::function<void()> changed)
 bool X11WindowEdges::nativeEventFilter(const QByteArray&, void* message, qintptr*)
 {
     const auto* event = static_cast<const xcb_generic_event_t*>(message);
-    const auto* fixes = xcb_get_extension_data(connection, &xcb_xfixes_id);
-    if ((event->response_type & 0x7f) == fixes->first_event + XCB_XFIXES_SELECTION_NOTIFY
+    if ((event->response_type & 0x7f) == firstFixesEvent + XCB_XFIXES_SELECTION_NOTIFY
         && reinterpret_cast<const xcb_xfixes_selection_notify_event_t*>(event)->selection == compositor)
         observers.notify();
     return false;

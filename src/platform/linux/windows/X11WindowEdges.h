@@ -6,6 +6,8 @@
 
 #include <xcb/xcb.h>
 
+#include <cstdint>
+
 /// Follows the compositing manager of the X server, which may come and go at any time. A Wayland session
 /// always has a compositor, but no way in which this toolkit could tell it of a shadow.
 class X11WindowEdges final
@@ -29,6 +31,9 @@ private:
 
     /// The toolkit's; null where it does not use an X server, or one that cannot tell of its compositor.
     xcb_connection_t* connection = nullptr;
+    /// Kept, because the library forgets it when the server is lost, while the toolkit still hands on what
+    /// came before.
+    std::uint8_t firstFixesEvent = 0;
     xcb_atom_t compositor = XCB_ATOM_NONE;
     xcb_atom_t supported = XCB_ATOM_NONE;
     xcb_atom_t extents = XCB_ATOM_NONE;
