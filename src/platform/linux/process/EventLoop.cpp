@@ -70,7 +70,10 @@ void EventLoop::handOver(Host newHost)
 void EventLoop::callLater(std::function<void()> call)
 {
     pending.push_back(std::move(call));
-    if (pending.size() == 1)
+    // The turn that is going on ends with it. Not so where a toolkit has the turns: within a call it may run
+    // a loop of its own, as for a menu.
+    const bool isSeenAnyway = isServing && !host;
+    if (!isSeenAnyway)
         eventfd_write(wakeUp.get(), 1);
 }
 
@@ -81,18 +84,24 @@ void EventLoop::serve(int timeoutMilliseconds)
     std::array<epoll_event, 16> events;
     const int ready
         = epoll_wait(poll.get(), events.data(), static_cast<int>(events.size()), timeoutMilliseconds);
+    isServing = true;
     for (int i = 0; i < ready; ++i) {
         const auto id = events[static_cast<std::size_t>(i)].data.u64;
         if (id == alarmId) {
             callElapsed();
         } else if (id == wakeUpId) {
-            callPending();
+            eventfd_t count = 0;
+            eventfd_read(wakeUp.get(), &count);
         } else if (const auto watch = watches.find(id); watch != watches.end()) {
             // A copy: the watch may end from within its call.
             const auto call = watch->second->ready;
             call();
         }
     }
+    isServing = false;
+    // What is added from here on is for the next turn.
+    for (const auto& call : std::exchange(pending, {}))
+        call();
 }
 
 void EventLoop::callElapsed()
@@ -114,15 +123,6 @@ void EventLoop::callElapsed()
         call();
     }
     setAlarm();
-}
-
-void EventLoop::callPending()
-{
-    eventfd_t count = 0;
-    eventfd_read(wakeUp.get(), &count);
-    // What is added from here on is for the next turn.
-    for (const auto& call : std::exchange(pending, {}))
-        call();
 }
 
 void EventLoop::setAlarm()

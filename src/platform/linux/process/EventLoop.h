@@ -56,7 +56,6 @@ private:
 
     void serve(int timeoutMilliseconds);
     void callElapsed();
-    void callPending();
     void setAlarm();
 
     FileDescriptor poll;
@@ -67,6 +66,7 @@ private:
     Deadlines deadlines;
     std::optional<Clock::time_point> alarmTime;
     std::vector<std::function<void()>> pending;
+    bool isServing = false;
     std::optional<Host> host;
     std::optional<int> exitCode;
 };
