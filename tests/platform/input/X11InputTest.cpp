@@ -297,6 +297,7 @@ private slots:
     void aHeldKeyThatIsPressedAgainAndAgainCountsOnce();
     void aKeyThatWasReleasedCountsAgain();
     void ofAKeyboardOfTheMachineNoReleaseWakesAnybody();
+    void aKeyboardThatAppearsMeanwhileIsKnownBeforeItIsHeld();
     void aKeyboardThatTakesTheNumberOfAnotherIsItself_data();
     void aKeyboardThatTakesTheNumberOfAnotherIsItself();
     void shiftAloneCountsNothing();
@@ -510,6 +511,27 @@ void X11InputTest::ofAKeyboardOfTheMachineNoReleaseWakesAnybody()
     QCOMPARE(wakeUps.count, 0);
 }
 
+void X11InputTest::aKeyboardThatAppearsMeanwhileIsKnownBeforeItIsHeld()
+{
+    X11Input input { loop, clock };
+    input.letPressesWait(0ms);
+    TapReports reports;
+    startTap(input, reports);
+    Client hands(desktop->display());
+    QVERIFY(hands.addKeyboard() > 0);
+    // It hears of the keyboard, and asks for what that is.
+    input.drain();
+    loop.dispatch();
+
+    const auto key = injector->keyCode(XK_a);
+    for (int i = 0; i < 5; ++i)
+        hands.pressKey(key);
+    input.drain();
+
+    QCOMPARE(reports.keys, 1);
+    QCOMPARE(reports.repeats, 4);
+}
+
 void X11InputTest::aKeyboardThatTakesTheNumberOfAnotherIsItself_data()
 {
     QTest::addColumn<bool>("firstIsOfTheMachine");
@@ -534,7 +556,7 @@ void X11InputTest::aKeyboardThatTakesTheNumberOfAnotherIsItself()
         const auto number = hands.addKeyboard();
         if (isOfTheMachine)
             hands.giveDeviceNodes();
-        // What a keyboard is, is asked after its first press.
+        // What a keyboard is, is asked after the first press at the latest.
         hands.typeKey(key);
         input.drain();
         loop.dispatch();

@@ -273,17 +273,20 @@ void X11Input::learnKeyboards()
     dispatchLater();
 }
 
-/// The number of a keyboard that is unplugged is given to the next one.
-void X11Input::forgetRemoved(const xcb_generic_event_t& change)
+/// The number of a keyboard that is unplugged is given to the next one. A new one is asked about before it is
+/// first held, where there is time.
+void X11Input::hearOfKeyboards(const xcb_generic_event_t& change)
 {
     auto device
         = xcb_input_hierarchy_infos_iterator(reinterpret_cast<const xcb_input_hierarchy_event_t*>(&change));
     for (; device.rem > 0; xcb_input_hierarchy_info_next(&device)) {
         const auto id = device.data->deviceid;
-        if ((device.data->flags & XCB_INPUT_HIERARCHY_MASK_SLAVE_REMOVED) == 0 || id >= knownKeyboards.size())
-            continue;
-        knownKeyboards.reset(id);
-        heldKeys.forget(id);
+        if (device.data->flags & XCB_INPUT_HIERARCHY_MASK_SLAVE_REMOVED && id < knownKeyboards.size()) {
+            knownKeyboards.reset(id);
+            heldKeys.forget(id);
+        }
+        if (device.data->flags & XCB_INPUT_HIERARCHY_MASK_SLAVE_ADDED)
+            learnKeyboardsLater();
     }
 }
 
@@ -349,9 +352,10 @@ void X11Input::endBurst()
 bool X11Input::dispatch()
 {
     const bool hasCome = receive();
+    const bool wasAwaited = keyboard.isAwaited();
     handleReceived();
     // The keyboard's answer may have brought presses along.
-    if (receive())
+    if ((wasAwaited || keyboard.isAwaited()) && receive())
         dispatchLater();
     // While a burst is going on, more comes to lie there anyway.
     if (!burst.isRunning() && forgetKeys() && !beginBurst())
@@ -489,7 +493,7 @@ void X11Input::handle(const xcb_generic_event_t& event)
         if (isClick(release.detail))
             tellOfButton(ButtonMove::Released);
     } else if (type == XCB_INPUT_HIERARCHY) {
-        forgetRemoved(event);
+        hearOfKeyboards(event);
     }
 }
 

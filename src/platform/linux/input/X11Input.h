@@ -83,7 +83,7 @@ private:
     void askForTime();
     void learnKeyboards();
     void learnKeyboardsLater();
-    void forgetRemoved(const xcb_generic_event_t& change);
+    void hearOfKeyboards(const xcb_generic_event_t& change);
     void selectEvents(std::uint16_t device, std::uint32_t events);
 
     void announced();
