@@ -32,6 +32,9 @@ public:
     /// The shadow is no part of the window for whoever places or clicks it. To be said again after each
     /// change of its size.
     virtual void setShadow(NativeWindow window, const WindowShadow& shadow) = 0;
+    /// Whether the left mouse button is down now, by which such a window is moved. What the window has heard
+    /// of the button may be older.
+    virtual bool isHeld() const = 0;
     /// Calls when the answer may be another one, for as long as the subscription is kept.
     [[nodiscard]] virtual Observers::Subscription observe(std::function<void()> changed) = 0;
 };

@@ -51,6 +51,7 @@ private slots:
     void showingItAgainBeginsAfreshWhereTheWindowStands();
     void draggingTheBackgroundMovesTheWindow();
     void aClickOnTheBackgroundMovesNothing();
+    void aClickThatTheManagerSeesLateMovesNothing();
     void maximizingDoesNothing();
     void anIconifiedWindowReturns();
 
@@ -343,6 +344,31 @@ void OnboardingDesktopTest::aClickOnTheBackgroundMovesNothing()
     type(keysymReturn);
     QTRY_COMPARE(page(), std::optional(1));
     QCOMPARE(windows->place(window), before);
+}
+
+// The button is up again when the manager lets go of the press and of all that has followed it.
+void OnboardingDesktopTest::aClickThatTheManagerSeesLateMovesNothing()
+{
+    const RunningKnucklet knucklet(*desktop, program);
+    const auto window = awaitAssistant();
+    QTRY_COMPARE(windows->active(), window);
+    const auto before = windows->place(window);
+
+    desktop->freezeManager();
+    click(before.topLeft() + QPoint(270, 460));
+    injector->moveTo(100, 700);
+    injector->sync();
+    desktop->thawManager();
+    // It handles what it is told in order.
+    const auto other = windows->openOther({ 50, 50, 100, 100 });
+    QTRY_COMPARE(windows->active(), other);
+    knucklet.settle();
+    injector->moveTo(150, 750);
+    injector->sync();
+
+    QTRY_VERIFY(!windows->isKeyboardGrabbed());
+    QCOMPARE(windows->place(window), before);
+    QCOMPARE(page(), std::optional(0));
 }
 
 void OnboardingDesktopTest::maximizingDoesNothing()

@@ -49,6 +49,8 @@ bool writeFile(const QString& path, const QByteArray& content)
         && file.write(content) == content.size();
 }
 
+const QString windowManager = QStringLiteral("xfwm4");
+
 /// The user for programs that refuse to be root's; nothing when this process is not root's.
 const passwd* otherUser() { return geteuid() == 0 ? getpwnam("nobody") : nullptr; }
 
@@ -281,6 +283,18 @@ void VirtualDesktop::freezeServer() { ::kill(static_cast<pid_t>(processes.front(
 
 void VirtualDesktop::thawServer() { ::kill(static_cast<pid_t>(processes.front()->processId()), SIGCONT); }
 
+void VirtualDesktop::freezeManager() { signalManager(SIGSTOP); }
+
+void VirtualDesktop::thawManager() { signalManager(SIGCONT); }
+
+void VirtualDesktop::signalManager(int signal)
+{
+    for (const auto& process : processes) {
+        if (process->program() == windowManager)
+            ::kill(static_cast<pid_t>(process->processId()), signal);
+    }
+}
+
 bool VirtualDesktop::makeFolders()
 {
     const QString runtime = folder() + "/runtime";
@@ -325,7 +339,7 @@ bool VirtualDesktop::startSettings()
 
 bool VirtualDesktop::startWindowManager()
 {
-    return (startPart("xfwm4", { parts.compositor ? "--compositor=on" : "--compositor=off" })
+    return (startPart(windowManager, { parts.compositor ? "--compositor=on" : "--compositor=off" })
                && awaitRootProperty(displayName, "_NET_SUPPORTING_WM_CHECK"))
         || fail();
 }

@@ -79,6 +79,9 @@ public:
     /// The X server stops answering, and goes on where it was.
     void freezeServer();
     void thawServer();
+    /// The same for the window manager.
+    void freezeManager();
+    void thawManager();
 
     /// What a part of the desktop has written so far, by its program's name.
     QString logOf(const QString& program) const;
@@ -98,6 +101,7 @@ private:
     bool startPart(const QString& program, const QStringList& arguments, const PartOptions& options);
     QByteArray awaitFirstLine();
     void killPart(std::size_t place);
+    void signalManager(int signal);
     bool fail();
 
     DesktopParts parts;

@@ -35,6 +35,7 @@ public:
     void activate(NativeWindow window) override;
     WindowEdge edge() const override { return edgeAllowed; }
     void setShadow(NativeWindow window, const WindowShadow& shadow) override;
+    bool isHeld() const override { return true; }
 
 private:
     std::vector<std::string>& calls;

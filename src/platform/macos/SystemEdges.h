@@ -7,5 +7,6 @@ class SystemEdges final : public WindowEdges {
 public:
     WindowEdge edge() const override { return WindowEdge::Square; }
     void setShadow(NativeWindow, const WindowShadow&) override { }
+    bool isHeld() const override { return true; }
     Observers::Subscription observe(std::function<void()>) override { return {}; }
 };

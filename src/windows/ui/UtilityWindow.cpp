@@ -67,6 +67,7 @@ UtilityWindow::UtilityWindow(const QString& title, WindowActivation& activation,
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint)
     , frame(*this, edges)
     , activation(activation)
+    , edges(edges)
     , closeButton(new CloseButton(this))
 {
     setWindowTitle(title);
@@ -155,7 +156,8 @@ void UtilityWindow::mouseMoveEvent(QMouseEvent* event)
     if ((event->globalPosition().toPoint() - *press).manhattanLength() < threshold)
         return;
     press.reset();
-    windowHandle()->startSystemMove();
+    if (edges.isHeld())
+        windowHandle()->startSystemMove();
 }
 
 void UtilityWindow::discardContent()

@@ -49,6 +49,7 @@ private:
 
     WindowFrame frame;
     WindowActivation& activation;
+    WindowEdges& edges;
     Host* content = nullptr;
     QAbstractButton* closeButton;
     bool isPlaced = false;

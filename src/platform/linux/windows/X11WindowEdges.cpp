@@ -76,6 +76,17 @@ void X11WindowEdges::setShadow(NativeWindow window, const WindowShadow& shadow)
     xcb_xfixes_destroy_region(connection, region);
 }
 
+// A window manager that answers late to a press holds back what follows it. When it lets go, the server first
+// tells where the pointer has gone meanwhile, as if the button were still down.
+bool X11WindowEdges::isHeld() const
+{
+    if (!connection)
+        return true;
+    const XcbReply<xcb_query_pointer_reply_t> reply(
+        xcb_query_pointer_reply(connection, xcb_query_pointer(connection, rootWindow(connection)), nullptr));
+    return reply && (reply->mask & XCB_BUTTON_MASK_1) != 0;
+}
+
 Observers::Subscription X11WindowEdges::observe(std::function<void()> changed)
 {
     return observers.add(std::move(changed));

@@ -22,6 +22,7 @@ public:
 
     WindowEdge edge() const override;
     void setShadow(NativeWindow window, const WindowShadow& shadow) override;
+    bool isHeld() const override;
     Observers::Subscription observe(std::function<void()> changed) override;
 
 private:
