@@ -89,6 +89,9 @@ private slots:
     void aFileThatNamesItsOwnerIsThereOnlyWhereItIsNeeded();
     void whoHasThePlaceIsBelievedUnlessGone_data();
     void whoHasThePlaceIsBelievedUnlessGone();
+    void ofManyWhoSeeThatItIsFreeOneHasIt();
+    void aHeirThatHasCrashedIsInNobodysWay_data();
+    void aHeirThatHasCrashedIsInNobodysWay();
     void whereNoFileCanBeMadeThereIsNoLock();
 
 private:
@@ -279,6 +282,88 @@ void FileLockTest::whoHasThePlaceIsBelievedUnlessGone()
     });
 
     QCOMPARE(QByteArray::fromStdString(end.answer), expected);
+}
+
+void FileLockTest::ofManyWhoSeeThatItIsFreeOneHasIt()
+{
+    constexpr int processes = 40;
+    const auto end = inChild([&] {
+        if (!forbidLocks(Missing::EveryKind))
+            return std::string("no filter");
+        for (int round = 0; round < 10; ++round) {
+            std::ignore = inChild([&]() -> std::string {
+                FileLock lock;
+                std::ignore = lock.take(file, 0ms);
+                raise(SIGKILL);
+                return {};
+            });
+            // Nobody who has it lets go of it before all have tried.
+            std::array<int, 2> answers {};
+            std::array<int, 2> allHaveTried {};
+            if (pipe(answers.data()) != 0 || pipe(allHaveTried.data()) != 0)
+                return std::string("no pipe");
+            for (int i = 0; i < processes; ++i) {
+                if (fork() != 0)
+                    continue;
+                {
+                    FileLock lock;
+                    const char answer = resultOf(lock.take(file, 200ms)).front();
+                    std::ignore = write(answers[1], &answer, 1);
+                    char byte = 0;
+                    std::ignore = read(allHaveTried[0], &byte, 1);
+                }
+                _exit(0);
+            }
+            int taken = 0;
+            for (int i = 0; i < processes; ++i) {
+                char answer = 0;
+                std::ignore = read(answers[0], &answer, 1);
+                taken += answer == 't' ? 1 : 0;
+            }
+            std::ignore = write(allHaveTried[1], std::string(processes, 'x').data(), processes);
+            while (wait(nullptr) > 0) { }
+            for (const int descriptor : { answers[0], answers[1], allHaveTried[0], allHaveTried[1] })
+                close(descriptor);
+            if (taken != 1)
+                return std::to_string(taken) + " in round " + std::to_string(round);
+        }
+        return std::string("one");
+    });
+
+    QCOMPARE(QByteArray::fromStdString(end.answer), QByteArray("one"));
+}
+
+void FileLockTest::aHeirThatHasCrashedIsInNobodysWay_data()
+{
+    QTest::addColumn<bool>("namesItself");
+
+    QTest::newRow("before it has named itself") << false;
+    QTest::newRow("after that") << true;
+}
+
+void FileLockTest::aHeirThatHasCrashedIsInNobodysWay()
+{
+    QFETCH(bool, namesItself);
+
+    const auto end = inChild([&] {
+        if (!forbidLocks(Missing::EveryKind))
+            return std::string("no filter");
+        std::ignore = inChild([&]() -> std::string {
+            FileLock lock;
+            std::ignore = lock.take(file, 0ms);
+            raise(SIGKILL);
+            return {};
+        });
+        const auto owner = file.string() + ".owner";
+        put(owner + ".heir", namesItself ? contentOf(owner) : "");
+        std::string answers;
+        for (int i = 0; i < 2; ++i)
+            answers += tryElsewhere(100ms) + ' ';
+        return answers + std::to_string(std::filesystem::exists(owner + ".heir"));
+    });
+
+    // At the latest the second one.
+    QVERIFY2(end.answer.ends_with("taken 0"), end.answer.c_str());
 }
 
 void FileLockTest::whereNoFileCanBeMadeThereIsNoLock()

@@ -117,13 +117,18 @@ std::string textOf(const Owner& owner)
         + owner.start + '\n';
 }
 
-/// Nothing when the file names nobody, as while it is being written.
-std::optional<Owner> ownerIn(const std::filesystem::path& file)
+/// Nothing when the text names nobody, as while it is being written.
+std::optional<Owner> ownerNamedBy(const std::string& text)
 {
     Owner owner;
-    std::istringstream words(readFile(file).value_or(""));
+    std::istringstream words(text);
     words >> owner.machine >> owner.boot >> owner.numbers >> owner.process >> owner.start;
     return words ? std::optional(owner) : std::nullopt;
+}
+
+std::optional<Owner> ownerIn(const std::filesystem::path& file)
+{
+    return ownerNamedBy(readFile(file).value_or(""));
 }
 
 /// What a process of another machine, or of another container, does cannot be known from here.
@@ -137,22 +142,39 @@ bool isGone(const Owner& owner)
     return owner.numbers == here.numbers && startOf(owner.process) != owner.start;
 }
 
+/// Names this process as the owner. Leaves the reason in errno when it cannot: EEXIST where there is a file.
 bool makeOwnerFile(const std::filesystem::path& file)
 {
     const auto text = textOf(thisProcess());
-    // Last, since who calls asks for the reason when it cannot be made.
     const FileDescriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    return made.isOpen() && write(made.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    if (!made.isOpen())
+        return false;
+    if (write(made.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size()))
+        return true;
+    // One that names nobody would be waited for.
+    unlink(file.c_str());
+    errno = ENOSPC;
+    return false;
 }
 
-/// The place of somebody who is gone. Of several who see that, the last one to write has it.
-bool takeOver(const std::filesystem::path& file)
+/// Lies beside the file of an owner who is gone while somebody takes over from him.
+std::filesystem::path heirFileOf(const std::filesystem::path& file) { return file.string() + ".heir"; }
+
+/// Takes the place over from whom its file names with this text. Of several who see that he is gone, one at a
+/// time can be the heir, and who comes later finds another text.
+bool takeOver(const std::filesystem::path& file, const std::string& predecessor)
 {
-    constexpr auto untilAllHaveWritten = 100ms;
-    if (!replaceFile(file, textOf(thisProcess())))
+    const auto heirFile = heirFileOf(file);
+    if (!makeOwnerFile(heirFile)) {
+        const auto heir = ownerIn(heirFile);
+        if (heir && isGone(*heir))
+            unlink(heirFile.c_str());
         return false;
-    std::this_thread::sleep_for(untilAllHaveWritten);
-    return ownerIn(file) == thisProcess();
+    }
+    const bool isTaken
+        = readFile(file).value_or("") == predecessor && replaceFile(file, textOf(thisProcess()));
+    unlink(heirFile.c_str());
+    return isTaken;
 }
 
 }
@@ -188,12 +210,17 @@ LockResult FileLock::takeOwnerFile(const std::filesystem::path& file, std::chron
                 return LockResult::Taken;
             if (errno != EEXIST)
                 return LockResult::Impossible;
-            const auto owner = ownerIn(file);
-            return owner && isGone(*owner) && takeOver(file) ? LockResult::Taken : LockResult::HeldByAnother;
+            const auto text = readFile(file).value_or("");
+            const auto owner = ownerNamedBy(text);
+            return owner && isGone(*owner) && takeOver(file, text) ? LockResult::Taken
+                                                                   : LockResult::HeldByAnother;
         },
         lock, patience);
-    // A crash has left it behind that came before the name.
-    if (result == LockResult::HeldByAnother && !ownerIn(file) && takeOver(file))
+    // What a crash has left behind that came before the name. The heir's is out of the way at the next start.
+    if (result == LockResult::HeldByAnother && !ownerIn(heirFileOf(file)))
+        unlink(heirFileOf(file).c_str());
+    const auto text = readFile(file).value_or("");
+    if (result == LockResult::HeldByAnother && !ownerNamedBy(text) && takeOver(file, text))
         result = LockResult::Taken;
     if (result == LockResult::Taken)
         ownerFile = file;
