@@ -624,8 +624,12 @@ void OnboardingTest::whereItIsTooLowTheFlexibleSpaceGivesWayFirst()
         QCOMPARE(placeIn(window, labels[i]), places[static_cast<std::size_t>(i)]);
     for (const auto* button : window.findChildren<QPushButton*>())
         QVERIFY2(window.rect().contains(placeIn(window, button)), qPrintable(button->text()));
-    QCOMPARE(placeIn(window, window.findChildren<QPushButton*>().last()).bottom(), 512 - 20 - 1);
-    QVERIFY(!window.findChild<QAbstractSlider*>()->isVisible());
+    const auto buttons = window.findChildren<QPushButton*>();
+    QVERIFY(!buttons.isEmpty());
+    QCOMPARE(placeIn(window, buttons.last()).bottom(), 512 - 20 - 1);
+    const auto* scrollBar = window.findChild<QAbstractSlider*>();
+    QVERIFY(scrollBar);
+    QVERIFY(!scrollBar->isVisible());
 }
 
 void OnboardingTest::whereThePageDoesNotFitItScrollsAndTheFooterStays_data()
@@ -652,7 +656,9 @@ void OnboardingTest::whereThePageDoesNotFitItScrollsAndTheFooterStays()
     auto& window = assistant.show(page);
 
     QCOMPARE(window.size(), QSize(540, 270));
-    const auto* primary = window.findChildren<QPushButton*>().last();
+    const auto buttons = window.findChildren<QPushButton*>();
+    QVERIFY(!buttons.isEmpty());
+    const auto* primary = buttons.last();
     const QWidget* widget = labelWith(window, last);
     if (!widget)
         widget = buttonWith(window, last);
@@ -662,6 +668,7 @@ void OnboardingTest::whereThePageDoesNotFitItScrollsAndTheFooterStays()
     QCOMPARE(footer.bottom(), 270 - 20 - 1);
     QVERIFY(!isSeen());
     auto* scrollBar = window.findChild<QAbstractSlider*>();
+    QVERIFY(scrollBar);
     QVERIFY(scrollBar->isVisible());
 
     const QPoint middle(270, 100);
@@ -673,8 +680,11 @@ void OnboardingTest::whereThePageDoesNotFitItScrollsAndTheFooterStays()
     QCOMPARE(placeIn(window, primary), footer);
     // Another page begins at its top.
     press(window, primary->text());
-    if (page < pageCount - 1)
-        QCOMPARE(window.findChild<QAbstractSlider*>()->value(), 0);
+    if (page == pageCount - 1)
+        return;
+    scrollBar = window.findChild<QAbstractSlider*>();
+    QVERIFY(scrollBar);
+    QCOMPARE(scrollBar->value(), 0);
 }
 
 void OnboardingTest::theKeyboardScrollsThePageToItsControls()
@@ -800,8 +810,9 @@ void OnboardingTest::thePermissionPageExplains()
         return column({ paragraph(explanation).font(13).color(Theme::secondary) }).width(label->width());
     });
     plain.show();
-    QVERIFY(plain.findChild<QLabel*>());
-    QVERIFY(plain.findChild<QLabel*>()->grab().toImage() != const_cast<QLabel*>(label)->grab().toImage());
+    auto* plainLabel = plain.findChild<QLabel*>();
+    QVERIFY(plainLabel);
+    QVERIFY(plainLabel->grab().toImage() != const_cast<QLabel*>(label)->grab().toImage());
 }
 
 void OnboardingTest::theDonePageTellsWhereTheProgramLives()

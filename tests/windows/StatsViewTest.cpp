@@ -103,8 +103,10 @@ std::vector<QRect> barBoxes(const Host& host)
 QStringList weekdays(const Host& host)
 {
     QStringList letters;
-    for (const auto* column : columns(host))
-        letters.append(column->findChild<QLabel*>()->text());
+    for (const auto* column : columns(host)) {
+        const auto* label = column->findChild<QLabel*>();
+        letters.append(label ? label->text() : QString());
+    }
     return letters;
 }
 

@@ -124,6 +124,7 @@ void PictureServicesGoldenTest::theSaveDialogLooksAsItDid()
     QTRY_VERIFY(openWindow<QFileDialog>());
     auto& dialog = *openWindow<QFileDialog>();
     const auto* files = dialog.findChild<QTreeView*>();
+    QVERIFY(files);
     QTRY_COMPARE(files->model()->rowCount(files->rootIndex()), 1);
     dialog.resize(600, 320);
     dialog.activateWindow();
