@@ -1,5 +1,6 @@
 #include "support/Patience.h"
 #include "support/TestArea.h"
+#include "support/Widgets.h"
 #include "windows/ui/Controls.h"
 #include "windows/ui/Look.h"
 #include "windows/ui/View.h"
@@ -17,28 +18,43 @@
 
 namespace {
 
-template <typename Widget>
-Widget* widgetWithText(const Host& host, const QString& text)
+// What would do nothing for a view does not compile.
+template <typename Kind>
+concept IsClipped = requires(Kind view)
 {
-    for (auto* widget : host.findChildren<Widget*>()) {
-        if (widget->text() == text)
-            return widget;
-    }
-    return nullptr;
-}
-
-QLabel* labelWith(const Host& host, const QString& text) { return widgetWithText<QLabel>(host, text); }
-
-QPushButton* buttonWith(const Host& host, const QString& text)
+    std::move(view).clip(1);
+};
+template <typename Kind>
+concept IsPadded = requires(Kind view)
 {
-    return widgetWithText<QPushButton>(host, text);
-}
+    std::move(view).padding(1);
+};
+template <typename Kind>
+concept HasBackground = requires(Kind view)
+{
+    std::move(view).background(ThemeColor {}, 1);
+};
+template <typename Kind>
+concept FillsWidth = requires(Kind view)
+{
+    std::move(view).fillWidth();
+};
+template <typename Kind>
+concept IsAnimated = requires(Kind view)
+{
+    std::move(view).animated(1);
+};
+
+static_assert(
+    IsPadded<StackView> && HasBackground<StackView> && FillsWidth<StackView> && IsAnimated<StackView>);
+static_assert(!IsPadded<View> && !HasBackground<View> && !FillsWidth<View> && !IsAnimated<View>);
+static_assert(IsClipped<PictureView> && !IsClipped<View> && !IsClipped<StackView>);
 
 QCheckBox* boxOf(const Host& host) { return host.findChild<QCheckBox*>(); }
 
 QRect placeOf(const Host& host, const QWidget* widget)
 {
-    return widget->rect().translated(widget->mapTo(&host, QPoint()));
+    return widget ? widget->rect().translated(widget->mapTo(&host, QPoint())) : QRect();
 }
 
 /// The box of all that is drawn on a plain ground.
@@ -149,7 +165,7 @@ void HostTest::aButtonHeldDownAcrossManyRendersIsNotLost()
         QCoreApplication::processEvents();
     }
     const bool staysDown = button->isDown();
-    QTest::mouseRelease(buttonWith(host, "Press"), Qt::LeftButton);
+    QTest::mouseRelease(&theButton(host, "Press"), Qt::LeftButton);
 
     QVERIFY(staysDown);
     QVERIFY(labelWith(host, "200"));
@@ -190,7 +206,7 @@ void HostTest::aClickRunsTheActionOfTheLatestRender()
 
     generation = 2;
     host.renderNow();
-    QTest::mouseClick(buttonWith(host, "Press"), Qt::LeftButton);
+    QTest::mouseClick(&theButton(host, "Press"), Qt::LeftButton);
 
     QCOMPARE(ran, 2);
 }
@@ -334,7 +350,7 @@ void HostTest::aWidgetIsReplacedOnlyWhenItsTypeChanges()
 
     QCOMPARE(second, first);
     QVERIFY(!labelWith(host, "two"));
-    QVERIFY(buttonWith(host, "two")->isVisible());
+    QVERIFY(theButton(host, "two").isVisible());
 }
 
 void HostTest::aChildThatComesOrGoesLeavesItsSiblingsAlone()
@@ -375,7 +391,7 @@ void HostTest::aListMayGrowAndShrink()
 
     count = 5;
     host.renderNow();
-    const bool grew = labelWith(host, "4") && labelWith(host, "4")->isVisible();
+    const bool grew = labelWith(host, "4") && theLabel(host, "4").isVisible();
     count = 1;
     host.renderNow();
 
@@ -437,7 +453,7 @@ void HostTest::theHostGrowsAndShrinksWithItsContent()
 
     QCOMPARE(before.width(), 300);
     QCOMPARE(grown.width(), 300);
-    QCOMPARE(grown.height(), before.height() + 8 + labelWith(host, "first")->height());
+    QCOMPARE(grown.height(), before.height() + 8 + theLabel(host, "first").height());
     QCOMPARE(host.size(), before);
 }
 
@@ -464,7 +480,7 @@ void HostTest::colorsFollowTheScheme()
     Host host([] { return label("text").color(Theme::secondary); });
     host.show();
     const auto lightness
-        = [&] { return labelWith(host, "text")->palette().color(QPalette::WindowText).lightness(); };
+        = [&] { return theLabel(host, "text").palette().color(QPalette::WindowText).lightness(); };
     const int inLight = lightness();
 
     applyLook(ColorScheme::Dark, Motion::Full);
@@ -613,8 +629,8 @@ void HostTest::thoseThatFillTheWidthShareItEqually()
 
     host.show();
 
-    QCOMPARE(labelWith(host, "a")->parentWidget()->width(), 131);
-    QCOMPARE(labelWith(host, "a much longer text")->parentWidget()->width(), 131);
+    QCOMPARE(theLabel(host, "a").parentWidget()->width(), 131);
+    QCOMPARE(theLabel(host, "a much longer text").parentWidget()->width(), 131);
 }
 
 void HostTest::aLabelWithoutRoomIsTruncated()
@@ -628,8 +644,8 @@ void HostTest::aLabelWithoutRoomIsTruncated()
 
     QCOMPARE(host.width(), 100);
     QCOMPARE(placeOf(host, labelWith(host, "end")).right(), 99);
-    QVERIFY(labelWith(host, text)->width() < labelWith(whole, text)->width());
-    QCOMPARE(labelWith(host, text)->height(), labelWith(whole, text)->height());
+    QVERIFY(theLabel(host, text).width() < labelWith(whole, text)->width());
+    QCOMPARE(theLabel(host, text).height(), labelWith(whole, text)->height());
 }
 
 void HostTest::aParagraphIsNeverTruncated()
@@ -716,7 +732,7 @@ void HostTest::theTabKeyGoesDownTheScreenAlsoToLateComers()
     QVERIFY(QTest::qWaitForWindowActive(&host, patience));
     hasMiddle = true;
     host.renderNow();
-    buttonWith(host, "first")->setFocus();
+    theButton(host, "first").setFocus();
 
     QStringList order;
     for (int i = 0; i < 3; ++i) {
@@ -745,7 +761,7 @@ void HostTest::returnPressesTheFocusedButton()
     host.show();
     host.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&host, patience));
-    buttonWith(host, "last")->setFocus();
+    theButton(host, "last").setFocus();
 
     QTest::keyClick(host.focusWidget(), key);
 
@@ -786,7 +802,7 @@ void HostTest::theFocusRingShowsOnlyToThoseWhoUseTheKeyboard()
     host.show();
     host.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&host, patience));
-    buttonWith(host, "first")->setFocus(Qt::PopupFocusReason);
+    theButton(host, "first").setFocus(Qt::PopupFocusReason);
     const auto withoutFocus = host.grab().toImage();
 
     QTest::keyClick(host.focusWidget(), Qt::Key_Tab);
@@ -809,8 +825,8 @@ void HostTest::aStackWithATextIsReadAsOneElement()
     });
     host.show();
 
-    auto* one = QAccessible::queryAccessibleInterface(labelWith(host, "a")->parentWidget());
-    auto* two = QAccessible::queryAccessibleInterface(labelWith(host, "c")->parentWidget());
+    auto* one = QAccessible::queryAccessibleInterface(theLabel(host, "a").parentWidget());
+    auto* two = QAccessible::queryAccessibleInterface(theLabel(host, "c").parentWidget());
 
     QCOMPARE(one->text(QAccessible::Name), "a and b");
     QCOMPARE(one->role(), QAccessible::StaticText);
