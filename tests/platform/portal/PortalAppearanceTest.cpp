@@ -124,6 +124,9 @@ private slots:
     void aChangeIsFollowedAndTold();
     void whatChangesNothingIsNotTold();
     void aPortalThatComesLaterIsAskedThen();
+    void ofAFloodOfSettingsMostAreNotLookedAt_data();
+    void ofAFloodOfSettingsMostAreNotLookedAt();
+    void aTextWithoutEndIsNoNumber();
 
 private:
     std::unique_ptr<PrivateBus> privateBus;
@@ -350,6 +353,45 @@ void PortalAppearanceTest::whatChangesNothingIsNotTold()
 
     QTRY_COMPARE(appearance.colorScheme(), ColorScheme::Light);
     QCOMPARE(told, 1);
+}
+
+void PortalAppearanceTest::ofAFloodOfSettingsMostAreNotLookedAt_data()
+{
+    QTest::addColumn<int>("before");
+    QTest::addColumn<ColorScheme>("scheme");
+
+    QTest::newRow("many") << 200 << ColorScheme::Dark;
+    QTest::newRow("a flood") << 100'000 << ColorScheme::Light;
+}
+
+void PortalAppearanceTest::ofAFloodOfSettingsMostAreNotLookedAt()
+{
+    QFETCH(const int, before);
+    QFETCH(const ColorScheme, scheme);
+    SettingGroups settings { { sharedGroup, { { "color-scheme", 1U } } } };
+    // In the order of their names.
+    for (int i = 0; i < before; ++i)
+        settings[sharedGroup].insert("a" + QString::number(i), QString("value"));
+    const AppearancePortal portal(privateBus->address(), settings);
+    PortalAppearance appearance(*bus);
+
+    appearance.awaitAnswer(5min);
+
+    QCOMPARE(portal.timesRead, 1);
+    QCOMPARE(appearance.colorScheme(), scheme);
+}
+
+void PortalAppearanceTest::aTextWithoutEndIsNoNumber()
+{
+    const QString zero(2'000'000, '0');
+    const AppearancePortal portal(
+        privateBus->address(), { { plasmaGroup, { { "AnimationDurationFactor", zero } } } });
+    PortalAppearance appearance(*bus);
+
+    appearance.awaitAnswer(5min);
+
+    QCOMPARE(portal.timesRead, 1);
+    QCOMPARE(appearance.motion(), Motion::Full);
 }
 
 void PortalAppearanceTest::aPortalThatComesLaterIsAskedThen()

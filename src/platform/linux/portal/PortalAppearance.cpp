@@ -3,12 +3,12 @@
 #include "platform/linux/portal/Portal.h"
 
 #include <QDBusArgument>
-#include <QDBusMetaType>
+#include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QEventLoop>
 #include <QTimer>
 
+#include <functional>
 #include <utility>
 
 namespace {
@@ -19,8 +19,9 @@ const QString sharedGroup = QStringLiteral("org.freedesktop.appearance");
 const QString gnomeGroup = QStringLiteral("org.gnome.desktop.interface");
 const QString plasmaGroup = QStringLiteral("org.kde.kdeglobals.KDE");
 
-/// "a{sa{sv}}"
-using SettingGroups = QMap<QString, QVariantMap>;
+/// Many times what portals send. More is not looked at: anybody in the session may pass for a portal.
+constexpr int mostSettings = 256;
+constexpr qsizetype longestText = 1024;
 
 /// Some portals wrap a value once more.
 QVariant unwrapped(QVariant value)
@@ -28,6 +29,38 @@ QVariant unwrapped(QVariant value)
     while (value.canConvert<QDBusVariant>())
         value = value.value<QDBusVariant>().variant();
     return value;
+}
+
+/// What counts is a number. It may be written as a text.
+bool isLongText(const QVariant& value)
+{
+    return value.metaType().id() == QMetaType::QString && value.toString().size() > longestText;
+}
+
+/// Calls for each setting of "a{sa{sv}}".
+void forEachSetting(const QDBusArgument& groups,
+    const std::function<void(const QString& group, const QString& key, const QVariant& value)>& call)
+{
+    int left = mostSettings;
+    groups.beginMap();
+    while (!groups.atEnd() && left > 0) {
+        QString group;
+        groups.beginMapEntry();
+        groups >> group;
+        groups.beginMap();
+        for (; !groups.atEnd() && left > 0; --left) {
+            QString key;
+            QDBusVariant value;
+            groups.beginMapEntry();
+            groups >> key >> value;
+            groups.endMapEntry();
+            call(group, key, value.variant());
+        }
+        groups.endMap();
+        groups.endMapEntry();
+        --left;
+    }
+    groups.endMap();
 }
 
 /// "(ddd)": red, green and blue. Out of their range they mean that none was chosen.
@@ -55,7 +88,6 @@ PortalAppearance::PortalAppearance(const QDBusConnection& bus)
 {
     if (!bus.isConnected())
         return;
-    qDBusRegisterMetaType<SettingGroups>();
     // QtDBus knows the type, but it looks up the arguments of a slot by their names, and connects to nothing
     // when it finds none.
     qRegisterMetaType<QDBusVariant>();
@@ -108,15 +140,14 @@ void PortalAppearance::answered(QDBusPendingCallWatcher* call)
     call->deleteLater();
     hasAnswered = true;
     emit answerCame();
-    const QDBusPendingReply<SettingGroups> reply = *call;
-    if (reply.isError())
+    const QDBusMessage answer = call->reply();
+    if (answer.type() == QDBusMessage::ErrorMessage || answer.signature() != "a{sa{sv}}")
         return;
     Wishes wishes;
-    const SettingGroups groups = reply.value();
-    for (auto group = groups.begin(); group != groups.end(); ++group) {
-        for (auto setting = group->begin(); setting != group->end(); ++setting)
-            apply(wishes, group.key(), setting.key(), setting.value());
-    }
+    forEachSetting(answer.arguments().constFirst().value<QDBusArgument>(),
+        [&](const QString& group, const QString& key, const QVariant& value) {
+            apply(wishes, group, key, value);
+        });
     become(wishes);
 }
 
@@ -124,6 +155,8 @@ void PortalAppearance::apply(
     Wishes& wishes, const QString& group, const QString& key, const QVariant& wrapped)
 {
     const QVariant value = unwrapped(wrapped);
+    if (isLongText(value))
+        return;
     if (group == sharedGroup && key == "color-scheme") {
         wishes.colorScheme = value.toUInt() == 1 ? ColorScheme::Dark : ColorScheme::Light;
     } else if (group == sharedGroup && key == "accent-color") {
