@@ -352,10 +352,9 @@ void X11Input::endBurst()
 bool X11Input::dispatch()
 {
     const bool hasCome = receive();
-    const bool wasAwaited = keyboard.isAwaited();
     handleReceived();
     // The keyboard's answer may have brought presses along.
-    if ((wasAwaited || keyboard.isAwaited()) && receive())
+    if (receive())
         dispatchLater();
     // While a burst is going on, more comes to lie there anyway.
     if (!burst.isRunning() && forgetKeys() && !beginBurst())
@@ -406,15 +405,22 @@ bool X11Input::takeFiller()
 bool X11Input::receive()
 {
     const auto before = received.size();
+    const auto take = [this](XcbSecretEvent event) {
+        hearTime(*event);
+        hasReadKeys = hasReadKeys || isKey(*event);
+        if (event->response_type != XCB_PROPERTY_NOTIFY)
+            received.push_back(std::move(event));
+    };
+    bool isFilled = false;
     do {
-        while (XcbSecretEvent event { xcb_poll_for_event(connection.get()) }) {
-            hearTime(*event);
-            hasReadKeys = hasReadKeys || isKey(*event);
-            if (event->response_type != XCB_PROPERTY_NOTIFY)
-                received.push_back(std::move(event));
-        }
+        while (XcbSecretEvent event { xcb_poll_for_event(connection.get()) })
+            take(std::move(event));
+        isFilled = takeFiller();
+        // To ask for the answer reads what comes before it, which the socket does not announce any more.
+        while (XcbSecretEvent event { xcb_poll_for_queued_event(connection.get()) })
+            take(std::move(event));
         // What fills the buffer leaves no room in it for what comes behind.
-    } while (takeFiller());
+    } while (isFilled);
     return received.size() > before;
 }
 
