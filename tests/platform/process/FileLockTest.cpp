@@ -294,6 +294,7 @@ void FileLockTest::ofManyWhoSeeThatItIsFreeOneHasIt()
             std::ignore = inChild([&]() -> std::string {
                 FileLock lock;
                 std::ignore = lock.take(file, 0ms);
+                lock.stay();
                 raise(SIGKILL);
                 return {};
             });
