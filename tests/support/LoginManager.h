@@ -11,7 +11,7 @@
 class LoginSession final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Session")
-    Q_PROPERTY(bool LockedHint MEMBER lockedHint)
+    Q_PROPERTY(bool LockedHint READ tellLockedHint)
 
 public:
     LoginSession(const QDBusConnection& bus, const QString& path)
@@ -36,8 +36,15 @@ public:
     }
 
     bool lockedHint = false;
+    bool wasAsked = false;
 
 private:
+    bool tellLockedHint()
+    {
+        wasAsked = true;
+        return lockedHint;
+    }
+
     QDBusConnection bus;
     QString path;
 };
@@ -57,8 +64,9 @@ public:
         this->bus.registerService("org.freedesktop.login1");
     }
 
-    /// Whether a program has asked for its session.
-    bool hasClient() const { return !client.isEmpty(); }
+    /// Whether a program has asked for its session and whether that is locked, and hears of every change from
+    /// here on.
+    bool hasClient() const { return !client.isEmpty() && own.wasAsked; }
     /// Waits until that program has heard what was said so far.
     void awaitHearing() const
     {
