@@ -314,6 +314,7 @@ private slots:
     void aLayoutThatIsSwitchedHoldsFromTheNextPress();
     void aKeyThatBecomesAModifierStopsCounting();
     void noPressIsLostAmongManyChangesOfTheKeyboard();
+    void aPressThatWaitsForTheKeyboardWaitsForNothingElse();
     void fastInputIsCountedExactly();
     void pressesOfABurstAreTakenTogether_data();
     void pressesOfABurstAreTakenTogether();
@@ -840,6 +841,29 @@ void X11InputTest::noPressIsLostAmongManyChangesOfTheKeyboard()
 
     QTRY_COMPARE(reports.keys, 200);
     QTRY_COMPARE(reports.clicks, 200);
+}
+
+// Whenever the answer comes that it waits for. Each time at another moment, since there is no saying when.
+void X11InputTest::aPressThatWaitsForTheKeyboardWaitsForNothingElse()
+{
+    X11Input input { loop, clock };
+    input.letPressesWait(0ms);
+    TapReports reports;
+    startTap(input, reports);
+    Client other(desktop->display());
+    const auto typed = injector->keyCode(XK_a);
+    const auto changed = injector->keyCode(XK_b);
+
+    for (int i = 1; i <= 3000; ++i) {
+        other.changeSymbol(changed, i % 2 == 0 ? XK_Hyper_L : XK_b);
+        other.sync();
+        injector->typeKey(typed);
+        injector->sync();
+        const QDeadlineTimer deadline(patience);
+        while (reports.keys < i && !deadline.hasExpired())
+            loop.dispatch();
+        QCOMPARE(reports.keys, i);
+    }
 }
 
 void X11InputTest::fastInputIsCountedExactly()

@@ -351,11 +351,14 @@ void X11Input::endBurst()
 /// Whether anything had come.
 bool X11Input::dispatch()
 {
-    const bool hasCome = receive();
+    bool hasCome = receive();
     handleReceived();
-    // The keyboard's answer may have brought presses along.
-    if (receive())
-        dispatchLater();
+    // To ask for the keyboard's answer reads what comes with it. Nothing is read after that, since it could
+    // be the answer.
+    while (takeQueued()) {
+        hasCome = true;
+        handleReceived();
+    }
     // While a burst is going on, more comes to lie there anyway.
     if (!burst.isRunning() && forgetKeys() && !beginBurst())
         loop.callLater(lifetime.guard([this] { dispatch(); }));
@@ -405,23 +408,33 @@ bool X11Input::takeFiller()
 bool X11Input::receive()
 {
     const auto before = received.size();
-    const auto take = [this](XcbSecretEvent event) {
-        hearTime(*event);
-        hasReadKeys = hasReadKeys || isKey(*event);
-        if (event->response_type != XCB_PROPERTY_NOTIFY)
-            received.push_back(std::move(event));
-    };
     bool isFilled = false;
     do {
         while (XcbSecretEvent event { xcb_poll_for_event(connection.get()) })
             take(std::move(event));
         isFilled = takeFiller();
         // To ask for the answer reads what comes before it, which the socket does not announce any more.
-        while (XcbSecretEvent event { xcb_poll_for_queued_event(connection.get()) })
-            take(std::move(event));
+        takeQueued();
         // What fills the buffer leaves no room in it for what comes behind.
     } while (isFilled);
     return received.size() > before;
+}
+
+/// The same of what has been read already.
+bool X11Input::takeQueued()
+{
+    const auto before = received.size();
+    while (XcbSecretEvent event { xcb_poll_for_queued_event(connection.get()) })
+        take(std::move(event));
+    return received.size() > before;
+}
+
+void X11Input::take(XcbSecretEvent event)
+{
+    hearTime(*event);
+    hasReadKeys = hasReadKeys || isKey(*event);
+    if (event->response_type != XCB_PROPERTY_NOTIFY)
+        received.push_back(std::move(event));
 }
 
 /// The answer to a request; nothing when the server does not give one in time. What came before the answer is

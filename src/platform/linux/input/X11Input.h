@@ -94,6 +94,8 @@ private:
     bool dispatch();
     void dispatchLater();
     bool receive();
+    bool takeQueued();
+    void take(XcbSecretEvent event);
     XcbReply<void> await(unsigned int request, Steady::time_point deadline);
     bool forgetKeys();
     bool takeFiller();
