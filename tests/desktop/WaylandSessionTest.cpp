@@ -48,7 +48,7 @@ private:
     QString helper() const { return folder->filePath("libexec/knucklet-tap"); }
     QString swaySocket() const
     {
-        const QDir runtime(desktop->folder() + "/sway");
+        const QDir runtime(desktop->folder() + "/compositor");
         return runtime.entryInfoList({ "sway-ipc.*.sock" }, QDir::System).value(0).filePath();
     }
 

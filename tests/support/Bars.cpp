@@ -143,16 +143,11 @@ knownItems=%1
 showAllItems=true
 )";
 
-// A panel of Plasma 6 keeps a distance from the edge of the screen otherwise.
+// A panel of Plasma 6 keeps a distance from the edge of the screen otherwise. Opaque, so that the desktop
+// does not show through.
 const char* const plasmaPanelSettings = R"([PlasmaViews][Panel 2]
 floating=0
-)";
-
-// The desktop's user may be root, for whom sway does not run; it is another user's then, and lets everybody
-// in.
-const char* const swaySettings = R"(xwayland force
-output X11-1 resolution 1280x800 position 0 0
-exec xhost +local: >/dev/null && printenv WAYLAND_DISPLAY DISPLAY
+panelOpacity=1
 )";
 
 const char* const waybarSettings = R"({
@@ -226,8 +221,7 @@ BarSetup plasma()
     const QStringList items { "battery", "cameraindicator", "clipboard", "devicenotifier",
         "keyboardindicator", "keyboardlayout", "manage-inputmethod", "mediacontroller", "networkmanagement",
         "notifications", "printmanager", "volume" };
-    // Plasma 6 or Plasma 5, whichever is installed.
-    const QString version = programOfService("org.kde.kded6").isEmpty() ? "5" : "6";
+    const QString version = QString::number(installedPlasma());
     const QStringList session { "KDE_FULL_SESSION=true", "KDE_SESSION_VERSION=" + version,
         "XDG_CURRENT_DESKTOP=KDE", "QT_QUICK_BACKEND=software" };
     const QString activities = "org.kde.ActivityManager";
@@ -259,8 +253,7 @@ BarSetup trayer()
 BarSetup waybar()
 {
     return {
-        .files = { { ".config/sway/config", swaySettings }, { ".config/waybar/config", waybarSettings },
-            { ".config/waybar/style.css", waybarStyle } },
+        .files = { { ".config/waybar/config", waybarSettings }, { ".config/waybar/style.css", waybarStyle } },
         .processes = { { "waybar", {}, watcherName } },
     };
 }
@@ -271,8 +264,9 @@ std::optional<Bar> barNamed(const QByteArray& name)
 {
     const std::pair<const char*, Bar> names[] { { "xfce4-panel", Bar::Xfce },
         { "xfce4-panel-dark", Bar::DarkXfce }, { "gnome-shell", Bar::Gnome }, { "lxqt-panel", Bar::Lxqt },
-        { "mate-panel", Bar::Mate }, { "plasmashell", Bar::Plasma }, { "trayer", Bar::Trayer },
-        { "waybar", Bar::Waybar } };
+        { "mate-panel", Bar::Mate }, { "plasmashell", Bar::Plasma },
+        { "plasmashell-wayland", Bar::PlasmaOnWayland }, { "trayer", Bar::Trayer }, { "waybar", Bar::Waybar },
+        { "xfce4-panel-wayland", Bar::XfceOnWayland } };
     const auto* found = std::find_if(
         std::begin(names), std::end(names), [&](const auto& each) { return each.first == name; });
     return found == std::end(names) ? std::nullopt : std::optional(found->second);
@@ -282,6 +276,7 @@ BarSetup barSetup(Bar bar)
 {
     switch (bar) {
     case Bar::Xfce:
+    case Bar::XfceOnWayland:
         return xfce("false");
     case Bar::DarkXfce:
         return xfce("true");
@@ -292,6 +287,7 @@ BarSetup barSetup(Bar bar)
     case Bar::Mate:
         return mate();
     case Bar::Plasma:
+    case Bar::PlasmaOnWayland:
         return plasma();
     case Bar::Trayer:
         return trayer();
@@ -300,6 +296,14 @@ BarSetup barSetup(Bar bar)
     }
     return {};
 }
+
+bool isOnWayland(Bar bar)
+{
+    return bar == Bar::Gnome || bar == Bar::PlasmaOnWayland || bar == Bar::Waybar
+        || bar == Bar::XfceOnWayland;
+}
+
+int installedPlasma() { return programOfService("org.kde.kded6").isEmpty() ? 5 : 6; }
 
 QRect iconIn(const QImage& bar)
 {

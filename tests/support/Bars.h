@@ -10,11 +10,23 @@
 #include <optional>
 
 /// The bars that a virtual desktop can have. Each stands along the top, ends in a tray with nothing else in
-/// it, and is set up completely, so that none asks anything at its first start. Those of GNOME and sway
-/// (Waybar) bring their Wayland compositor, and GNOME's tray has a menu of the system's beside it.
-enum class Bar { Xfce, DarkXfce, Gnome, Lxqt, Mate, Plasma, Trayer, Waybar };
+/// it, and is set up completely, so that none asks anything at its first start. Those of sessions of Wayland
+/// bring their compositor, Waybar sway and Xfce's labwc; GNOME's tray has a menu of the system's beside it.
+enum class Bar {
+    Xfce,
+    DarkXfce,
+    Gnome,
+    Lxqt,
+    Mate,
+    Plasma,
+    PlasmaOnWayland,
+    Trayer,
+    Waybar,
+    XfceOnWayland,
+};
 
-/// By the name of its program, with "-dark" behind it for a dark one.
+/// By the name of its program, with "-dark" behind it for a dark one, and "-wayland" where it runs on X11
+/// too.
 std::optional<Bar> barNamed(const QByteArray& name);
 
 /// A file in the home folder of the desktop's user.
@@ -40,6 +52,11 @@ struct BarSetup {
 };
 
 BarSetup barSetup(Bar bar);
+
+bool isOnWayland(Bar bar);
+
+/// 5 or 6.
+int installedPlasma();
 
 /// What stands on the right half of the picture of a bar, which has nothing in its middle.
 QRect iconIn(const QImage& bar);

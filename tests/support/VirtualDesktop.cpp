@@ -1,6 +1,7 @@
 #include "support/VirtualDesktop.h"
 
 #include "platform/linux/Xcb.h"
+#include "support/Compositors.h"
 #include "support/Patience.h"
 
 #include <QDBusConnection>
@@ -13,6 +14,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QTest>
 #include <QTimer>
 
@@ -162,6 +164,8 @@ VirtualDesktop::VirtualDesktop(const DesktopParts& parts)
 
 VirtualDesktop::~VirtualDesktop()
 {
+    if (!displayName.isEmpty())
+        QFile::remove(displayLock());
     // In the reverse order of starting, so that nobody misses the server or the bus while it is still
     // running.
     while (!processes.empty()) {
@@ -180,13 +184,13 @@ bool VirtualDesktop::start()
 {
     if (!makeFolders() || !startServer() || !startBus())
         return false;
-    for (const BarFile& file : barSetup(parts.bar).files)
-        writeFile(folder() + "/home/" + file.path, file.content);
-    if (parts.bar == Bar::Waybar && !startSway())
+    writeFiles(barSetup(parts.bar).files);
+    if (const auto compositor = compositorSetup(parts.bar, parts.size, folder() + "/home");
+        compositor && !startCompositor(*compositor))
         return false;
     if (parts.bar == Bar::Gnome && !startGnome())
         return false;
-    if ((parts.windowManager || parts.panel) && !startSettings())
+    if ((parts.windowManager || parts.panel || parts.bar == Bar::XfceOnWayland) && !startSettings())
         return false;
     if (parts.windowManager && !startWindowManager())
         return false;
@@ -302,6 +306,12 @@ bool VirtualDesktop::makeFolders()
         && QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
+void VirtualDesktop::writeFiles(const QList<BarFile>& files) const
+{
+    for (const BarFile& file : files)
+        writeFile(folder() + "/home/" + file.path, file.content);
+}
+
 bool VirtualDesktop::startServer()
 {
     const QString size = QString("%1x%2").arg(parts.size.width()).arg(parts.size.height());
@@ -315,8 +325,18 @@ bool VirtualDesktop::startServer()
         return fail();
     const QByteArray number = awaitFirstLine();
     displayName = ':' + number;
-    return !number.isEmpty() || fail();
+    return (!number.isEmpty() && lockDisplay()) || fail();
 }
+
+// A server that chooses its number itself leaves no lock, and compositors take the sockets of a display
+// without one.
+bool VirtualDesktop::lockDisplay()
+{
+    const auto process = QByteArray::number(processes.back()->processId());
+    return writeFile(displayLock(), process.rightJustified(10) + '\n');
+}
+
+QString VirtualDesktop::displayLock() const { return "/tmp/.X" + displayName.mid(1) + "-lock"; }
 
 bool VirtualDesktop::startBus()
 {
@@ -344,32 +364,39 @@ bool VirtualDesktop::startWindowManager()
         || fail();
 }
 
-// sway in a window as large as the screen: input and pictures go through the X server as everywhere else.
-// Programs see its Wayland and its XWayland only.
-bool VirtualDesktop::startSway()
+bool VirtualDesktop::startCompositor(const CompositorSetup& setup)
 {
-    const QString runtime = folder() + "/sway";
-    const passwd* user = otherUser();
-    QDir(folder()).mkdir("sway");
+    writeFiles(setup.files);
+    const QString runtime = folder() + "/compositor";
+    const passwd* user = setup.refusesRoot ? otherUser() : nullptr;
+    QDir(folder()).mkdir("compositor");
     QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     if (user) {
         std::ignore = chown(qPrintable(runtime), user->pw_uid, user->pw_gid);
         QFile::setPermissions(folder(), QFile::permissions(folder()) | QFile::ExeOther);
     }
-    const QStringList variables { "XDG_RUNTIME_DIR=" + runtime, "WLR_BACKENDS=x11", "WLR_RENDERER=pixman" };
-    if (!startPart("sway", { "--config", folder() + "/home/.config/sway/config" },
-            { .environment = variables, .user = user }))
+    QString program = setup.program;
+    if (setup.isCopied) {
+        program = folder() + '/' + setup.program;
+        QFile::copy(QStandardPaths::findExecutable(setup.program), program);
+    }
+    if (!startPart(program, setup.arguments,
+            { .environment = setup.environment + setup.session + QStringList { "XDG_RUNTIME_DIR=" + runtime },
+                .user = user }))
         return fail();
     const QByteArray wayland = awaitFirstLine();
-    const QByteArray display = awaitFirstLine();
     session.insert("WAYLAND_DISPLAY", runtime + '/' + QString::fromUtf8(wayland));
-    session.insert("DISPLAY", QString::fromUtf8(display));
+    session.insert("DISPLAY", QString::fromUtf8(awaitFirstLine()));
+    if (const QByteArray authority = awaitFirstLine(); !authority.isEmpty())
+        session.insert("XAUTHORITY", QString::fromUtf8(authority));
     session.insert("XDG_SESSION_TYPE", "wayland");
-    session.insert("XDG_CURRENT_DESKTOP", "sway");
-    return !display.isEmpty() || fail();
+    for (const QString& variable : setup.session)
+        session.insert(variable.section('=', 0, 0), variable.section('=', 1));
+    return !session.value("DISPLAY").isEmpty() || fail();
 }
 
-// The same for GNOME, which finds nothing on its system bus and shows its desktop and not the overview.
+// GNOME in a window as large as the screen as well, which finds nothing on its system bus and shows its
+// desktop and not the overview.
 bool VirtualDesktop::startGnome()
 {
     const QString mode = QString("%1x%2").arg(parts.size.width()).arg(parts.size.height());

@@ -11,6 +11,8 @@
 #include <memory>
 #include <vector>
 
+struct CompositorSetup;
+
 /// What stands on a virtual desktop besides the X server and the session bus.
 struct DesktopParts {
     QSize size { 1280, 800 };
@@ -74,7 +76,7 @@ public:
     void killServer();
     /// The same for the session bus.
     void killBus();
-    /// The same for sway, where it is the desktop's.
+    /// The same for the compositor of a session of Wayland.
     void killCompositor();
     /// The X server stops answering, and goes on where it was.
     void freezeServer();
@@ -90,11 +92,14 @@ private:
     struct PartOptions;
 
     bool makeFolders();
+    void writeFiles(const QList<BarFile>& files) const;
     bool startServer();
+    bool lockDisplay();
+    QString displayLock() const;
     bool startBus();
     bool startSettings();
     bool startWindowManager();
-    bool startSway();
+    bool startCompositor(const CompositorSetup& setup);
     bool startGnome();
     bool leaveOverview();
     bool startPart(const QString& program, const QStringList& arguments);
