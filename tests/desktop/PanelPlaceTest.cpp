@@ -236,6 +236,9 @@ void PanelPlaceTest::aWorkAreaInOtherUnitsIsReadAsSuch_data()
                                   << "0, 19, 853, 447";
     QTest::newRow("larger ones") << "1920, 1200"
                                  << "0, 44, 1920, 1006";
+    // As it says it of a session that has begun with two.
+    QTest::newRow("pixels, of a desktop in points") << "640, 400"
+                                                    << "0, 29, 1280, 671";
 }
 
 void PanelPlaceTest::aWorkAreaInOtherUnitsIsReadAsSuch()

@@ -105,13 +105,25 @@ panel-right-stick=true
 locked=true
 )";
 
+// A desktop that belongs to no activity would not be shown.
+const char* const plasmaActivities = R"([activities]
+7c5c6a5e-5ba8-4b1d-9f0d-3c1c7e0f2b6a=Default
+
+[main]
+currentActivity=7c5c6a5e-5ba8-4b1d-9f0d-3c1c7e0f2b6a
+)";
+
 // An item of the tray that is known and not wanted stays away.
 const char* const plasmaSettings = R"([Containments][1]
+activityId=7c5c6a5e-5ba8-4b1d-9f0d-3c1c7e0f2b6a
 formfactor=0
 lastScreen=0
 location=0
 plugin=org.kde.desktopcontainment
 wallpaperplugin=org.kde.color
+
+[Containments][1][Wallpaper][org.kde.color][General]
+Color=47,64,88
 
 [Containments][2]
 formfactor=2
@@ -230,7 +242,8 @@ BarSetup plasma()
                        QString(plasmaSettings)
                            .arg("org.kde.plasma." + items.join(",org.kde.plasma."))
                            .toUtf8() },
-            { ".config/plasmashellrc", plasmaPanelSettings } },
+            { ".config/plasmashellrc", plasmaPanelSettings },
+            { ".config/kactivitymanagerdrc", plasmaActivities } },
         .processes = {
             { programOfService(activities), {}, activities, session },
             { "kded" + version, {}, watcherName, session },

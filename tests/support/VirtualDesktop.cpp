@@ -250,6 +250,11 @@ bool VirtualDesktop::run(const QString& program, const QStringList& arguments) c
         && process->exitCode() == 0;
 }
 
+bool VirtualDesktop::setScale(double scale) const
+{
+    return run("kscreen-doctor", { "output.1.scale." + QString::number(scale) });
+}
+
 bool VirtualDesktop::startBar()
 {
     firstOfBar = processes.size();
@@ -392,7 +397,9 @@ bool VirtualDesktop::startCompositor(const CompositorSetup& setup)
     session.insert("XDG_SESSION_TYPE", "wayland");
     for (const QString& variable : setup.session)
         session.insert(variable.section('=', 0, 0), variable.section('=', 1));
-    return !session.value("DISPLAY").isEmpty() || fail();
+    if (session.value("DISPLAY").isEmpty())
+        return fail();
+    return parts.scale == 1 || setScale(parts.scale);
 }
 
 // GNOME in a window as large as the screen as well, which finds nothing on its system bus and shows its
@@ -401,7 +408,8 @@ bool VirtualDesktop::startGnome()
 {
     const QString mode = QString("%1x%2").arg(parts.size.width()).arg(parts.size.height());
     const QStringList variables { "XDG_CURRENT_DESKTOP=GNOME", "GSETTINGS_BACKEND=keyfile",
-        "DBUS_SYSTEM_BUS_ADDRESS=" + address, "MUTTER_DEBUG_DUMMY_MODE_SPECS=" + mode };
+        "DBUS_SYSTEM_BUS_ADDRESS=" + address, "MUTTER_DEBUG_DUMMY_MODE_SPECS=" + mode,
+        "MUTTER_DEBUG_DUMMY_MONITOR_SCALES=" + QString::number(parts.scale) };
     if (!startPart("gnome-shell", { "--nested", "--wayland" }, { .environment = variables })
         || !awaitBusName(address, "org.kde.StatusNotifierWatcher")
         || !awaitBusName(address, "org.gnome.Shell") || !leaveOverview())
@@ -417,7 +425,21 @@ bool VirtualDesktop::startGnome()
         runtime + QDir(runtime).entryList({ ".mutter-Xwaylandauth.*" }, QDir::Files | QDir::Hidden).value(0));
     session.insert("XDG_SESSION_TYPE", "wayland");
     session.insert("XDG_CURRENT_DESKTOP", "GNOME");
-    return !session.value("DISPLAY").isEmpty() || fail();
+    if (session.value("DISPLAY").isEmpty())
+        return fail();
+    return parts.scale == 1 || tellScale();
+}
+
+// As GNOME's settings daemon does, which is not there, where the session's X server has all pixels of the
+// screen.
+bool VirtualDesktop::tellScale() const
+{
+    const QString width = QString::number(parts.size.width());
+    const QString resolution = QString::number(qRound(96 * parts.scale));
+    return run("sh",
+        { "-c",
+            "xwininfo -root | grep -q 'Width: " + width + "' || exit 0\n" + "echo 'Xft.dpi: " + resolution
+                + "' | xrdb -nocpp -merge" });
 }
 
 // It comes up while the desktop starts. Whoever leaves it before that is done keeps GNOME 48 from ever being

@@ -16,6 +16,8 @@ struct CompositorSetup;
 /// What stands on a virtual desktop besides the X server and the session bus.
 struct DesktopParts {
     QSize size { 1280, 800 };
+    /// Pixels to a point in the sessions of GNOME and of Plasma on Wayland.
+    double scale = 1;
     /// The X server is one of VNC, for users at other machines.
     bool isRemote = false;
     /// xfwm4.
@@ -68,6 +70,8 @@ public:
     /// Runs a program to its end and says whether it succeeded.
     [[nodiscard]] bool run(const QString& program, const QStringList& arguments = {}) const;
 
+    /// Has Plasma's session on Wayland show this many pixels to a point from now on.
+    [[nodiscard]] bool setScale(double scale) const;
     /// Starts the bar, and returns when it is ready for use.
     [[nodiscard]] bool startBar();
     /// Ends the bar at once and without notice.
@@ -102,6 +106,7 @@ private:
     bool startCompositor(const CompositorSetup& setup);
     bool startGnome();
     bool leaveOverview();
+    bool tellScale() const;
     bool startPart(const QString& program, const QStringList& arguments);
     bool startPart(const QString& program, const QStringList& arguments, const PartOptions& options);
     QByteArray awaitFirstLine();

@@ -33,6 +33,8 @@ private slots:
     void aPlaceInPointsIsKnownFromOneInPixels_data();
     void aPlaceInPointsIsKnownFromOneInPixels();
     void amongSeveralScreensItIsThatWithTheBar();
+    void aWorkAreaIsReadInTheUnitsThatItIsToldIn_data();
+    void aWorkAreaIsReadInTheUnitsThatItIsToldIn();
     void aScreenOfPartsOfPointsHasNoBarAtItsEnds_data();
     void aScreenOfPartsOfPointsHasNoBarAtItsEnds();
     void nothingThatIsFreeLiesUnderABar();
@@ -106,6 +108,44 @@ void BarPlaceTest::amongSeveralScreensItIsThatWithTheBar()
 }
 
 // The toolkit rounds the size of a screen to whole points.
+void BarPlaceTest::aWorkAreaIsReadInTheUnitsThatItIsToldIn_data()
+{
+    QTest::addColumn<QRect>("told");
+    QTest::addColumn<QSize>("desktop");
+    QTest::addColumn<QRect>("expected");
+
+    // Of a server of 2560 × 1600 pixels. What kwin tells with one pixel to a point,
+    QTest::newRow("one") << QRect(0, 30, 2560, 1570) << QSize(2560, 1600) << QRect(0, 30, 2560, 1570);
+    // of a session that has begun with two,
+    QTest::newRow("two") << QRect(0, 60, 2560, 1540) << QSize(1280, 800) << QRect(0, 60, 2560, 1540);
+    // when these have become one, in 5.27
+    QTest::newRow("one after two") << QRect(0, 30, 2560, 1570) << QSize(5120, 3200)
+                                   << QRect(0, 30, 2560, 1570);
+    // and in 6.3,
+    QTest::newRow("one after two, in neither")
+        << QRect(0, 60, 5120, 3140) << QSize(5120, 3200) << QRect(0, 30, 2560, 1570);
+    // and when one has become 1.5 in 6.3.
+    QTest::newRow("1.5 after one, in points")
+        << QRect(0, 30, 1707, 1037) << QSize(1707, 1067) << QRect(0, 45, 2560, 1555);
+
+    QTest::newRow("a bar at the side")
+        << QRect(60, 0, 2500, 1600) << QSize(1280, 800) << QRect(60, 0, 2500, 1600);
+    QTest::newRow("a lower bar, in points")
+        << QRect(0, 0, 1707, 1037) << QSize(1707, 1067) << QRect(0, 0, 2560, 1555);
+    QTest::newRow("no size") << QRect(0, 30, 2000, 1000) << QSize() << QRect(0, 30, 2000, 1000);
+    QTest::newRow("beyond everything")
+        << QRect(0, 0, 65535, 65535) << QSize(1280, 800) << QRect(0, 0, 65535, 65535);
+}
+
+void BarPlaceTest::aWorkAreaIsReadInTheUnitsThatItIsToldIn()
+{
+    QFETCH(const QRect, told);
+    QFETCH(const QSize, desktop);
+    QFETCH(const QRect, expected);
+
+    QCOMPARE(workAreaInPixels(told, desktop, { 2560, 1600 }), expected);
+}
+
 void BarPlaceTest::aScreenOfPartsOfPointsHasNoBarAtItsEnds_data()
 {
     QTest::addColumn<QRect>("pixels");

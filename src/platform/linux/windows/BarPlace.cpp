@@ -48,6 +48,23 @@ std::optional<QPoint> clickOnBar(QPoint reported, const QList<ScreenWithBars>& s
     return {};
 }
 
+// The desktop is as large as all screens together in every unit. No work area reaches beyond it in its own
+// units, and nearly every one reaches its right or its lower edge, since few people have a bar at both.
+QRect workAreaInPixels(const QRect& told, QSize desktop, QSize server)
+{
+    constexpr int rounding = 1;
+    const int right = told.x() + told.width();
+    const int bottom = told.y() + told.height();
+    const bool reachesEdge
+        = qAbs(right - server.width()) <= rounding || qAbs(bottom - server.height()) <= rounding;
+    const bool isWithinDesktop = right <= desktop.width() + rounding && bottom <= desktop.height() + rounding;
+    if (reachesEdge || !isWithinDesktop || desktop.isEmpty())
+        return told;
+    const auto across = [&](int size) { return qRound(size * (server.width() / qreal(desktop.width()))); };
+    const auto down = [&](int size) { return qRound(size * (server.height() / qreal(desktop.height()))); };
+    return { across(told.x()), down(told.y()), across(told.width()), down(told.height()) };
+}
+
 QRect freePoints(const ScreenWithBars& screen, const QRect& points)
 {
     // Points that fall between two pixels go to the pixel after.

@@ -2,6 +2,7 @@
 
 #include "platform/linux/Xcb.h"
 #include "platform/linux/process/Session.h"
+#include "platform/linux/windows/BarPlace.h"
 
 #include <QGuiApplication>
 #include <QList>
@@ -120,10 +121,7 @@ QRect withoutBars(const QRect& screen)
         QPoint(size[Right] - taken[Right] - 1, size[Bottom] - taken[Bottom] - 1) };
 }
 
-// As soon as the user has changed the scale, kwin 6.3 on Wayland tells the sizes of the work area and of the
-// desktop in other units than the server's pixels: at first in points, and after another change in what is
-// neither. The desktop is as large as all screens together in every unit. On a real X server it may be larger
-// than they are.
+// On a real X server the desktop may be larger than the screens, and there all is told in pixels.
 std::optional<QRect> freeForWindowManager()
 {
     auto* connection = toolkitConnection();
@@ -136,13 +134,14 @@ std::optional<QRect> freeForWindowManager()
     if (!whole || area.size() < 4)
         return {};
 
+    // The server has no larger ones.
+    const auto pixels = [](std::uint32_t number) { return static_cast<int>(std::min(number, 0xffffU)); };
+    const QRect told(pixels(area[0]), pixels(area[1]), pixels(area[2]), pixels(area[3]));
     const auto desktop = numbers(connection, root, "_NET_DESKTOP_GEOMETRY");
-    const bool hasOwnUnits = isWaylandSession() && desktop.size() >= 2 && desktop[0] > 0 && desktop[1] > 0;
-    const double acrossScale = hasOwnUnits ? whole->width / double(desktop[0]) : 1;
-    const double downScale = hasOwnUnits ? whole->height / double(desktop[1]) : 1;
-    const auto across = [&](std::uint32_t size) { return qRound(size * acrossScale); };
-    const auto down = [&](std::uint32_t size) { return qRound(size * downScale); };
-    return QRect(across(area[0]), down(area[1]), across(area[2]), down(area[3]));
+    if (!isWaylandSession() || desktop.size() < 2)
+        return told;
+    return workAreaInPixels(
+        told, { pixels(desktop[0]), pixels(desktop[1]) }, { whole->width, whole->height });
 }
 
 // The text goes to the root window in pieces, with a zero at its end; a window says which pieces belong
