@@ -62,6 +62,7 @@ private slots:
     void itIsSharpAtEveryScale();
     void aReportOfWhatIsNoPlaceOpensItAtTheEndOfTheBar_data();
     void aReportOfWhatIsNoPlaceOpensItAtTheEndOfTheBar();
+    void aPlaceInPointsIsReadByTheScaleThatTheSessionHasNow();
     void aWorkAreaInOtherUnitsIsReadAsSuch_data();
     void aWorkAreaInOtherUnitsIsReadAsSuch();
     void itScrollsWhereTheScreenIsTooLow();
@@ -74,6 +75,7 @@ private slots:
 
 private:
     void configureBar(const QString& property, const QString& type, const QString& value);
+    [[nodiscard]] bool reportClick(QPoint place) const;
     void startWithTwoMonitors(const QRect& withBar, const QRect& withoutBar);
     void startAnotherWindowManager();
     QRect screen() const { return { {}, user->desktop.size() }; }
@@ -104,6 +106,15 @@ void PanelPlaceTest::configureBar(const QString& property, const QString& type, 
     QVERIFY(user->desktop.run("xfconf-query",
         { "--channel", "xfce4-panel", "--property", "/panels/panel-1/" + property, "--create", "--type", type,
             "--set", value }));
+}
+
+/// As a bar does that has been clicked there, whatever it means by the place.
+bool PanelPlaceTest::reportClick(QPoint place) const
+{
+    auto click = QDBusMessage::createMethodCall(
+        user->knucklet->itemService(), "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate");
+    click << place.x() << place.y();
+    return user->knucklet->sessionBus().send(click);
 }
 
 void PanelPlaceTest::itStandsBesideTheBarAtAnyEdge_data()
@@ -213,16 +224,31 @@ void PanelPlaceTest::aReportOfWhatIsNoPlaceOpensItAtTheEndOfTheBar()
     QVERIFY(user->run(program, wayland));
     configureBar("position", "string", position);
     QVERIFY(user->findIcon(tray));
-    auto click = QDBusMessage::createMethodCall(
-        user->knucklet->itemService(), "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate");
-    click << reported.x() << reported.y();
 
-    QVERIFY(user->knucklet->sessionBus().send(click));
+    QVERIFY(reportClick(reported));
 
     QTRY_VERIFY(user->isOpen());
     QTRY_COMPARE(user->area().right(), screen().right());
     const bool isAbove = tray.top() < 400;
     QCOMPARE(isAbove ? user->area().top() : screen().bottom() - user->area().bottom(), barHeight);
+}
+
+// As GNOME 48 reports a click, when its user has doubled the scale since the toolkit came.
+void PanelPlaceTest::aPlaceInPointsIsReadByTheScaleThatTheSessionHasNow()
+{
+    QProcessEnvironment wayland;
+    wayland.insert("XDG_SESSION_TYPE", "wayland");
+    QVERIFY(user->run(program, wayland));
+    QVERIFY(user->open());
+    user->type(XK_Escape);
+    QTRY_VERIFY(!user->isOpen());
+    QVERIFY(user->desktop.run("sh", { "-c", "echo 'Xft.dpi: 192' | xrdb -nocpp -merge" }));
+
+    QVERIFY(reportClick({ 300, 14 }));
+
+    QTRY_VERIFY(user->isOpen());
+    // Half of its width beside the pixel.
+    QTRY_COMPARE(user->area().left(), 600 - 150);
 }
 
 void PanelPlaceTest::aWorkAreaInOtherUnitsIsReadAsSuch_data()

@@ -51,6 +51,20 @@ bool writeFile(const QString& path, const QByteArray& content)
         && file.write(content) == content.size();
 }
 
+// Until the end of the session, for its only screen.
+const char* const gnomeScale = R"(
+call() {
+    method=$1
+    shift
+    gdbus call --session --dest org.gnome.Mutter.DisplayConfig --object-path /org/gnome/Mutter/DisplayConfig \
+        --method "org.gnome.Mutter.DisplayConfig.$method" "$@"
+}
+state=$(call GetCurrentState)
+serial=${state#(uint32 }
+connector=${state#*\'}
+call ApplyMonitorsConfig "${serial%%,*}" 1 "[(0, 0, $1, 0, true, [('${connector%%\'*}', '$2', {})])]" {}
+)";
+
 const QString windowManager = QStringLiteral("xfwm4");
 
 /// The user for programs that refuse to be root's; nothing when this process is not root's.
@@ -250,9 +264,13 @@ bool VirtualDesktop::run(const QString& program, const QStringList& arguments) c
         && process->exitCode() == 0;
 }
 
-bool VirtualDesktop::setScale(double scale) const
+bool VirtualDesktop::setScale(double scale)
 {
-    return run("kscreen-doctor", { "output.1.scale." + QString::number(scale) });
+    parts.scale = scale;
+    if (parts.bar != Bar::Gnome)
+        return run("kscreen-doctor", { "output.1.scale." + QString::number(scale) });
+    const QString mode = QString("%1x%2@60.000").arg(parts.size.width()).arg(parts.size.height());
+    return run("sh", { "-c", gnomeScale, "sh", QString::number(scale), mode }) && tellScale();
 }
 
 bool VirtualDesktop::startBar()

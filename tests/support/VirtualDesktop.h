@@ -70,8 +70,8 @@ public:
     /// Runs a program to its end and says whether it succeeded.
     [[nodiscard]] bool run(const QString& program, const QStringList& arguments = {}) const;
 
-    /// Has Plasma's session on Wayland show this many pixels to a point from now on.
-    [[nodiscard]] bool setScale(double scale) const;
+    /// Has GNOME's session, or Plasma's on Wayland, show so many pixels to a point from now on.
+    [[nodiscard]] bool setScale(double scale);
     /// Starts the bar, and returns when it is ready for use.
     [[nodiscard]] bool startBar();
     /// Ends the bar at once and without notice.

@@ -58,9 +58,13 @@ std::optional<ScreenPoint> believedPoint(QPoint pixel)
 {
     if (!isWaylandSession())
         return logicalPoint(pixel);
+    // The session may have been scaled since the toolkit came.
+    const auto scale = scaleOfSession();
     QList<ScreenWithBars> screens;
-    for (const QScreen* screen : QGuiApplication::screens())
+    for (const QScreen* screen : QGuiApplication::screens()) {
         screens << withBars(*screen);
+        screens.last().scale = scale.value_or(screens.last().scale);
+    }
     const auto onBar = clickOnBar(pixel, screens);
     return onBar ? logicalPoint(*onBar) : std::nullopt;
 }

@@ -144,6 +144,34 @@ std::optional<QRect> freeForWindowManager()
         told, { pixels(desktop[0]), pixels(desktop[1]) }, { whole->width, whole->height });
 }
 
+// In the resources, lines of names and values, as the resolution of text in dots per inch, of which a point
+// has one in 96.
+std::optional<qreal> scaleOfSession()
+{
+    auto* connection = toolkitConnection();
+    if (!connection)
+        return {};
+    constexpr std::uint32_t most = 16384;
+    const auto cookie = xcb_get_property(
+        connection, 0, rootWindow(connection), XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING, 0, most);
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
+    if (!reply || reply->format != 8)
+        return {};
+    const auto resources
+        = QByteArray::fromRawData(static_cast<const char*>(xcb_get_property_value(reply.get())),
+            xcb_get_property_value_length(reply.get()));
+    constexpr QByteArrayView resolution = "Xft.dpi:";
+    for (const auto& line : resources.split('\n')) {
+        if (!line.startsWith(resolution))
+            continue;
+        const double scale = line.mid(resolution.size()).trimmed().toDouble() / 96;
+        constexpr double largest = 16;
+        if (scale >= 1 && scale <= largest)
+            return scale;
+    }
+    return {};
+}
+
 // The text goes to the root window in pieces, with a zero at its end; a window says which pieces belong
 // together.
 void endStartup(const QByteArray& id)

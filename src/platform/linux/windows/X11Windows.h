@@ -27,6 +27,10 @@ QRect withoutBars(const QRect& screen);
 /// say.
 std::optional<QRect> freeForWindowManager();
 
+/// How many pixels the session has to a point now, as it tells every program, those that are running
+/// included; nothing where it does not say.
+std::optional<qreal> scaleOfSession();
+
 /// Tells the desktop that what it has begun under this id of the startup-notification protocol is done. Until
 /// then it shows a busy pointer.
 void endStartup(const QByteArray& id);
