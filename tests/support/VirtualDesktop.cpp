@@ -348,15 +348,18 @@ bool VirtualDesktop::startServer()
         return fail();
     const QByteArray number = awaitFirstLine();
     displayName = ':' + number;
-    return (!number.isEmpty() && lockDisplay()) || fail();
+    if (number.isEmpty())
+        return fail();
+    lockDisplay();
+    return true;
 }
 
 // A server that chooses its number itself leaves no lock, and compositors take the sockets of a display
-// without one.
-bool VirtualDesktop::lockDisplay()
+// without one. One that somebody else has left does as well.
+void VirtualDesktop::lockDisplay() const
 {
     const auto process = QByteArray::number(processes.back()->processId());
-    return writeFile(displayLock(), process.rightJustified(10) + '\n');
+    writeFile(displayLock(), process.rightJustified(10) + '\n');
 }
 
 QString VirtualDesktop::displayLock() const { return "/tmp/.X" + displayName.mid(1) + "-lock"; }

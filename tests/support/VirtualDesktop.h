@@ -98,7 +98,7 @@ private:
     bool makeFolders();
     void writeFiles(const QList<BarFile>& files) const;
     bool startServer();
-    bool lockDisplay();
+    void lockDisplay() const;
     QString displayLock() const;
     bool startBus();
     bool startSettings();
