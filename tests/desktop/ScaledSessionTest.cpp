@@ -197,6 +197,7 @@ void ScaledSessionTest::thePanelIsBesideItsIcon()
     QFETCH(const Bar, bar);
     QFETCH(const double, scale);
     start(bar, scale);
+    QVERIFY(!QTest::currentTestFailed());
 
     openPanel();
 
@@ -221,6 +222,7 @@ void ScaledSessionTest::itStaysThereWhenTheScaleChanges()
     QFETCH(const double, before);
     QFETCH(const double, after);
     start(bar, before);
+    QVERIFY(!QTest::currentTestFailed());
     openPanel();
     checkPanel(before * shownScale);
     injector->typeKey(injector->keyCode(keysymEscape));
