@@ -25,8 +25,6 @@ const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 constexpr xcb_keysym_t keysymReturn = 0xff0d;
 constexpr xcb_keysym_t keysymEscape = 0xff1b;
 
-/// Which the desktop has been given.
-constexpr QRgb backdrop = 0xff2f4058;
 /// In pixels, of the bar along the top.
 constexpr int barHeight = 32;
 /// Where the pointer is not seen below the bar, and where it is.
@@ -105,8 +103,8 @@ void GnomeTest::init()
     injector = std::make_unique<Injector>(desktop->display());
     // What is left of the desktop is of one color then.
     moveTo(away);
-    QTRY_COMPARE(belowBar().pixel(5, 5), backdrop);
-    QTRY_COMPARE(belowBar().pixel(640, 30), backdrop);
+    QTRY_COMPARE(belowBar().pixel(5, 5), desktopColor);
+    QTRY_COMPARE(belowBar().pixel(640, 30), desktopColor);
     std::ignore = stillScreenshot(desktop->display());
     emptyTray = tray();
     emptyDesktop = belowBar();

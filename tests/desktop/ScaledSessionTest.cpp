@@ -24,8 +24,6 @@ constexpr int widestShadow = 40;
 constexpr int highestMenu = 200;
 /// On every bar, and on nothing that is in it.
 constexpr QPoint away(400, 5);
-/// Which the desktops have been given.
-constexpr QRgb backdrop = 0xff2f4058;
 
 /// Of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymEscape = 0xff1b;
@@ -105,11 +103,11 @@ void ScaledSessionTest::start(Bar shownBar, double startScale)
 void ScaledSessionTest::lookAtSession(double sessionScale)
 {
     const auto color = [this](QPoint place) { return screenshot(desktop->display()).pixel(place); };
-    QTRY_COMPARE(color({ 600, 600 }), backdrop);
+    QTRY_COMPARE(color({ 600, 600 }), desktopColor);
     // Plasma's bar comes after its desktop, and is light.
     QTRY_VERIFY(bar == Bar::Gnome || qGray(color({ 600, 5 })) > 200);
     std::ignore = stillScreenshot(desktop->display());
-    const bool isShownInPoints = color({ pixels.width() - 10, 600 }) != backdrop;
+    const bool isShownInPoints = color({ pixels.width() - 10, 600 }) != desktopColor;
     scale = isShownInPoints ? 1 : sessionScale;
     shownScale = isShownInPoints ? 1 / sessionScale : 1;
     screen = pixels * shownScale;

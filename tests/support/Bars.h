@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QColor>
 #include <QImage>
 #include <QList>
 #include <QRect>
@@ -54,6 +55,9 @@ struct BarSetup {
 BarSetup barSetup(Bar bar);
 
 bool isOnWayland(Bar bar);
+
+/// Of the desktops that come with a bar, those of GNOME and Plasma. They may be drawn after it.
+inline constexpr QRgb desktopColor = 0xff2f4058;
 
 /// 5 or 6.
 int installedPlasma();

@@ -451,16 +451,17 @@ bool VirtualDesktop::startGnome()
     return parts.scale == 1 || tellScale();
 }
 
-// As GNOME's settings daemon does, which is not there, where the session's X server has all pixels of the
-// screen.
+// As GNOME's settings daemon does, which is not there: the session's X server has as many pixels as the
+// screen, as it has points, or so many to a point that there are no parts.
 bool VirtualDesktop::tellScale() const
 {
-    const QString width = QString::number(parts.size.width());
-    const QString resolution = QString::number(qRound(96 * parts.scale));
-    return run("sh",
-        { "-c",
-            "xwininfo -root | grep -q 'Width: " + width + "' || exit 0\n" + "echo 'Xft.dpi: " + resolution
-                + "' | xrdb -nocpp -merge" });
+    const auto display = launch("xwininfo", { "-root" });
+    display->waitForFinished(patience);
+    const QRegularExpression width("Width: ([0-9]+)");
+    const int pixels = width.match(QString::fromUtf8(display->readAll())).captured(1).toInt();
+    const int resolution = 96 * qRound(pixels * parts.scale / parts.size.width());
+    return run(
+        "sh", { "-c", "echo \"Xft.dpi: $1\" | xrdb -nocpp -merge", "sh", QString::number(resolution) });
 }
 
 // It comes up while the desktop starts. Whoever leaves it before that is done keeps GNOME 48 from ever being
