@@ -459,6 +459,8 @@ bool VirtualDesktop::tellScale() const
     display->waitForFinished(patience);
     const QRegularExpression width("Width: ([0-9]+)");
     const int pixels = width.match(QString::fromUtf8(display->readAll())).captured(1).toInt();
+    if (pixels == 0)
+        return false;
     const int resolution = 96 * qRound(pixels * parts.scale / parts.size.width());
     return run(
         "sh", { "-c", "echo \"Xft.dpi: $1\" | xrdb -nocpp -merge", "sh", QString::number(resolution) });
