@@ -9,8 +9,6 @@
 #include <QFile>
 #include <QTest>
 
-#include <csignal>
-
 class VirtualDesktopTest : public QObject {
     Q_OBJECT
 
@@ -27,8 +25,6 @@ private slots:
 
 namespace {
 
-bool isRunning(qint64 process) { return kill(static_cast<pid_t>(process), 0) == 0; }
-
 void paintRoot(const QByteArray& display, std::uint32_t color)
 {
     const XcbConnection connection(xcb_connect(display.constData(), nullptr));
@@ -39,17 +35,17 @@ void paintRoot(const QByteArray& display, std::uint32_t color)
         xcb_get_input_focus_reply(connection.get(), xcb_get_input_focus(connection.get()), nullptr));
 }
 
-/// The processes whose environment places them on this desktop.
-QList<qint64> processesOf(const QString& folder)
+/// The processes whose environment places them on this desktop, with their numbers and names.
+QStringList processesOf(const QString& folder)
 {
-    QList<qint64> processes;
+    QStringList processes;
     const auto entries = QDir("/proc").entryList(QDir::Dirs);
     for (const QString& entry : entries) {
-        bool isProcess = false;
-        const qint64 process = entry.toLongLong(&isProcess);
         QFile environment(QString("/proc/%1/environ").arg(entry));
-        if (isProcess && environment.open(QFile::ReadOnly) && environment.readAll().contains(folder.toUtf8()))
-            processes.append(process);
+        QFile name(QString("/proc/%1/comm").arg(entry));
+        if (environment.open(QFile::ReadOnly) && environment.readAll().contains(folder.toUtf8())
+            && name.open(QFile::ReadOnly))
+            processes.append(entry + ' ' + QString::fromUtf8(name.readAll().trimmed()));
     }
     return processes;
 }
@@ -141,36 +137,41 @@ void VirtualDesktopTest::aPartThatIsNotInstalledIsNamed()
 
 void VirtualDesktopTest::everyPartEndsWithTheDesktop()
 {
-    QList<qint64> parts;
+    QString folder;
+    QStringList parts;
     {
         VirtualDesktop desktop({ .windowManager = true, .panel = true });
         QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
-        parts = processesOf(desktop.folder());
+        folder = desktop.folder();
+        parts = processesOf(folder);
     }
 
     QVERIFY(parts.size() >= 4);
-    for (const qint64 part : std::as_const(parts))
-        QTRY_VERIFY(!isRunning(part));
+    QTRY_COMPARE(processesOf(folder), QStringList());
 }
 
 void VirtualDesktopTest::everyPartEndsWhenTheProcessCrashes()
 {
     QProcess owner;
     owner.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    owner.start(
-        QCoreApplication::applicationDirPath() + "/virtual-desktop", { "sh", "-c", "echo $PWD; exec cat" });
+    owner.start(QCoreApplication::applicationDirPath() + "/virtual-desktop",
+        { "sh", "-c", "echo $PWD$DISPLAY; exec cat" });
     while (!owner.canReadLine())
         QVERIFY(owner.waitForReadyRead(patience));
-    const QString folder = QString::fromUtf8(owner.readLine().trimmed());
+    const QStringList place = QString::fromUtf8(owner.readLine().trimmed()).split(':');
+    QCOMPARE(place.size(), 2);
+    const QString& folder = place.first();
+    const QString& number = place.last();
     const auto parts = processesOf(folder);
 
     owner.kill();
     owner.waitForFinished(patience);
 
     QVERIFY(parts.size() >= 6);
-    for (const qint64 part : parts)
-        QTRY_VERIFY(!isRunning(part));
+    QTRY_COMPARE(processesOf(folder), QStringList());
     QDir(folder).removeRecursively();
+    QFile::remove(QString("/tmp/.X%1-lock").arg(number));
+    QFile::remove("/tmp/.X11-unix/X" + number);
 }
 
 static const TestArea area("VirtualDesktop", runTest<VirtualDesktopTest>);

@@ -70,14 +70,15 @@ const QString windowManager = QStringLiteral("xfwm4");
 /// The user for programs that refuse to be root's; nothing when this process is not root's.
 const passwd* otherUser() { return geteuid() == 0 ? getpwnam("nobody") : nullptr; }
 
-// A part dies with the process that started it, also when that has no time to say so.
+// A part dies with the process that started it, also when that has no time to say so. Killed, since a bar that
+// is asked to end while its server and its bus end as well now and then does not.
 void tieToThisProcess(QProcess& process, const passwd* user = nullptr)
 {
     process.setChildProcessModifier([parent = getpid(), user] {
         // Whoever changes the user loses the tie, which therefore comes after it.
         if (user && (setgroups(0, nullptr) || setgid(user->pw_gid) || setuid(user->pw_uid)))
             _exit(1);
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (getppid() != parent)
             _exit(1);
     });
