@@ -2,7 +2,10 @@
 
 #include "platform/linux/process/Session.h"
 
+#include <chrono>
 #include <utility>
+
+using namespace std::chrono_literals;
 
 ResidentPlatform::ResidentPlatform()
     : running(loop,
@@ -20,6 +23,11 @@ ResidentPlatform::ResidentPlatform()
           {
               .pointer = [this] { return pointer(); },
               .tokenCame = [this](const auto& token) { activationTokenCame(token); },
+              .textShown =
+                  [this](bool isShown) {
+                      textIsShown = isShown;
+                      letPressesWait();
+                  },
           },
           [this] { return x11.isStuck(); })
 {
@@ -40,6 +48,18 @@ void ResidentPlatform::setToolkitDuties(ToolkitDuties duties)
     // The token that came with the click on the item, for which the windows are only now made.
     if (!activationToken.empty())
         toolkitDuties.useActivationToken(std::exchange(activationToken, {}));
+}
+
+void ResidentPlatform::setWindowsShown(bool areShown)
+{
+    windowsAreShown = areShown;
+    letPressesWait();
+}
+
+/// As long as nobody who sees the counts misses them.
+void ResidentPlatform::letPressesWait()
+{
+    x11.letPressesWait(windowsAreShown ? 0ms : textIsShown ? X11Input::shownWait : X11Input::usualWait);
 }
 
 /// On a real X server, where the pointer stands is more certain than what any host says of a click.

@@ -63,8 +63,11 @@ public:
     const SharedPictures& sharedPictures() const { return shared; }
     X11Input& x11Input() { return x11; }
     void setToolkitDuties(ToolkitDuties duties);
+    /// Whether any window is to be seen.
+    void setWindowsShown(bool areShown);
 
 private:
+    void letPressesWait();
     std::optional<ScreenPixel> pointer();
     void displayLost();
     void activationTokenCame(const std::string& token);
@@ -72,6 +75,8 @@ private:
     std::filesystem::path tapProgram = libexecProgram("knucklet-tap");
     ToolkitDuties toolkitDuties;
     std::string activationToken;
+    bool windowsAreShown = false;
+    bool textIsShown = false;
 
     EventLoop loop;
     OwnProcess running;

@@ -230,6 +230,7 @@ private slots:
 
     void aChangeOfTheLabelIsAnnouncedOnce();
     void aChangeOfTheToolTipAloneIsAnnouncedAlone();
+    void whetherTextIsShownIsToldWhenItChanges();
     void toolTipsThatFollowEachOtherAreAnnouncedNowAndThen();
     void aLabelThatStaysAsItIsIsSilent();
 
@@ -285,6 +286,7 @@ private:
     std::optional<ScreenPixel> pointer;
     QList<WatcherState> watcherStates;
     std::vector<std::string> tokens;
+    QList<bool> textsShown;
     QList<std::optional<ScreenPixel>> places;
     QStringList commandsRun;
 };
@@ -302,6 +304,7 @@ void StatusNotifierItemTest::init()
     pointer.reset();
     watcherStates.clear();
     tokens.clear();
+    textsShown.clear();
     places.clear();
     commandsRun.clear();
     start();
@@ -316,8 +319,9 @@ void StatusNotifierItemTest::start(const QByteArray& busConfiguration)
     served = std::make_unique<ServedLoop>(*loop);
     itemBus = std::make_unique<Bus>(*loop, bus->address().toStdString());
     item = std::make_unique<StatusNotifierItem>(*loop, *itemBus,
-        ItemSurroundings {
-            [this] { return pointer; }, [this](const std::string& token) { tokens.push_back(token); } },
+        ItemSurroundings { [this] { return pointer; },
+            [this](const std::string& token) { tokens.push_back(token); },
+            [this](bool isShown) { textsShown << isShown; } },
         [this](WatcherState state) { watcherStates << state; });
 }
 
@@ -720,6 +724,16 @@ void StatusNotifierItemTest::aChangeOfTheToolTipAloneIsAnnouncedAlone()
     QCOMPARE(property("XAyatanaLabel"), "");
 
     QCOMPARE(log.names(), QStringList("NewToolTip"));
+}
+
+void StatusNotifierItemTest::whetherTextIsShownIsToldWhenItChanges()
+{
+    item->setLabel({ "", "0 keys · 0 clicks" });
+    item->setLabel({ "1 · 0", "1 keys · 0 clicks" });
+    item->setLabel({ "2 · 0", "2 keys · 0 clicks" });
+    item->setLabel({ "", "3 keys · 0 clicks" });
+
+    QCOMPARE(textsShown, QList({ true, false }));
 }
 
 void StatusNotifierItemTest::toolTipsThatFollowEachOtherAreAnnouncedNowAndThen()

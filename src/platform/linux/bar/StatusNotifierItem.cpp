@@ -105,6 +105,8 @@ void StatusNotifierItem::install(MenuBarAction activated, std::vector<MenuBarCom
 void StatusNotifierItem::setLabel(const MenuBarLabel& label)
 {
     const MenuBarLabel previous = std::exchange(current, label);
+    if (current.text.empty() != previous.text.empty())
+        surroundings.textShown(!current.text.empty());
     if (!object)
         return;
     if (current.text != previous.text) {

@@ -29,13 +29,14 @@ constexpr auto pointerPatience = 100ms;
 /// a press costs more than all that is done then, and the server keeps what it is not asked for. Measured
 /// with 8 presses a second, against a program that only counts: 1.6 times its processor time where they are
 /// fetched every 100 ms, 1.3 every 250 ms, 0.4 every second.
-constexpr auto burstGap = X11Input::usualWait;
+constexpr auto burstGap = 250ms;
 
 /// How often the server is asked for its time while there is input.
 constexpr auto timeInterval = 1h;
 
-/// Of an answer that fills the library's buffer.
+/// Of an answer that fills the library's buffer, and how long after it was asked for it lies there as a whole.
 constexpr std::uint32_t fillerSize = 16384;
+constexpr auto fillerWait = 50ms;
 
 /// The others are the wheel: up, down, left, right.
 bool isClick(std::uint32_t button) { return button < 4 || button > 7; }
@@ -337,7 +338,12 @@ bool X11Input::beginBurst()
 
 void X11Input::fetchBurst()
 {
-    if ((!dispatch() && !forgetKeys()) || keyboard.isAwaited())
+    const bool hasCome = dispatch();
+    if (keyboard.isAwaited() || (!hasCome && !forgetKeys()))
+        endBurst();
+    else if (!hasCome)
+        burst.start(fillerWait);
+    else if (!burst.isRunning() && !beginBurst())
         endBurst();
 }
 

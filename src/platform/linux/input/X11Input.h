@@ -44,9 +44,10 @@ public:
     /// Whether there is a server, as far as has been noticed, whatever it can report.
     bool hasServer() const { return !xcb_connection_has_error(connection.get()); }
 
-    /// How long presses wait while somebody types, unless it is set. Whoever looks at a number beside the
-    /// icon takes it for at once.
-    static constexpr std::chrono::milliseconds usualWait { 250 };
+    /// How long presses wait while somebody types, unless it is set. Nothing that is seen changes with each.
+    static constexpr std::chrono::milliseconds usualWait { 1000 };
+    /// The same where a number stands that changes with each. Whoever looks at it takes it for at once.
+    static constexpr std::chrono::milliseconds shownWait { 250 };
     /// 0 for not at all.
     void letPressesWait(std::chrono::milliseconds time);
 

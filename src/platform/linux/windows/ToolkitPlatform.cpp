@@ -56,10 +56,8 @@ ToolkitPlatform::~ToolkitPlatform() = default;
 std::unique_ptr<WindowPlatform> makeWindowPlatform(Platform& platform)
 {
     auto& resident = static_cast<ResidentPlatform&>(platform);
-    auto toolkit = std::make_unique<Toolkit>(resident.process(),
-        // Only while no window shows them.
-        [&resident](
-            bool areShown) { resident.x11Input().letPressesWait(areShown ? 0ms : X11Input::usualWait); });
+    auto toolkit = std::make_unique<Toolkit>(
+        resident.process(), [&resident](bool areShown) { resident.setWindowsShown(areShown); });
     if (!toolkit->hasDisplay())
         return {};
     return std::make_unique<ToolkitPlatform>(resident, std::move(toolkit));
