@@ -10,7 +10,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -21,13 +24,26 @@ xcb_connection_t* toolkitConnection()
     return application ? application->connection() : nullptr;
 }
 
+/// Asked of the server once: to wait for an answer takes longer than most of what is done with it.
+xcb_atom_t knownAtom(xcb_connection_t* connection, std::string_view name)
+{
+    static std::map<std::string, xcb_atom_t, std::less<>> known;
+    const auto place = known.find(name);
+    if (place != known.end())
+        return place->second;
+    const auto number = atom(connection, name);
+    if (number != XCB_ATOM_NONE)
+        known.emplace(name, number);
+    return number;
+}
+
 /// The numbers of a property of 32-bit format; none when the window has no such property.
 QList<std::uint32_t> numbers(xcb_connection_t* connection, xcb_window_t window, std::string_view property)
 {
     // Enough for any number of windows that a desktop can hold.
     constexpr std::uint32_t most = 65536;
     const auto cookie = xcb_get_property(
-        connection, 0, window, atom(connection, property), XCB_GET_PROPERTY_TYPE_ANY, 0, most);
+        connection, 0, window, knownAtom(connection, property), XCB_GET_PROPERTY_TYPE_ANY, 0, most);
     const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
     if (!reply || reply->format != 32)
         return {};
@@ -43,12 +59,12 @@ void keepAboveAndOutOfLists(NativeWindow window)
     if (!connection)
         return;
     const std::array states {
-        atom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
-        atom(connection, "_NET_WM_STATE_SKIP_PAGER"),
-        atom(connection, "_NET_WM_STATE_ABOVE"),
+        knownAtom(connection, "_NET_WM_STATE_SKIP_TASKBAR"),
+        knownAtom(connection, "_NET_WM_STATE_SKIP_PAGER"),
+        knownAtom(connection, "_NET_WM_STATE_ABOVE"),
     };
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window),
-        atom(connection, "_NET_WM_STATE"), XCB_ATOM_ATOM, 32, states.size(), states.data());
+        knownAtom(connection, "_NET_WM_STATE"), XCB_ATOM_ATOM, 32, states.size(), states.data());
 }
 
 bool isActive(NativeWindow window)
@@ -188,7 +204,7 @@ void endStartup(const QByteArray& id)
     piece.response_type = XCB_CLIENT_MESSAGE;
     piece.format = 8;
     piece.window = xcb_generate_id(connection);
-    piece.type = atom(connection, "_NET_STARTUP_INFO_BEGIN");
+    piece.type = knownAtom(connection, "_NET_STARTUP_INFO_BEGIN");
     const auto root = rootWindow(connection);
     xcb_create_window(connection, XCB_COPY_FROM_PARENT, piece.window, root, 0, 0, 1, 1, 0,
         XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
@@ -197,7 +213,7 @@ void endStartup(const QByteArray& id)
         std::copy(next.begin(), next.end(), piece.data.data8);
         xcb_send_event(
             connection, 0, root, XCB_EVENT_MASK_PROPERTY_CHANGE, reinterpret_cast<const char*>(&piece));
-        piece.type = atom(connection, "_NET_STARTUP_INFO");
+        piece.type = knownAtom(connection, "_NET_STARTUP_INFO");
     }
     xcb_destroy_window(connection, piece.window);
     xcb_flush(connection);
