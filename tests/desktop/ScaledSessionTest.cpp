@@ -5,6 +5,7 @@
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
+#include <QProcess>
 #include <QTest>
 
 #include <memory>
@@ -27,6 +28,16 @@ constexpr QPoint away(400, 5);
 
 /// Of <X11/keysymdef.h>.
 constexpr xcb_keysym_t keysymEscape = 0xff1b;
+
+/// Before 48 a point has a whole number of pixels, unless somebody asks for an experiment.
+bool gnomeHasPartsOfPixels()
+{
+    QProcess shell;
+    shell.start("gnome-shell", { "--version" });
+    shell.waitForFinished(patience);
+    // Such as "GNOME Shell 48.7".
+    return QString::fromUtf8(shell.readAll()).section(' ', 2).section('.', 0, 0).toInt() >= 48;
+}
 
 }
 
@@ -188,6 +199,8 @@ void ScaledSessionTest::thePanelIsBesideItsIcon_data()
     QTest::newRow("Plasma-1.5") << Bar::PlasmaOnWayland << 1.5;
     QTest::newRow("Plasma-2") << Bar::PlasmaOnWayland << 2.0;
     QTest::newRow("GNOME-2") << Bar::Gnome << 2.0;
+    if (gnomeHasPartsOfPixels())
+        QTest::newRow("GNOME-1.5") << Bar::Gnome << 1.5;
 }
 
 void ScaledSessionTest::thePanelIsBesideItsIcon()
