@@ -220,8 +220,12 @@ void BarsTest::openPanel()
 {
     const auto before = belowBar();
     clickIcon();
-    QTRY_VERIFY(difference(before, belowBar()).height() > 200);
-    moveTo(difference(before, belowBar()).center() + QPoint(0, outside));
+    const auto panel = [&] { return difference(before, belowBar()); };
+    QTRY_VERIFY(panel().height() > 200);
+    // In sway the compositor places it as it does any window.
+    QFETCH(const Bar, bar);
+    QTRY_VERIFY(bar == Bar::Waybar || (panel().left() < clicked.x() && panel().right() > clicked.x()));
+    moveTo(panel().center() + QPoint(0, outside));
 }
 
 void BarsTest::hoveringShowsAToolTip()
@@ -244,10 +248,8 @@ void BarsTest::aClickOpensThePanelAndEscapeClosesIt()
     const auto before = belowBar();
 
     openPanel();
-    injector->typeKey(injector->keyCode(keysymEscape));
-    injector->sync();
 
-    QTRY_VERIFY(difference(before, belowBar()).isNull());
+    QVERIFY(injector->typeUntil(keysymEscape, [&] { return difference(before, belowBar()).isNull(); }));
 }
 
 void BarsTest::theIconOpensAndClosesThePanel()

@@ -183,10 +183,7 @@ void GnomeTest::escapeClosesThePanel()
     choose(0);
     QTRY_VERIFY(isPanelOpen());
 
-    injector->typeKey(injector->keyCode(keysymEscape));
-    injector->sync();
-
-    QTRY_VERIFY(!isPanelOpen());
+    QVERIFY(injector->typeUntil(keysymEscape, [&] { return !isPanelOpen(); }));
 }
 
 void GnomeTest::thePointerIsNotBusyWhenThePanelIsOpen()

@@ -1,5 +1,10 @@
 #include "support/Injector.h"
 
+#include "support/Patience.h"
+
+#include <QDeadlineTimer>
+#include <QTest>
+
 #include <xcb/xtest.h>
 
 Injector::Injector(const QByteArray& display)
@@ -15,6 +20,18 @@ void Injector::typeKey(std::uint8_t code)
 {
     pressKey(code);
     releaseKey(code);
+}
+
+bool Injector::typeUntil(xcb_keysym_t symbol, const std::function<bool()>& isDone)
+{
+    const QDeadlineTimer deadline(patience);
+    while (!deadline.hasExpired()) {
+        typeKey(keyCode(symbol));
+        sync();
+        if (QTest::qWaitFor(isDone, 1000))
+            return true;
+    }
+    return false;
 }
 
 void Injector::pressButton(std::uint8_t button) { fake(XCB_BUTTON_PRESS, button); }

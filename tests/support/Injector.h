@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 
 /// Plays a user's hands on a display: keys, buttons and motion enter the X server where those of real devices
 /// do. What is asked for is sent at the latest by `sync`.
@@ -16,6 +17,9 @@ public:
     void pressKey(std::uint8_t code);
     void releaseKey(std::uint8_t code);
     void typeKey(std::uint8_t code);
+    /// Types a key until it has done its work, once a second: a window may be drawn before it has the
+    /// keyboard. Whether it has.
+    [[nodiscard]] bool typeUntil(xcb_keysym_t symbol, const std::function<bool()>& isDone);
 
     void pressButton(std::uint8_t button);
     void releaseButton(std::uint8_t button);
