@@ -44,7 +44,8 @@ public:
     /// Whether there is a server, as far as has been noticed, whatever it can report.
     bool hasServer() const { return !xcb_connection_has_error(connection.get()); }
 
-    /// How long presses wait while somebody types, unless it is set. Nothing that is seen changes with each.
+    /// How long presses that follow another one wait, unless it is set. All that changes with each is a
+    /// tooltip.
     static constexpr std::chrono::milliseconds usualWait { 1000 };
     /// The same where a number stands that changes with each. Whoever looks at it takes it for at once.
     static constexpr std::chrono::milliseconds shownWait { 250 };
@@ -132,7 +133,9 @@ private:
     /// Changes of its property come with the server's time, and its value fills the library's buffer. Never
     /// shown.
     xcb_window_t ownWindow = XCB_WINDOW_NONE;
+    /// What may still name them has not been overwritten.
     bool hasReadKeys = false;
+    bool haveKeysCome = false;
     /// The request for that value, while its answer is awaited.
     std::optional<unsigned int> filler;
     std::optional<Tap> tap;
