@@ -70,8 +70,8 @@ const QString windowManager = QStringLiteral("xfwm4");
 /// The user for programs that refuse to be root's; nothing when this process is not root's.
 const passwd* otherUser() { return geteuid() == 0 ? getpwnam("nobody") : nullptr; }
 
-// A part dies with the process that started it, also when that has no time to say so. Killed, since a bar that
-// is asked to end while its server and its bus end as well now and then does not.
+// A part dies with the process that started it, also when that has no time to say so. Killed, since a bar
+// that is asked to end while its server and its bus end as well now and then does not.
 void tieToThisProcess(QProcess& process, const passwd* user = nullptr)
 {
     process.setChildProcessModifier([parent = getpid(), user] {

@@ -29,8 +29,8 @@ struct ItemSurroundings {
     std::function<std::optional<ScreenPixel>()> pointer = [] { return std::optional<ScreenPixel>(); };
     /// Receives the token with which the host lets the next window come to the front.
     std::function<void(const std::string&)> tokenCame = [](const std::string&) {};
-    /// Hears whether there is text beside the icon, as often as that changes; not every bar draws it. At first
-    /// there is none.
+    /// Hears whether there is text beside the icon, as often as that changes; not every bar draws it. At
+    /// first there is none.
     std::function<void(bool)> textShown = [](bool) {};
 };
 
