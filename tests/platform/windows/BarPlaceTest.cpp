@@ -33,6 +33,7 @@ private slots:
     void aPlaceInPointsIsKnownFromOneInPixels_data();
     void aPlaceInPointsIsKnownFromOneInPixels();
     void amongSeveralScreensItIsThatWithTheBar();
+    void ofTwoScreensItIsRatherTheFirst();
     void aWorkAreaIsReadInTheUnitsThatItIsToldIn_data();
     void aWorkAreaIsReadInTheUnitsThatItIsToldIn();
     void aScreenOfPartsOfPointsHasNoBarAtItsEnds_data();
@@ -105,6 +106,25 @@ void BarPlaceTest::amongSeveralScreensItIsThatWithTheBar()
     QCOMPARE(clickOnBar({ 3000, 1060 }, { barAtTop, second }), Place({ 3000, 1060 }));
     QCOMPARE(clickOnBar({ 1200, 14 }, { barAtTop, second }), Place({ 1200, 14 }));
     QCOMPARE(clickOnBar({ 3000, 14 }, { barAtTop, second }), Place());
+}
+
+// Both are as large, have two pixels to a point, and stand side by side. What is reported would be a place on
+// either in one unit or the other.
+void BarPlaceTest::ofTwoScreensItIsRatherTheFirst()
+{
+    const ScreenWithBars left { .pixels = { 0, 0, 2560, 1600 }, .free = { 0, 0, 2560, 1600 }, .scale = 2 };
+    const ScreenWithBars right {
+        .pixels = { 2560, 0, 2560, 1600 }, .free = { 2560, 0, 2560, 1600 }, .scale = 2
+    };
+
+    // Pixels, from a bar on the left one,
+    QCOMPARE(clickOnBar({ 2480, 30 }, { left, right }), Place({ 2480, 30 }));
+    // points, from there,
+    QCOMPARE(clickOnBar({ 1240, 14 }, { left, right }), Place({ 2480, 28 }));
+    // points, from a bar on the right one,
+    QCOMPARE(clickOnBar({ 2500, 14 }, { right, left }), Place({ 5000, 28 }));
+    // and pixels.
+    QCOMPARE(clickOnBar({ 5000, 28 }, { right, left }), Place({ 5000, 28 }));
 }
 
 // The toolkit rounds the size of a screen to whole points.

@@ -29,13 +29,15 @@ bool isOnBar(QPoint pixel, const ScreenWithBars& screen)
 
 }
 
-// As points first. Places in pixels seldom pass for points: most icons are in the right or the lower half of
-// their screen, which is no place in points. Of the others each is twice as near to the corner as it is taken
-// to be, where the panel stands in the corner both ways. Places in points pass for pixels on every upper bar.
+// On each screen as points first. Places in pixels seldom pass for points: most icons are in the right or the
+// lower half of their screen, which is no place in points. Of the others each is twice as near to the corner
+// as it is taken to be, where the panel stands in the corner both ways. Places in points pass for pixels on
+// every upper bar. Of two screens with several pixels to a point, either may be right for a place on the one
+// or on the other.
 std::optional<QPoint> clickOnBar(QPoint reported, const QList<ScreenWithBars>& screens)
 {
-    for (const bool isInPoints : { true, false }) {
-        for (const auto& screen : screens) {
+    for (const auto& screen : screens) {
+        for (const bool isInPoints : { true, false }) {
             // Which may be larger than any pixel's.
             const QPointF place = QPointF(reported) * (isInPoints ? screen.scale : 1);
             if (!QRectF(screen.pixels).contains(place))

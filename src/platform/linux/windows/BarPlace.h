@@ -19,6 +19,7 @@ struct ScreenWithBars {
 /// The pixel of a click on a bar in a Wayland session, of which the bar has reported the place. What bars
 /// mean by that differs: pixels of the X server, of which a point may have several, points of the session, or
 /// what is neither, such as a place within the bar's own window. Nothing where it lies on no bar either way.
+/// The screen that comes first is that on which icons mostly are.
 std::optional<QPoint> clickOnBar(QPoint reported, const QList<ScreenWithBars>& screens);
 
 /// The work area that kwin on Wayland tells, with the size that it says the desktop has, in the pixels of an
