@@ -36,7 +36,8 @@ const QString program = QStringLiteral(KNUCKLET_PROGRAM);
 const QString bareCounter = QStringLiteral(BARE_COUNTER_PROGRAM);
 
 /// None of them counts anything; they are what else stands in trays.
-const QStringList peers { "parcellite", "xfce4-clipman", "volumeicon", "qlipper", "copyq" };
+const QStringList peers { "parcellite", "xfce4-clipman", "volumeicon", "pasystray", "qlipper", "flameshot",
+    "copyq" };
 
 constexpr auto idleTime = 30s;
 constexpr auto motionTime = 10s;
@@ -362,7 +363,9 @@ private:
         const double idle = perMinute(wakeUps(process) - before, idleTime);
         std::vector<double> othersIdle;
         for (std::size_t i = 0; i < others.size(); ++i)
-            othersIdle.push_back(perMinute(wakeUps(others[i]->processId()) - othersBefore[i], idleTime));
+            // Those of threads that have ended meanwhile are not known.
+            othersIdle.push_back(perMinute(
+                std::max(wakeUps(others[i]->processId()) - othersBefore[i], qint64 { 0 }), idleTime));
 
         Injector injector(desktop.display());
         // The first motion of a device tells everybody that there is such a device.
