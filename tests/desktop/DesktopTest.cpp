@@ -111,7 +111,6 @@ private:
     static QString copyOfTheProgram(const QTemporaryDir& folder);
     /// This build's windows with another id.
     static QByteArray moduleOfAnotherBuild();
-    static QByteArray mappings(const RunningKnucklet& knucklet);
 
     std::unique_ptr<VirtualDesktop> desktop;
     std::unique_ptr<Injector> injector;
@@ -231,13 +230,6 @@ QByteArray DesktopTest::moduleOfAnotherBuild()
     if (id >= 0)
         module[id] = module[id] == '0' ? '1' : '0';
     return id < 0 ? QByteArray() : module;
-}
-
-/// What is in the process's memory.
-QByteArray DesktopTest::mappings(const RunningKnucklet& knucklet)
-{
-    QFile maps(QStringLiteral("/proc/%1/maps").arg(knucklet.processId()));
-    return maps.open(QFile::ReadOnly) ? maps.readAll() : QByteArray();
 }
 
 void DesktopTest::clickIcon(const RunningKnucklet& knucklet)
@@ -408,7 +400,7 @@ void DesktopTest::noToolkitIsLoadedBeforeTheFirstWindow()
                  .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
                  .size(),
         1);
-    const auto before = mappings(knucklet);
+    const auto before = knucklet.mappings();
     QVERIFY(before.contains("/libxcb.so"));
     for (const char* library :
         { "/libQt", "/libicu", "/libglib", "knucklet-windows.so", "knucklet-calendar.so" })
@@ -417,8 +409,8 @@ void DesktopTest::noToolkitIsLoadedBeforeTheFirstWindow()
     clickIcon(knucklet);
     const DesktopWindows windows(desktop->display());
     QTRY_VERIFY(windows.isShown(windows.find("Knucklet")));
-    QVERIFY(mappings(knucklet).contains("knucklet-windows.so"));
-    QVERIFY(mappings(knucklet).contains("/libQt6Widgets.so"));
+    QVERIFY(knucklet.mappings().contains("knucklet-windows.so"));
+    QVERIFY(knucklet.mappings().contains("/libQt6Widgets.so"));
 }
 
 void DesktopTest::anUpgradeWhileItRunsChangesNoWindows()
@@ -534,7 +526,7 @@ void DesktopTest::noSecondToolkitIsLoadedUnlessTheUserAsksForIt()
     const DesktopWindows windows(desktop->display());
     QTRY_VERIFY(windows.isShown(windows.find("Knucklet")));
 
-    QCOMPARE(mappings(knucklet).contains("/libgtk-"), loadsGtk);
+    QCOMPARE(knucklet.mappings().contains("/libgtk-"), loadsGtk);
 }
 
 static const TestArea area("Desktop", runTest<DesktopTest>);

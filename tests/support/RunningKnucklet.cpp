@@ -184,6 +184,12 @@ void RunningKnucklet::settle() const
     itemProperty("Title");
 }
 
+QByteArray RunningKnucklet::mappings() const
+{
+    QFile maps(QString("/proc/%1/maps").arg(processId()));
+    return maps.open(QFile::ReadOnly) ? maps.readAll() : QByteArray();
+}
+
 bool RunningKnucklet::send(int signal) const
 {
     // No process has the id 0: a signal to it would go to the test itself.

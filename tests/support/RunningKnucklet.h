@@ -51,6 +51,8 @@ public:
     QDBusConnection sessionBus() const { return bus; }
 
     qint64 processId() const { return process->processId(); }
+    /// Of which files there are parts in its memory, as /proc tells.
+    QByteArray mappings() const;
     bool isRunning() const { return process->state() == QProcess::Running; }
     /// False when the program has ended before.
     [[nodiscard]] bool send(int signal) const;
