@@ -73,6 +73,15 @@ public:
         bus.call(QDBusMessage::createMethodCall(client, "/", "org.freedesktop.DBus.Peer", "Ping"));
     }
 
+    /// As before and after the machine sleeps.
+    void tellOfSleep(bool begins)
+    {
+        auto signal = QDBusMessage::createSignal(
+            "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep");
+        signal << begins;
+        bus.send(signal);
+    }
+
     LoginSession own;
     LoginSession another;
 

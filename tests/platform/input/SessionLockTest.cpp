@@ -30,6 +30,7 @@ private slots:
     void aSessionThatIsLockedAtTheStartIsLocked();
     void lockingAndUnlockingIsFollowed();
     void whatIsDoneBeforeAChangeIsDoneUnderWhatWas();
+    void whatIsDoneBeforeAChangeIsDoneBeforeTheMachineSleeps();
     void anotherSessionsLockIsNotOurs();
     void onlyTheLoginManagerIsBelieved();
     void aLoginManagerThatIsStartedAnewIsFollowed();
@@ -121,6 +122,22 @@ void SessionLockTest::whatIsDoneBeforeAChangeIsDoneUnderWhatWas()
     QTRY_VERIFY(!lock.isLocked());
 
     QCOMPARE(wasLocked, (std::vector<bool> { false, true }));
+}
+
+void SessionLockTest::whatIsDoneBeforeAChangeIsDoneBeforeTheMachineSleeps()
+{
+    LoginManager manager(connect("manager"));
+    int calls = 0;
+    const SessionLock lock(*bus, [&calls] { ++calls; });
+    QTRY_VERIFY(manager.hasClient());
+
+    manager.tellOfSleep(true);
+    QTRY_COMPARE(calls, 1);
+    manager.tellOfSleep(false);
+    awaitAnswer();
+
+    QCOMPARE(calls, 1);
+    QVERIFY(!lock.isLocked());
 }
 
 void SessionLockTest::anotherSessionsLockIsNotOurs()

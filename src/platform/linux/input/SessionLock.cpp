@@ -7,6 +7,8 @@
 namespace {
 
 constexpr const char* service = "org.freedesktop.login1";
+constexpr const char* managerPath = "/org/freedesktop/login1";
+constexpr const char* managerInterface = "org.freedesktop.login1.Manager";
 constexpr const char* sessionInterface = "org.freedesktop.login1.Session";
 constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr const char* lockedHint = "LockedHint";
@@ -38,8 +40,8 @@ SessionLock::~SessionLock() = default;
 void SessionLock::findSession()
 {
     question = bus.call({ .destination = service,
-                            .path = "/org/freedesktop/login1",
-                            .interface = "org.freedesktop.login1.Manager",
+                            .path = managerPath,
+                            .interface = managerInterface,
                             .member = "GetSession",
                             .arguments = [](BusWriter& arguments) { arguments.writeString("auto"); },
                             .startsService = true },
@@ -59,6 +61,15 @@ void SessionLock::sessionFound(const BusAnswer& session)
         [this](BusReader values) {
             values.skip("s");
             become(values.readBooleanOf(lockedHint));
+        });
+    sleep = bus.listen({ .sender = session.sender(),
+                           .path = managerPath,
+                           .interface = managerInterface,
+                           .member = "PrepareForSleep" },
+        [this](BusReader values) {
+            // Told again, with false, when it is over.
+            if (values.readBoolean())
+                willChange();
         });
     question = bus.call({ .destination = session.sender(),
                             .path = path,

@@ -13,7 +13,8 @@ class BusSubscription;
 /// manager has answered, no session is locked; of one that goes away, its last word holds.
 class SessionLock final {
 public:
-    /// `willChange` is called while what it was still holds, for whatever has to be done under that.
+    /// `willChange` is called while what it was still holds, for whatever has to be done under that, and
+    /// before the machine sleeps, while the clocks by which presses are dated stand still.
     SessionLock(Bus& systemBus, std::function<void()> willChange);
     SessionLock(const SessionLock&) = delete;
     SessionLock& operator=(const SessionLock&) = delete;
@@ -32,4 +33,5 @@ private:
     std::unique_ptr<BusSubscription> managers;
     std::unique_ptr<BusSubscription> question;
     std::unique_ptr<BusSubscription> changes;
+    std::unique_ptr<BusSubscription> sleep;
 };
