@@ -1,6 +1,7 @@
 #include "support/VirtualDesktop.h"
 
 #include "platform/linux/Xcb.h"
+#include "support/DesktopWindows.h"
 #include "support/Patience.h"
 #include "support/Screenshot.h"
 #include "support/TestArea.h"
@@ -8,6 +9,9 @@
 #include <QDir>
 #include <QFile>
 #include <QTest>
+
+#include <atomic>
+#include <thread>
 
 class VirtualDesktopTest : public QObject {
     Q_OBJECT
@@ -18,6 +22,7 @@ private slots:
     void nothingOfTheOuterSessionReachesAProgram();
     void aScreenshotShowsWhatIsOnTheScreen();
     void aScreenshotMayShowAPart();
+    void askingWhoHoldsTheKeyboardKeepsNobodyFromIt();
     void aPartThatIsNotInstalledIsNamed();
     void everyPartEndsWithTheDesktop();
     void everyPartEndsWhenTheProcessCrashes();
@@ -120,6 +125,38 @@ void VirtualDesktopTest::aScreenshotMayShowAPart()
 
     QCOMPARE(part.size(), QSize(80, 20));
     QVERIFY(outside.isNull());
+}
+
+// As a menu does that opens while a test waits for it.
+void VirtualDesktopTest::askingWhoHoldsTheKeyboardKeepsNobodyFromIt()
+{
+    VirtualDesktop desktop;
+    QVERIFY2(desktop.start(), qPrintable(desktop.failure()));
+    const XcbConnection menu(xcb_connect(desktop.display().constData(), nullptr));
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(menu.get())).data->root;
+    std::atomic<int> answers = 0;
+    const std::jthread asking([&desktop, &answers](const std::stop_token& stop) {
+        for (const DesktopWindows windows(desktop.display()); !stop.stop_requested(); ++answers)
+            windows.isKeyboardGrabbed();
+    });
+    QTRY_VERIFY(answers > 0);
+
+    const auto grab = [&menu, root] {
+        const auto cookie = xcb_grab_keyboard(
+            menu.get(), 0, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+        const XcbReply<xcb_grab_keyboard_reply_t> reply(xcb_grab_keyboard_reply(menu.get(), cookie, nullptr));
+        return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+    };
+    for (int i = 0; i < 5000; ++i) {
+        xcb_ungrab_keyboard(menu.get(), XCB_CURRENT_TIME);
+        QVERIFY(grab());
+    }
+
+    const DesktopWindows windows(desktop.display());
+    QVERIFY(windows.isKeyboardGrabbed());
+    xcb_ungrab_keyboard(menu.get(), XCB_CURRENT_TIME);
+    xcb_flush(menu.get());
+    QTRY_VERIFY(!windows.isKeyboardGrabbed());
 }
 
 void VirtualDesktopTest::aPartThatIsNotInstalledIsNamed()

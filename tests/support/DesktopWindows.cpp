@@ -50,12 +50,15 @@ bool DesktopWindows::isShown(xcb_window_t window) const
 
 bool DesktopWindows::isKeyboardGrabbed() const
 {
+    // Only a grab of its own shows it. Nobody else's may come in between: a menu whose grab is refused does
+    // not ask again.
+    xcb_grab_server(connection.get());
     const auto cookie = xcb_grab_keyboard(
         connection.get(), 0, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    xcb_ungrab_keyboard(connection.get(), XCB_CURRENT_TIME);
+    xcb_ungrab_server(connection.get());
     const XcbReply<xcb_grab_keyboard_reply_t> reply(
         xcb_grab_keyboard_reply(connection.get(), cookie, nullptr));
-    xcb_ungrab_keyboard(connection.get(), XCB_CURRENT_TIME);
-    xcb_flush(connection.get());
     return reply && reply->status == XCB_GRAB_STATUS_ALREADY_GRABBED;
 }
 
