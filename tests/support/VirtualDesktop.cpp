@@ -179,12 +179,13 @@ VirtualDesktop::VirtualDesktop(const DesktopParts& parts)
 
 VirtualDesktop::~VirtualDesktop()
 {
-    if (!displayName.isEmpty())
-        QFile::remove(displayLock());
     // In the reverse order of starting, so that nobody misses the server or the bus while it is still
     // running.
     while (!processes.empty()) {
         QProcess& process = *processes.back();
+        // Whoever finds no lock takes the sockets of a display: it goes with the server.
+        if (processes.size() == 1 && !displayName.isEmpty())
+            QFile::remove(displayLock());
         process.terminate();
         // Now and then a bar does not end when it is asked to.
         if (!process.waitForFinished(5000)) {
@@ -310,6 +311,10 @@ void VirtualDesktop::killPart(std::size_t place)
 void VirtualDesktop::freezeServer() { ::kill(static_cast<pid_t>(processes.front()->processId()), SIGSTOP); }
 
 void VirtualDesktop::thawServer() { ::kill(static_cast<pid_t>(processes.front()->processId()), SIGCONT); }
+
+void VirtualDesktop::freezeBus() { ::kill(static_cast<pid_t>(processes.at(1)->processId()), SIGSTOP); }
+
+void VirtualDesktop::thawBus() { ::kill(static_cast<pid_t>(processes.at(1)->processId()), SIGCONT); }
 
 void VirtualDesktop::freezeManager() { signalManager(SIGSTOP); }
 

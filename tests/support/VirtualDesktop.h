@@ -85,6 +85,9 @@ public:
     /// The X server stops answering, and goes on where it was.
     void freezeServer();
     void thawServer();
+    /// The same for the session bus.
+    void freezeBus();
+    void thawBus();
     /// The same for the window manager.
     void freezeManager();
     void thawManager();

@@ -13,8 +13,11 @@
 namespace {
 
 /// How long after the release of a button a bar may take to report the click, in milliseconds. Measured:
-/// Xfce, Plasma and LXQt report it at once; a busy machine may be slower.
-constexpr qint64 clickDelay = 250;
+/// Xfce, Plasma and LXQt report it at once; a busy machine may be slower. Where the server hears of every
+/// press, the next one ends that time.
+constexpr qint64 clickDelay = 2000;
+/// In a Wayland session it does not hear of that on a bar which is no window of its own.
+constexpr qint64 clickDelayOnWayland = 250;
 
 /// What the screen covers in pixels. Screens keep their place when they are scaled; only their extent
 /// shrinks.
@@ -133,7 +136,9 @@ bool X11PanelHost::isClickSpent() const
 {
     // The bus may be faster than the server: the click's own press must have been heard of.
     input.drain();
-    return isPressHeld || (sinceRelease.isValid() && !sinceRelease.hasExpired(clickDelay));
+    return isPressHeld
+        || (sinceRelease.isValid()
+            && !sinceRelease.hasExpired(isWaylandSession() ? clickDelayOnWayland : clickDelay));
 }
 
 void X11PanelHost::buttonPressed()
