@@ -1485,13 +1485,10 @@ void X11InputTest::aServerThatDoesNotAnswerHasNoPointer()
     const auto pointer = input.pointer();
     QTRY_COMPARE(reports.clicks, 1);
     desktop->thawServer();
-    const auto pointerOfTheThawed = input.pointer();
-    desktop->killServer();
-    const auto pointerOfTheDead = input.pointer();
-
     QVERIFY(!pointer);
-    QVERIFY(pointerOfTheThawed);
-    QVERIFY(!pointerOfTheDead);
+    QTRY_VERIFY(input.pointer());
+    desktop->killServer();
+    QVERIFY(!input.pointer());
 }
 
 static const TestArea area("X11Input", runTest<X11InputTest>);

@@ -11,8 +11,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How long the helper may take to say whether it may count. It takes a few milliseconds.
-constexpr auto patience = 200ms;
+// How long the helper may take to say whether it may count. It takes a few milliseconds
+// where the machine is not busy.
+constexpr auto patience = 1s;
 
 bool canOnlyBeChangedByRoot(const std::filesystem::path& file)
 {

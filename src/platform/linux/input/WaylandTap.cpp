@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::chrono::milliseconds patience = 200ms;
+constexpr std::chrono::milliseconds patience = 1s;
 constexpr std::chrono::seconds longestPause = 60s;
 
 // Whoever presses this often between two records is no human: such a record is broken.

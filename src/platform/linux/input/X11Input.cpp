@@ -20,10 +20,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long the server may take to answer before the last save, and how long while the program runs. A round
-/// trip takes a tenth of a millisecond.
-constexpr auto drainPatience = 1s;
-constexpr auto pointerPatience = 100ms;
+/// How long the server may take to answer. A round trip takes a tenth of a millisecond, but a busy machine
+/// may let either side of it wait.
+constexpr auto patience = 1s;
 
 /// How often the server is asked for its time while there is input.
 constexpr auto timeInterval = 1h;
@@ -112,7 +111,7 @@ void X11Input::drain()
 {
     // A server that does not answer, frozen or at the other end of a dead line, must not keep the program
     // from saving.
-    const auto deadline = Steady::now() + drainPatience;
+    const auto deadline = Steady::now() + patience;
     while (isConnected()) {
         // Presses that wait for the keyboard have it after another round.
         const auto answer = await(xcb_get_input_focus(connection.get()).sequence, deadline);
@@ -130,7 +129,7 @@ std::optional<ScreenPixel> X11Input::pointer()
     if (!isConnected())
         return {};
     const auto request = xcb_query_pointer(connection.get(), rootWindow(connection.get())).sequence;
-    const auto answer = await(request, Steady::now() + pointerPatience);
+    const auto answer = await(request, Steady::now() + patience);
     dispatchLater();
     if (!answer)
         return {};
@@ -212,7 +211,7 @@ void X11Input::select()
     if (tap && !keyboard.isKnown() && !keyboard.isAwaited())
         keyboard.ask();
     // Waits for the server to have done so, so that whatever is pressed from here on is reported.
-    await(xcb_get_input_focus(connection.get()).sequence, Steady::now() + drainPatience);
+    await(xcb_get_input_focus(connection.get()).sequence, Steady::now() + patience);
     dispatchLater();
 }
 
@@ -233,7 +232,7 @@ void X11Input::learnKeyboards()
     willLearnKeyboards = false;
     if (!isConnected())
         return;
-    const auto deadline = Steady::now() + drainPatience;
+    const auto deadline = Steady::now() + patience;
     constexpr std::string_view name = "Device Node";
     const auto nodeRequest
         = xcb_intern_atom(connection.get(), 0, static_cast<std::uint16_t>(name.size()), name.data()).sequence;
@@ -313,7 +312,7 @@ void X11Input::announced()
     if (socket && timeAsked && now - *timeAsked > timeInterval) {
         askForTime();
         // The time that is told while a burst waits would be another one.
-        await(xcb_get_input_focus(connection.get()).sequence, Steady::now() + pointerPatience);
+        await(xcb_get_input_focus(connection.get()).sequence, Steady::now() + patience);
         dispatchLater();
     }
     if (isBurst)

@@ -57,10 +57,10 @@ public:
     void drain();
 
     /// Where the pointer is, on the whole of the screens. Nothing when the server does not answer within a
-    /// tenth of a second. Presses that come meanwhile are delivered from the loop.
+    /// second. Presses that come meanwhile are delivered from the loop.
     std::optional<ScreenPixel> pointer();
 
-    /// Whether the server is there, and has stopped to read or does not answer within a tenth of a second.
+    /// Whether the server is there, and has stopped to read or does not answer within a second.
     bool isStuck() { return isConnected() && (!acceptsRequests(connection.get()) || !pointer()); }
 
 private:
