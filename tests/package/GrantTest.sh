@@ -112,7 +112,8 @@ polkit.addRule(function(action, subject) {
 EOF
 mkdir /run/dbus
 dbus-daemon --system --nofork --nopidfile 2>/dev/null &
-until [ -S /run/dbus/system_bus_socket ]; do kill -0 $!; done
+question="--dest=org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus.ListNames"
+until dbus-send --system --print-reply $question >/dev/null 2>&1; do kill -0 $!; done
 ends 0 sh -c "pkaction --action-id org.knucklet.Knucklet.grant --verbose | grep -q 'implicit active: *auth_admin$'"
 ends 127 as daemon pkexec "$grant"; is "755 root:root"
 ends 127 as nobody pkexec /bin/true
