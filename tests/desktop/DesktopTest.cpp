@@ -138,7 +138,7 @@ void DesktopTest::theIconStandsInTheBar()
     QVERIFY(knucklet.awaitItem());
 
     // As large as the keyboard is drawn for a bar of this height.
-    QTRY_VERIFY(!knucklet.icon().isNull());
+    QVERIFY(!knucklet.awaitIcon().isNull());
 }
 
 void DesktopTest::theItemSaysWhatItIs()
@@ -234,8 +234,9 @@ QByteArray DesktopTest::moduleOfAnotherBuild()
 
 void DesktopTest::clickIcon(const RunningKnucklet& knucklet)
 {
-    QTRY_VERIFY(!knucklet.icon().isNull());
-    const auto place = knucklet.icon().center();
+    const auto icon = knucklet.awaitIcon();
+    QVERIFY(!icon.isNull());
+    const auto place = icon.center();
     injector->moveTo(static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()));
     injector->click();
     injector->sync();
@@ -408,6 +409,7 @@ void DesktopTest::noToolkitIsLoadedBeforeTheFirstWindow()
         { "/libQt", "/libicu", "/libglib", "knucklet-windows.so", "knucklet-calendar.so" })
         QVERIFY2(!before.contains(library), library);
 
+    QVERIFY(DesktopWindows::awaitManager(desktop->display()));
     clickIcon(knucklet);
     const DesktopWindows windows(desktop->display());
     QTRY_VERIFY(windows.isShown(windows.find("Knucklet")));

@@ -288,8 +288,8 @@ void EndingTest::aKillWhileItSavesLeavesAWholeFile()
         RunningKnucklet knucklet(*desktop, program);
         QVERIFY(knucklet.awaitCounting());
         const auto before = savedDays(*desktop).value(today).keys;
-        type(injector, 10);
         FileWatch watch(desktop->folder() + "/home/.local/share/Knucklet", event);
+        type(injector, 10);
 
         bySignal(SIGTERM)(knucklet);
         QVERIFY(watch.await(name));

@@ -108,7 +108,9 @@ void GnomeTest::init()
     std::ignore = stillScreenshot(desktop->display());
     emptyTray = tray();
     emptyDesktop = belowBar();
+    const auto withoutPointer = shown(aroundPointer);
     moveTo(onDesktop);
+    QTRY_VERIFY(shown(aroundPointer) != withoutPointer);
     pointer = stillScreenshot(desktop->display(), aroundPointer);
 
     writeSettingsFile(*desktop, "[General]\nhasCompletedOnboarding=true\nshowCountsInMenuBar=true\n");

@@ -56,6 +56,8 @@ private slots:
     void anIconifiedWindowReturns();
 
 private:
+    /// With a bar along the top.
+    void startDesktop(QSize size);
     /// Waits for the assistant and returns its window.
     xcb_window_t awaitAssistant() const;
     std::optional<int> page() const { return assistantPage(*desktop); }
@@ -69,12 +71,17 @@ private:
     std::unique_ptr<DesktopWindows> windows;
 };
 
-void OnboardingDesktopTest::init()
+void OnboardingDesktopTest::init() { startDesktop({ 1280, 800 }); }
+
+void OnboardingDesktopTest::startDesktop(QSize size)
 {
-    desktop = std::make_unique<VirtualDesktop>(DesktopParts { .windowManager = true, .panel = true });
+    desktop = std::make_unique<VirtualDesktop>(
+        DesktopParts { .size = size, .windowManager = true, .panel = true });
     QVERIFY2(desktop->start(), qPrintable(desktop->failure()));
     injector = std::make_unique<Injector>(desktop->display());
     windows = std::make_unique<DesktopWindows>(desktop->display());
+    // The bar is known to its bus before it is to the window manager.
+    QTRY_COMPARE_GT(windows->workArea().top(), 0);
 }
 
 void OnboardingDesktopTest::cleanup()
@@ -166,10 +173,7 @@ void OnboardingDesktopTest::itsButtonsAreOnScreensThatAreTooLowForIt()
     QFETCH(const QSize, size);
     QFETCH(const double, scale);
     cleanup();
-    desktop = std::make_unique<VirtualDesktop>(
-        DesktopParts { .size = size, .windowManager = true, .panel = true });
-    QVERIFY2(desktop->start(), qPrintable(desktop->failure()));
-    windows = std::make_unique<DesktopWindows>(desktop->display());
+    startDesktop(size);
     QProcessEnvironment scaled;
     scaled.insert("QT_SCALE_FACTOR", QString::number(scale));
 

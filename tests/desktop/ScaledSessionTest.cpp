@@ -245,7 +245,9 @@ void ScaledSessionTest::itStaysThereWhenTheScaleChanges()
     checkPanel(before * shownScale);
     QVERIFY(injector->typeUntil(keysymEscape, [&] { return window().isNull(); }));
 
+    const auto session = screenshot(desktop->display());
     QVERIFY(desktop->setScale(after));
+    QTRY_VERIFY(screenshot(desktop->display()) != session);
     std::ignore = stillScreenshot(desktop->display());
     lookAtSession(after);
     openPanel();

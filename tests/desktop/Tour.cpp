@@ -99,6 +99,8 @@ public:
         if (!QTest::qWaitFor([&] { return knucklet.toolTip().contains("1.2k keys · 56 clicks"); }, patience))
             return fail("the counts do not follow: " + knucklet.toolTip());
 
+        if (!DesktopWindows::awaitManager(desktop.display()))
+            return fail("the window manager does not answer");
         const DesktopWindows windows(desktop.display());
         const auto panel = [&windows] { return windows.find("Knucklet"); };
         click(injector, 1, icon().center());
@@ -128,12 +130,13 @@ private:
     {
         const char* const pages[] { "assistant-1-welcome", "assistant-2-privacy", "assistant-3-permission",
             "assistant-4-done" };
+        const DesktopWindows windows(desktop.display());
+        const auto assistant = [&windows] { return windows.find(assistantTitle); };
         for (int page = 0; page < 4; ++page) {
-            if (!QTest::qWaitFor([&] { return assistantPage(desktop) == page; }, patience))
+            const auto takesKeys = [&] { return assistant() && windows.active() == assistant(); };
+            if (!QTest::qWaitFor([&] { return assistantPage(desktop) == page && takesKeys(); }, patience))
                 return fail("the assistant does not show its next page");
-            const DesktopWindows windows(desktop.display());
-            if (!save(pages[page],
-                    stillScreenshot(desktop.display(), windows.place(windows.find(assistantTitle)))))
+            if (!save(pages[page], stillScreenshot(desktop.display(), windows.place(assistant()))))
                 return false;
             injector.typeKey(injector.keyCode(keysymReturn));
             injector.sync();

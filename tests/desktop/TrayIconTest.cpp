@@ -114,7 +114,9 @@ void TrayIconTest::theTrayShowsTheIconWhenTheBarForItemsIsGone()
     QTRY_VERIFY(isInBar(knucklet));
 
     desktop->killBar();
-    // Not before: of two trays the bar's is the one that counts.
+    // Not before: of two trays the bar's is the one that counts, which is a process of its own.
+    const DesktopWindows windows(desktop->display());
+    QTRY_VERIFY(!windows.hasSelectionOwner("_NET_SYSTEM_TRAY_S0"));
     startTray();
 
     QTRY_VERIFY(isInTray());

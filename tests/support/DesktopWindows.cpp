@@ -1,5 +1,9 @@
 #include "support/DesktopWindows.h"
 
+#include "support/Patience.h"
+
+#include <QTest>
+
 #include <algorithm>
 #include <cstring>
 
@@ -78,6 +82,15 @@ QRect DesktopWindows::place(xcb_window_t window) const
         return whole;
     const auto side = [&shadow](std::size_t index) { return static_cast<int>(shadow[index]); };
     return whole.marginsRemoved({ side(0), side(2), side(1), side(3) });
+}
+
+QRect DesktopWindows::workArea() const
+{
+    const auto areas = property(root, "_NET_WORKAREA");
+    if (areas.size() < 4)
+        return {};
+    const auto number = [&areas](std::size_t index) { return static_cast<int>(areas[index]); };
+    return { number(0), number(1), number(2), number(3) };
 }
 
 QStringList DesktopWindows::states(xcb_window_t window) const
@@ -188,6 +201,14 @@ xcb_window_t DesktopWindows::openOther(const QRect& place) const
     xcb_map_window(connection.get(), window);
     tellManager(window, "_NET_ACTIVE_WINDOW", { pagerSource });
     return window;
+}
+
+bool DesktopWindows::awaitManager(const QByteArray& display)
+{
+    // Ends with its connection.
+    const DesktopWindows windows(display);
+    const auto other = windows.openOther({ 100, 200, 200, 100 });
+    return QTest::qWaitFor([&] { return windows.active() == other; }, patience);
 }
 
 int DesktopWindows::receivedPresses() const

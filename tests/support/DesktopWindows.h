@@ -27,6 +27,8 @@ public:
     bool isKeyboardGrabbed() const;
     /// Where the window stands on the screen, in pixels, without a frame and without a shadow of its own.
     QRect place(xcb_window_t window) const;
+    /// What the manager leaves to windows on the first workspace, in pixels; null while it has not said so.
+    QRect workArea() const;
     /// The names in the window's _NET_WM_STATE.
     QStringList states(xcb_window_t window) const;
     /// What the window says of its program, in WM_CLASS: by its name and by its kind. The latter is what
@@ -49,6 +51,9 @@ public:
     void move(xcb_window_t window, QPoint place) const;
     /// Opens a window of another program and gives it the keyboard.
     xcb_window_t openOther(const QRect& place) const;
+    /// Returns when the manager has seen whatever has been pressed so far, at the price of the focus; false
+    /// when that does not come. While it is behind it may keep the next press from a bar.
+    [[nodiscard]] static bool awaitManager(const QByteArray& display);
     /// How many presses, repeats among them, the windows of the other program have received since the last
     /// call. The manager learns, as from any program, when its user last typed.
     int receivedPresses() const;

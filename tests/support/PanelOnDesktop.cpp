@@ -40,10 +40,9 @@ bool PanelOnDesktop::run(const QString& program, const QProcessEnvironment& extr
 
 bool PanelOnDesktop::findIcon(const QRect& tray)
 {
-    if (!QTest::qWaitFor([&] { return !knucklet->icon(tray).isNull(); }, patience))
-        return false;
-    icon = knucklet->icon(tray).center();
-    return true;
+    const auto found = knucklet->awaitIcon(tray);
+    icon = found.center();
+    return !found.isNull();
 }
 
 void PanelOnDesktop::moveTo(QPoint place) const

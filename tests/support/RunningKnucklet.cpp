@@ -111,11 +111,7 @@ bool RunningKnucklet::awaitCounting()
     return !service.isEmpty();
 }
 
-QRect RunningKnucklet::icon() const
-{
-    // The tray ends the bar.
-    return icon({ desktop.size().width() - 22, 2, 22, 24 });
-}
+QRect RunningKnucklet::icon() const { return icon(endOfBar()); }
 
 QRect RunningKnucklet::icon(const QRect& tray) const
 {
@@ -128,6 +124,21 @@ QRect RunningKnucklet::icon(const QRect& tray) const
     const bool isWhole = visible.width() >= leastIcon.width() && visible.height() >= leastIcon.height();
     return isWhole ? visible.translated(tray.topLeft()) : QRect();
 }
+
+QRect RunningKnucklet::awaitIcon() const { return awaitIcon(endOfBar()); }
+
+QRect RunningKnucklet::awaitIcon(const QRect& tray) const
+{
+    QRect found;
+    const auto isThere = [&] {
+        found = icon(tray);
+        return !found.isNull();
+    };
+    return QTest::qWaitFor(isThere, patience) ? found : QRect();
+}
+
+// The tray ends the bar.
+QRect RunningKnucklet::endOfBar() const { return { desktop.size().width() - 22, 2, 22, 24 }; }
 
 QVariant RunningKnucklet::itemProperty(const QString& name) const
 {
@@ -201,7 +212,7 @@ bool RunningKnucklet::end(int signal) { return send(signal) && awaitEnd(); }
 
 bool RunningKnucklet::awaitEnd()
 {
-    return (!isRunning() || process->waitForFinished(patience))
+    return (process->state() == QProcess::NotRunning || process->waitForFinished(patience))
         && process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0;
 }
 

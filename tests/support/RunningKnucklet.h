@@ -35,7 +35,9 @@ public:
     /// Where the whole icon stands, in pixels of the screen, in a bar of 28 pixels; null while there is none.
     /// Without a tray given, that of a bar along the top is meant.
     QRect icon() const;
-    QRect icon(const QRect& tray) const;
+    /// Waits for it; null when it does not come.
+    QRect awaitIcon() const;
+    QRect awaitIcon(const QRect& tray) const;
     /// A property of the item, asked of the program itself; invalid when it has none of that name.
     QVariant itemProperty(const QString& name) const;
     /// The text of the item's tooltip.
@@ -70,6 +72,8 @@ private:
         QString title;
     };
     QList<MenuEntry> menu() const;
+    QRect endOfBar() const;
+    QRect icon(const QRect& tray) const;
 
     const VirtualDesktop& desktop;
     QString busName;

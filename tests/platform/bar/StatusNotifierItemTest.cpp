@@ -351,10 +351,10 @@ QDBusMessage StatusNotifierItemTest::call(
 {
     auto message = QDBusMessage::createMethodCall(itemService(), path, interface, member);
     message.setArguments(arguments);
-    const QDBusPendingCallWatcher pending(host->asyncCall(message));
+    const QDBusPendingCallWatcher pending(host->asyncCall(message, patience));
     QSignalSpy finished(&pending, &QDBusPendingCallWatcher::finished);
     if (!pending.isFinished())
-        finished.wait();
+        finished.wait(patience);
     return pending.reply();
 }
 

@@ -237,6 +237,9 @@ private:
     void makeIcon();
     void answerRequests(Tray& tray);
     void makeShownIcon(Tray& tray);
+    /// Until it is drawn in a tray without alpha, of 24 pixels. Before that the icon is of its color all
+    /// over.
+    void awaitBadge() const;
     QImage trayPicture(int size) const
     {
         return screenshot(desktop->display(), QRect(corner, QSize(size, size)));
@@ -287,6 +290,11 @@ void TrayProtocolTest::makeShownIcon(Tray& tray)
     QTRY_VERIFY(icon->isShown());
 }
 
+void TrayProtocolTest::awaitBadge() const
+{
+    QTRY_VERIFY(trayPicture(24).pixel(0, 0) == trayColor && trayPicture(24).pixel(12, 1) == ground);
+}
+
 void TrayProtocolTest::theIconIsTakenIn()
 {
     Tray tray(desktop->display());
@@ -307,7 +315,7 @@ void TrayProtocolTest::theBadgeLiesOverTheBackgroundOfTheTray()
 
     makeShownIcon(tray);
 
-    QTRY_COMPARE(trayPicture(24).pixel(12, 1), ground);
+    awaitBadge();
     const auto picture = trayPicture(24);
     QCOMPARE(picture.pixel(0, 0), trayColor);
     // On the round of the corner, between the two.
@@ -423,6 +431,7 @@ void TrayProtocolTest::restingOnTheIconShowsTheToolTip()
     Tray tray(desktop->display());
     makeShownIcon(tray);
     icon->setToolTip("1 keys · 2 clicks");
+    awaitBadge();
     Injector injector(desktop->display());
     const auto before = screenshot(desktop->display());
     const auto changed = [&] { return difference(before, screenshot(desktop->display())); };
