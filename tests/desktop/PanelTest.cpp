@@ -44,6 +44,7 @@ private slots:
     void escapeClosesIt();
     void theNextClickOnTheIconClosesIt_data();
     void theNextClickOnTheIconClosesIt();
+    void afterAnotherOpeningAClickOnTheIconOpensIt();
     void scrollingOutsideLeavesItOpen();
 
     void theKeyboardIsThePanelsAtOnce();
@@ -275,6 +276,21 @@ void PanelTest::theNextClickOnTheIconClosesIt()
     const auto later = user->windows->openOther({ 100, 200, 200, 100 });
     QTRY_COMPARE(user->windows->active(), later);
     QVERIFY(!user->isOpen());
+    QVERIFY(user->open());
+}
+
+// Within the time that a bar has to tell of the press that closed the panel.
+void PanelTest::afterAnotherOpeningAClickOnTheIconOpensIt()
+{
+    QVERIFY(user->run(program));
+    QVERIFY(user->open());
+    user->click({ 400, 600 });
+    QTRY_VERIFY(!user->isOpen());
+    QVERIFY(user->desktop.run(program, {}));
+    QTRY_VERIFY(user->isOpen() && user->windows->active() == user->panel());
+    user->type(XK_Escape);
+    QTRY_VERIFY(!user->isOpen());
+
     QVERIFY(user->open());
 }
 

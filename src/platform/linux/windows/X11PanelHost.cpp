@@ -112,6 +112,7 @@ void X11PanelHost::watchPressesOutside(std::function<void()> pressed)
 {
     // Presses from before the panel was there, such as that on the icon, are none outside it.
     input.drain();
+    sinceRelease.invalidate();
     pressedOutside = std::move(pressed);
     input.watchButtons([this](X11Input::ButtonMove move) {
         if (move == X11Input::ButtonMove::Pressed)
