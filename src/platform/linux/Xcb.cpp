@@ -36,6 +36,13 @@ bool acceptsRequests(xcb_connection_t* connection)
     return poll(&writable, 1, 0) == 1;
 }
 
+bool flush(xcb_connection_t* connection)
+{
+    // POLLRDHUP where the connection is one of TCP.
+    pollfd gone { xcb_get_file_descriptor(connection), POLLRDHUP, 0 };
+    return poll(&gone, 1, 0) == 0 && xcb_flush(connection) > 0;
+}
+
 void XcbQuestions::add(unsigned int request, Answered answered)
 {
     questions.push_back({ request, std::move(answered) });

@@ -40,6 +40,10 @@ xcb_atom_t atom(xcb_connection_t* connection, std::string_view name);
 /// for without end.
 bool acceptsRequests(xcb_connection_t* connection);
 
+/// Writes what has been asked for; false when the server is gone. To write to that one would fail the
+/// connection, and with it what the server has said and nobody has read yet.
+bool flush(xcb_connection_t* connection);
+
 /// What a server has been asked, and answers when it does: nobody waits for it.
 class XcbQuestions final {
 public:

@@ -25,7 +25,7 @@ void KeyboardMap::ask()
     };
     // A change that comes from here on may be missing in the answer.
     hasChanged = false;
-    xcb_flush(connection);
+    flush(connection);
 }
 
 /// Leaves the question as it is while the server owes the answer.

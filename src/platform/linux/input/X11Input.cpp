@@ -264,7 +264,7 @@ void X11Input::learnKeyboards()
         constexpr std::uint32_t releases = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
         selectEvents(id, isOfAProgram ? releases : 0);
     }
-    xcb_flush(connection.get());
+    flush(connection.get());
     dispatchLater();
 }
 
@@ -395,8 +395,7 @@ bool X11Input::forgetKeys()
         connection.get(), 0, ownWindow, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 0, fillerSize / 4)
                  .sequence;
     // More may come while that is written.
-    xcb_flush(connection.get());
-    return true;
+    return flush(connection.get());
 }
 
 bool X11Input::takeFiller()
@@ -449,7 +448,7 @@ void X11Input::take(XcbSecretEvent event)
 XcbReply<void> X11Input::await(unsigned int request, Steady::time_point deadline)
 {
     receive();
-    xcb_flush(connection.get());
+    flush(connection.get());
     void* answer = nullptr;
     while (!xcb_poll_for_reply(connection.get(), request, &answer, nullptr)) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Steady::now());
