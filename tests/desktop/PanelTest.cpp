@@ -279,7 +279,8 @@ void PanelTest::theNextClickOnTheIconClosesIt()
     QVERIFY(user->open());
 }
 
-// Within the time that a bar has to tell of the press that closed the panel.
+// The click that has closed it before is no longer waited for. That shows where all of this takes less than
+// the two seconds that a bar has to tell of it.
 void PanelTest::afterAnotherOpeningAClickOnTheIconOpensIt()
 {
     QVERIFY(user->run(program));

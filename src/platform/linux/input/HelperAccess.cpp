@@ -11,9 +11,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How long the helper may take to say whether it may count. It takes a few milliseconds
-// where the machine is not busy.
+// How long the helper may take to say whether it may count, and how long when it has already failed to. It
+// takes a few milliseconds where the machine is not busy.
 constexpr auto patience = 1s;
+constexpr auto laterPatience = 200ms;
 
 bool canOnlyBeChangedByRoot(const std::filesystem::path& file)
 {
@@ -39,7 +40,7 @@ HelperAccess::HelperAccess(
 
 HelperAccess::~HelperAccess() = default;
 
-// Asked every two seconds: no process is started while the helper's file stays as it is.
+// Asked every two seconds: no process is started while the file of a helper that has answered stays as it is.
 bool HelperAccess::preflight()
 {
     if (!isWaylandSession())
@@ -51,6 +52,7 @@ bool HelperAccess::preflight()
     const auto answer = askHelper();
     if (answer)
         askedFor = state;
+    isSlow = !answer;
     isGranted = answer.value_or(false);
     return isGranted;
 }
@@ -92,7 +94,7 @@ std::optional<HelperAccess::State> HelperAccess::helperState() const
 std::optional<bool> HelperAccess::askHelper() const
 {
     const auto probe = Child::start(loop, { tapProgram, "--probe" }, ChildStreams::Nowhere);
-    if (!probe || !probe->waitForEnd(patience))
+    if (!probe || !probe->waitForEnd(isSlow ? laterPatience : patience))
         return std::nullopt;
     const auto code = probe->exitCode();
     // Without a device nothing says that the helper may not: it counts as soon as one is plugged in.

@@ -44,5 +44,6 @@ private:
     std::filesystem::path grantProgram;
     std::unique_ptr<Child> grant;
     std::optional<State> askedFor;
+    bool isSlow = false;
     bool isGranted = false;
 };

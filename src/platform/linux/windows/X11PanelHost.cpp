@@ -16,7 +16,7 @@ namespace {
 /// Xfce, Plasma and LXQt report it at once; a busy machine may be slower. Where the server hears of every
 /// press, the next one ends that time.
 constexpr qint64 clickDelay = 2000;
-/// In a Wayland session it does not hear of that on a bar which is no window of its own.
+/// In a Wayland session the server does not hear of presses on a bar that is none of its windows.
 constexpr qint64 clickDelayOnWayland = 250;
 
 /// What the screen covers in pixels. Screens keep their place when they are scaled; only their extent
@@ -112,6 +112,7 @@ void X11PanelHost::watchPressesOutside(std::function<void()> pressed)
 {
     // Presses from before the panel was there, such as that on the icon, are none outside it.
     input.drain();
+    // The click that closed it before is over.
     sinceRelease.invalidate();
     pressedOutside = std::move(pressed);
     input.watchButtons([this](X11Input::ButtonMove move) {
@@ -129,7 +130,8 @@ void X11PanelHost::stopWatching()
     if (pressedOutside)
         input.drain();
     pressedOutside = nullptr;
-    if (!isPressHeld)
+    // Only the next press tells apart a click that the bar is slow to report from a new one.
+    if (!isPressHeld && !sinceRelease.isValid())
         input.watchButtons({});
 }
 
@@ -160,8 +162,7 @@ void X11PanelHost::buttonPressed()
 
 void X11PanelHost::buttonReleased()
 {
-    // The watch goes on: only another press tells apart a click that the bar is slow to report from a new
-    // one.
+    // The watch goes on.
     if (std::exchange(isPressHeld, false))
         sinceRelease.start();
 }
