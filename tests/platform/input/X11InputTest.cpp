@@ -298,6 +298,7 @@ private slots:
     void aKeyThatWasReleasedCountsAgain();
     void ofAKeyboardOfTheMachineNoReleaseWakesAnybody();
     void aKeyboardThatAppearsMeanwhileIsKnownBeforeItIsHeld();
+    void whatIsTypedBeforeReleasesAreToldOfIsNotHeld();
     void aKeyboardThatTakesTheNumberOfAnotherIsItself_data();
     void aKeyboardThatTakesTheNumberOfAnotherIsItself();
     void shiftAloneCountsNothing();
@@ -531,6 +532,33 @@ void X11InputTest::aKeyboardThatAppearsMeanwhileIsKnownBeforeItIsHeld()
     input.drain();
 
     QCOMPARE(reports.keys, 1);
+    QCOMPARE(reports.repeats, 4);
+}
+
+void X11InputTest::whatIsTypedBeforeReleasesAreToldOfIsNotHeld()
+{
+    X11Input input { loop, clock };
+    input.letPressesWait(0ms);
+    TapReports reports;
+    startTap(input, reports);
+    Client hands(desktop->display());
+    QVERIFY(hands.addKeyboard() > 0);
+    input.drain();
+    const auto key = injector->keyCode(XK_a);
+    for (int i = 0; i < 3; ++i)
+        hands.typeKey(key);
+    // The presses are there, and handled once the keyboard has been asked about.
+    QVERIFY(input.pointer());
+    loop.dispatch();
+    input.drain();
+    const int typed = reports.keys;
+
+    for (int i = 0; i < 5; ++i)
+        hands.pressKey(key);
+    input.drain();
+
+    QCOMPARE(typed, 3);
+    QCOMPARE(reports.keys, 4);
     QCOMPARE(reports.repeats, 4);
 }
 

@@ -9,26 +9,40 @@
 /// sessions do. Of every other keyboard it knows nothing.
 class HeldKeys final {
 public:
-    void watch(std::uint16_t keyboard) { down.try_emplace(keyboard); }
-    void forget(std::uint16_t keyboard) { down.erase(keyboard); }
-
-    /// Whether the key was down already.
-    bool press(std::uint16_t keyboard, std::uint32_t code)
+    /// From the event on that bears the number of this request, the server tells of the keyboard's releases.
+    void watch(std::uint16_t keyboard, std::uint32_t request)
     {
-        const auto keys = down.find(keyboard);
-        if (keys == down.end() || code >= keys->second.size())
+        keyboards.insert_or_assign(keyboard, Keyboard { .request = request });
+    }
+    void forget(std::uint16_t keyboard) { keyboards.erase(keyboard); }
+
+    /// Whether the key was down already. Of a press before that request nobody would hear that it has ended.
+    bool press(std::uint16_t keyboard, std::uint32_t code, std::uint32_t sequence)
+    {
+        const auto found = keyboards.find(keyboard);
+        if (found == keyboards.end())
             return false;
-        const bool isRepeated = keys->second[code];
-        keys->second.set(code);
+        auto& [request, down] = found->second;
+        // The numbers begin again at zero.
+        const bool isBefore = static_cast<std::int32_t>(sequence - request) < 0;
+        if (isBefore || code >= down.size())
+            return false;
+        const bool isRepeated = down[code];
+        down.set(code);
         return isRepeated;
     }
     void release(std::uint16_t keyboard, std::uint32_t code)
     {
-        const auto keys = down.find(keyboard);
-        if (keys != down.end() && code < keys->second.size())
-            keys->second.reset(code);
+        const auto found = keyboards.find(keyboard);
+        if (found != keyboards.end() && code < found->second.down.size())
+            found->second.down.reset(code);
     }
 
 private:
-    std::map<std::uint16_t, KeyCodes> down;
+    struct Keyboard {
+        std::uint32_t request = 0;
+        KeyCodes down {};
+    };
+
+    std::map<std::uint16_t, Keyboard> keyboards;
 };

@@ -258,13 +258,14 @@ void X11Input::learnKeyboards()
         knownKeyboards.set(id);
         const bool isOfAProgram
             = static_cast<const xcb_input_xi_get_property_reply_t*>(answer.get())->type == XCB_ATOM_NONE;
-        if (isOfAProgram)
-            heldKeys.watch(id);
         // The server keeps what was selected for another keyboard that had the number before.
         constexpr std::uint32_t releases = XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
-        selectEvents(id, isOfAProgram ? releases : 0);
+        const auto request = selectEvents(id, isOfAProgram ? releases : 0);
+        if (isOfAProgram)
+            heldKeys.watch(id, request);
     }
-    flush(connection.get());
+    // Waits for the server to have done so, as `select` does.
+    await(xcb_get_input_focus(connection.get()).sequence, deadline);
     dispatchLater();
 }
 
@@ -285,13 +286,15 @@ void X11Input::hearOfKeyboards(const xcb_generic_event_t& change)
     }
 }
 
-void X11Input::selectEvents(std::uint16_t device, std::uint32_t events)
+/// The number of the request, which the events that follow from it bear, or a later one.
+std::uint32_t X11Input::selectEvents(std::uint16_t device, std::uint32_t events)
 {
     const struct {
         xcb_input_event_mask_t head;
         std::uint32_t mask;
     } selection { .head { .deviceid = device, .mask_len = 1 }, .mask = events };
-    xcb_input_xi_select_events(connection.get(), rootWindow(connection.get()), 1, &selection.head);
+    return xcb_input_xi_select_events(connection.get(), rootWindow(connection.get()), 1, &selection.head)
+        .sequence;
 }
 
 // Not while presses are handled: it waits for the server.
@@ -500,7 +503,7 @@ void X11Input::handle(const xcb_generic_event_t& event)
             return;
         if (press.sourceid < knownKeyboards.size() && !knownKeyboards[press.sourceid])
             learnKeyboardsLater();
-        const bool wasDown = heldKeys.press(press.sourceid, press.detail);
+        const bool wasDown = heldKeys.press(press.sourceid, press.detail, press.full_sequence);
         const bool isRepeated = wasDown || press.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT;
         deliver({ .kind = isRepeated ? TapEvent::Kind::RepeatedKey : TapEvent::Kind::Key,
             .moment = momentOf(press.time) });

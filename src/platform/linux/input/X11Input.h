@@ -86,7 +86,7 @@ private:
     void learnKeyboards();
     void learnKeyboardsLater();
     void hearOfKeyboards(const xcb_generic_event_t& change);
-    void selectEvents(std::uint16_t device, std::uint32_t events);
+    std::uint32_t selectEvents(std::uint16_t device, std::uint32_t events);
 
     void announced();
     bool beginBurst();
