@@ -175,7 +175,8 @@ void BarsTest::theIconIsReadable()
     startProgram();
 
     QTRY_VERIFY(hasIcon());
-    QCOMPARE_GE(contrast(atEdge().copy(icon())), 4.5);
+    // Its place comes first in some bars, and what is drawn there after it.
+    QTRY_COMPARE_GE(contrast(atEdge().copy(icon())), 4.5);
 }
 
 void BarsTest::theCountsStandBesideTheIconWhereTheBarHasRoom()
@@ -189,7 +190,7 @@ void BarsTest::theCountsStandBesideTheIconWhereTheBarHasRoom()
 
     QTRY_VERIFY(hasRoom ? icon().width() > 60 : hasIcon());
     if (hasRoom) {
-        QCOMPARE_GE(contrast(atEdge().copy(icon())), 4.5);
+        QTRY_COMPARE_GE(contrast(atEdge().copy(icon())), 4.5);
         const auto before = atEdge();
         openPanel();
         injector->click();

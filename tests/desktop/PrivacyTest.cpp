@@ -220,7 +220,8 @@ QStringList openedSockets(const VirtualDesktop& desktop)
     QFile file(desktop.folder() + "/sockets");
     if (!file.open(QFile::ReadOnly))
         return {};
-    return QString::fromUtf8(file.readAll()).split('\n').filter("socket");
+    // A call that another one interrupts is told of a second time when it goes on, by its name alone.
+    return QString::fromUtf8(file.readAll()).split('\n').filter(QRegularExpression("socket(pair)?\\("));
 }
 
 QStringList networkSockets(const VirtualDesktop& desktop)

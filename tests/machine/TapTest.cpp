@@ -603,8 +603,9 @@ void TapTest::whichKeysWerePressedLeavesNoTrace()
         };
         int presses = 0;
         for (const QByteArray& key : keys) {
-            // Both at once: a key that is held is repeated.
-            sh("act down " + key + " up " + key);
+            // Both at once: a key that is held is repeated. Far from the end of a tenth of a second, where
+            // the helper may write without having waited for it.
+            sh("act start wait 50 down " + key + " up " + key);
             await("^write", ++presses);
             await("^read.*EAGAIN", presses);
         }

@@ -125,7 +125,15 @@ void VirtualMachine::plugInKeyboard(const QString& name)
     command("device_add", { { "driver", "virtio-keyboard-pci" }, { "id", name } });
 }
 
-void VirtualMachine::unplug(const QString& name) { command("device_del", { { "id", name } }); }
+void VirtualMachine::unplug(const QString& name)
+{
+    command("device_del", { { "id", name } });
+    // It gets what is typed until the guest has let go of it.
+    awaitMessage([&name](const QJsonObject& message) {
+        return message["event"].toString() == "DEVICE_DELETED"
+            && message["data"]["device"].toString() == name;
+    });
+}
 
 void VirtualMachine::sendKey(const QString& key, bool isDown)
 {
@@ -146,16 +154,22 @@ void VirtualMachine::command(const QString& name, const QJsonObject& arguments)
 {
     const QJsonObject text { { "execute", name }, { "arguments", arguments } };
     monitor->write(QJsonDocument(text).toJson(QJsonDocument::Compact) + '\n');
-    while (true) {
+    awaitMessage([&name](const QJsonObject& message) {
+        if (message.contains("error"))
+            qFatal("%s: %s", qPrintable(name), QJsonDocument(message).toJson().constData());
+        return message.contains("return");
+    });
+}
+
+void VirtualMachine::awaitMessage(const std::function<bool(const QJsonObject&)>& isAwaited)
+{
+    QJsonObject message;
+    while (!isAwaited(message)) {
         while (!monitor->canReadLine()) {
             if (!monitor->waitForReadyRead(patience))
                 qFatal("the emulator does not answer");
         }
-        const QJsonObject answer = QJsonDocument::fromJson(monitor->readLine()).object();
-        if (answer.contains("error"))
-            qFatal("%s: %s", qPrintable(name), QJsonDocument(answer).toJson().constData());
-        if (answer.contains("return"))
-            return;
+        message = QJsonDocument::fromJson(monitor->readLine()).object();
     }
 }
 

@@ -12,6 +12,8 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <functional>
+
 /// A Linux with a kernel of its own, on an emulated machine with a keyboard and a mouse that this class plays
 /// from outside. It ends with this object, and with the process should that crash.
 class VirtualMachine final {
@@ -57,6 +59,7 @@ private:
     void sendButton(const QString& button, bool isDown);
     void send(const QJsonArray& events);
     void command(const QString& name, const QJsonObject& arguments = {});
+    void awaitMessage(const std::function<bool(const QJsonObject&)>& isAwaited);
     QByteArray readUntil(const QByteArray& mark);
 
     Kind kind;
