@@ -91,7 +91,7 @@ bool RunningKnucklet::awaitItem()
             const auto name = item.section(QLatin1Char('/'), 0, 0).section(QLatin1Char('@'), 0, 0);
             const QDBusReply<uint> owner = bus.interface()->servicePid(name);
             if (owner.isValid() && owner.value() == process->processId())
-                service = name;
+                foundItem(name);
         }
         return !service.isEmpty();
     };
@@ -107,8 +107,14 @@ bool RunningKnucklet::awaitCounting()
     const auto name = QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(processId());
     const auto isThere = [&] { return !isRunning() || bus.interface()->isServiceRegistered(name).value(); };
     if (QTest::qWaitFor(isThere, patience) && isRunning())
-        service = name;
+        foundItem(name);
     return !service.isEmpty();
+}
+
+void RunningKnucklet::foundItem(const QString& name)
+{
+    service = name;
+    connection = bus.interface()->serviceOwner(name);
 }
 
 QRect RunningKnucklet::icon() const { return icon(endOfBar()); }
@@ -142,7 +148,7 @@ QRect RunningKnucklet::endOfBar() const { return { desktop.size().width() - 22, 
 
 QVariant RunningKnucklet::itemProperty(const QString& name) const
 {
-    auto call = QDBusMessage::createMethodCall(service, QStringLiteral("/StatusNotifierItem"),
+    auto call = QDBusMessage::createMethodCall(connection, QStringLiteral("/StatusNotifierItem"),
         QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     call << itemInterface << name;
     const QDBusReply<QVariant> reply = bus.call(call);
@@ -179,7 +185,7 @@ bool RunningKnucklet::choose(const QString& command) const
         if (entry.title != command)
             continue;
         auto event = QDBusMessage::createMethodCall(
-            service, QStringLiteral("/MenuBar"), menuInterface, QStringLiteral("Event"));
+            connection, QStringLiteral("/MenuBar"), menuInterface, QStringLiteral("Event"));
         event << entry.id << QStringLiteral("clicked") << QVariant::fromValue(QDBusVariant(QString())) << 0U;
         // Quitting may come before the answer, which therefore says nothing.
         return bus.send(event);
@@ -229,7 +235,7 @@ QByteArray RunningKnucklet::output() const
 QList<RunningKnucklet::MenuEntry> RunningKnucklet::menu() const
 {
     auto call = QDBusMessage::createMethodCall(
-        service, QStringLiteral("/MenuBar"), menuInterface, QStringLiteral("GetGroupProperties"));
+        connection, QStringLiteral("/MenuBar"), menuInterface, QStringLiteral("GetGroupProperties"));
     call << QVariant::fromValue(QList<int>()) << QStringList { QStringLiteral("label") };
     const auto reply = bus.call(call);
     if (reply.type() != QDBusMessage::ReplyMessage)

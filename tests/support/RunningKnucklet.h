@@ -71,6 +71,7 @@ private:
         int id;
         QString title;
     };
+    void foundItem(const QString& name);
     QList<MenuEntry> menu() const;
     QRect endOfBar() const;
     QRect icon(const QRect& tray) const;
@@ -80,6 +81,8 @@ private:
     QDBusConnection bus;
     std::unique_ptr<QProcess> process;
     QString service;
+    /// Which has the item, also when that goes by another name.
+    QString connection;
 };
 
 /// The text of the stats file of a desktop's user; null when there is none.

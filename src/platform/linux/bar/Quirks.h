@@ -18,6 +18,8 @@ bool drawsNamedIconsUncolored(const std::string& bar);
 bool readsLabelTooEarly(const std::string& bar);
 /// Forgets what it has read of an item that is registered by a name when it hears of the name afterwards.
 bool losesItemsWithNames(const std::string& bar);
+/// Overlooks an item that registers at the moment at which the bar itself starts.
+bool missesItemsOfItsStart(const std::string& bar);
 /// Says where within the icon a click was, not where on the screen.
 bool countsPlacesFromTheIcon(const std::string& bar);
 /// Knows where on the screens its icons are, also in a Wayland session.

@@ -22,8 +22,6 @@ constexpr const char* menuPath = "/MenuBar";
 /// A name of its own that nobody else waits for.
 constexpr std::uint32_t doNotQueue = 4;
 
-std::string itemName() { return "org.kde.StatusNotifierItem-" + std::to_string(getpid()) + "-1"; }
-
 void writePixmaps(BusWriter& value, const std::vector<IconPixmap>& pixmaps)
 {
     value.writeArray("(iiay)", [&] {
@@ -58,6 +56,9 @@ bool doNothing(BusReader&, BusWriter&) { return true; }
 
 constexpr std::chrono::seconds toolTipInterval { 1 };
 
+/// A host that sees an item reads it at once: mate-panel within milliseconds of its registration.
+constexpr std::chrono::seconds hostPatience { 2 };
+
 /// No icon reaches so far from its own corner, in pixels, nor where a point has two of them.
 constexpr int iconReach = 64;
 
@@ -71,6 +72,7 @@ StatusNotifierItem::StatusNotifierItem(
     , bus(bus)
     , surroundings(std::move(surroundings))
     , watcherSeen(std::move(watcherSeen))
+    , timeToRead(loop, [this] { registerAgainUnlessRead(); })
     , toolTipPause(loop, [this] { toolTipPauseOver(); })
 {
 }
@@ -86,10 +88,7 @@ void StatusNotifierItem::install(MenuBarAction activated, std::vector<MenuBarCom
     // All there is to see stands before anybody hears of it.
     menu = std::make_unique<DbusMenu>(loop, bus, menuPath, std::move(commands), [this] { return place({}); });
     object = std::make_unique<BusObject>(bus, itemPath, description());
-    bus.send({ busName, busPath, busName, "RequestName", [](BusWriter& arguments) {
-                  arguments.writeString(itemName());
-                  arguments.writeUint32(doNotQueue);
-              } });
+    takeName();
     bus.onLost(lifetime.guard([this] { watcherIs(WatcherState::Absent); }));
 
     // Not only the name's coming and going: it may pass from one watcher straight to the next.
@@ -166,7 +165,11 @@ BusInterface StatusNotifierItem::description()
         text("Category", "ApplicationStatus"),
         text("Id", "org.knucklet.Knucklet"),
         text("Title", "Knucklet"),
-        text("Status", "Active"),
+        { "Status", "s",
+            [this](BusWriter& value) {
+                isRead = true;
+                value.writeString("Active");
+            } },
         { "WindowId", "i", [](BusWriter& value) { value.writeInt32(0); } },
         { "IconName", "s",
             [this](BusWriter& value) {
@@ -215,6 +218,19 @@ void StatusNotifierItem::announceLabel(const std::string& text)
     });
 }
 
+std::string StatusNotifierItem::name() const
+{
+    return "org.kde.StatusNotifierItem-" + std::to_string(getpid()) + '-' + std::to_string(number);
+}
+
+void StatusNotifierItem::takeName()
+{
+    bus.send({ busName, busPath, busName, "RequestName", [this](BusWriter& arguments) {
+                  arguments.writeString(name());
+                  arguments.writeUint32(doNotQueue);
+              } });
+}
+
 /// A new question takes the place of the last, so that the newest watcher is the one that counts. A bus that
 /// hangs or refuses to say has none: the tray icon is to be seen all the same.
 void StatusNotifierItem::lookForWatcher()
@@ -231,17 +247,40 @@ void StatusNotifierItem::lookForWatcher()
         });
 }
 
-/// A refusal to register needs no answer of ours: the next watcher is heard of.
 void StatusNotifierItem::watcherAppeared(const std::string& process)
 {
     bar = process;
     pixmaps.clear();
-
-    bus.send({ watcherName, "/StatusNotifierWatcher", watcherName, "RegisterStatusNotifierItem",
-        [this](BusWriter& arguments) {
-            arguments.writeString(losesItemsWithNames(bar) ? itemPath : itemName());
-        } });
+    registerItem();
     watcherIs(WatcherState::Present);
+}
+
+/// A refusal needs no answer of ours: the next watcher is heard of.
+void StatusNotifierItem::registerItem()
+{
+    isRead = false;
+    timeToRead.stop();
+    registration
+        = bus.call({ watcherName, "/StatusNotifierWatcher", watcherName, "RegisterStatusNotifierItem",
+                       [this](BusWriter& arguments) {
+                           arguments.writeString(losesItemsWithNames(bar) ? itemPath : name());
+                       } },
+            [this](const BusAnswer& answer) {
+                if (!answer.isError() && missesItemsOfItsStart(bar))
+                    timeToRead.start(hostPatience);
+            });
+}
+
+/// By another name: the one that it had is known, and would be passed over.
+void StatusNotifierItem::registerAgainUnlessRead()
+{
+    if (isRead)
+        return;
+    bus.send({ busName, busPath, busName, "ReleaseName",
+        [this](BusWriter& arguments) { arguments.writeString(name()); } });
+    ++number;
+    takeName();
+    registerItem();
 }
 
 void StatusNotifierItem::watcherIs(WatcherState state)

@@ -57,9 +57,13 @@ private:
     void announceToolTip();
     void toolTipPauseOver();
     void announceLabel(const std::string& text);
+    std::string name() const;
+    void takeName();
     void lookForWatcher();
     void watcherIs(WatcherState state);
     void watcherAppeared(const std::string& process);
+    void registerItem();
+    void registerAgainUnlessRead();
     void activate(ScreenPixel reported);
     std::optional<ScreenPixel> place(ScreenPixel reported) const;
 
@@ -70,8 +74,14 @@ private:
     WatcherState watcher = WatcherState::Absent;
     std::unique_ptr<BusSubscription> owners;
     std::unique_ptr<BusSubscription> question;
+    std::unique_ptr<BusSubscription> registration;
     /// The process of the bar that was there last.
     std::string bar;
+    /// Which of the program's items it is for that bar.
+    int number = 1;
+    /// Whether anybody has read it since it was registered.
+    bool isRead = false;
+    LoopTimer timeToRead;
     MenuBarLabel current;
     LoopTimer toolTipPause;
     bool toolTipIsBehind = false;
