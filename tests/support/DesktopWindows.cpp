@@ -84,6 +84,26 @@ QRect DesktopWindows::place(xcb_window_t window) const
     return whole.marginsRemoved({ side(0), side(2), side(1), side(3) });
 }
 
+std::optional<QPoint> DesktopWindows::firstMenuEntry() const
+{
+    // Managers have nothing to do with menus.
+    const XcbReply<xcb_query_tree_reply_t> reply(
+        xcb_query_tree_reply(connection.get(), xcb_query_tree(connection.get(), root), nullptr));
+    if (!reply)
+        return {};
+    const auto* first = xcb_query_tree_children(reply.get());
+    const std::vector<xcb_window_t> windows(first, first + reply->children_len);
+    const auto found = std::ranges::find_if(windows, [this](xcb_window_t window) {
+        const XcbReply<xcb_get_window_attributes_reply_t> attributes(xcb_get_window_attributes_reply(
+            connection.get(), xcb_get_window_attributes(connection.get(), window), nullptr));
+        return attributes && attributes->override_redirect && attributes->map_state == XCB_MAP_STATE_VIEWABLE
+            && classNames(window).contains("Knucklet");
+    });
+    if (found == windows.end())
+        return {};
+    return place(*found).topLeft() + QPoint(20, 14);
+}
+
 QRect DesktopWindows::workArea() const
 {
     const auto areas = property(root, "_NET_WORKAREA");

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 /// The windows of a display as its window manager has them, and what a user asks of the manager.
@@ -23,10 +24,14 @@ public:
     /// The window that has the keyboard, as the manager says.
     xcb_window_t active() const;
     bool isShown(xcb_window_t window) const;
-    /// Whether somebody, such as the manager while it moves a window, keeps the keys from all windows.
+    /// Whether somebody, such as the manager while it moves a window, keeps the keys from all windows. Not to
+    /// be asked while a menu may open: the window that has the keyboard is told of the question, and its menu
+    /// closes.
     bool isKeyboardGrabbed() const;
     /// Where the window stands on the screen, in pixels, without a frame and without a shadow of its own.
     QRect place(xcb_window_t window) const;
+    /// A place on the first entry of the program's menu that is open, in pixels.
+    std::optional<QPoint> firstMenuEntry() const;
     /// What the manager leaves to windows on the first workspace, in pixels; null while it has not said so.
     QRect workArea() const;
     /// The names in the window's _NET_WM_STATE.
