@@ -80,7 +80,9 @@ protected:
     {
         if (event->timerId() != frames.timerId())
             return;
-        const double seconds = static_cast<double>(sinceFrame.nsecsElapsed()) / 1e9;
+        // One that comes late goes on from the last: nothing jumps.
+        const double seconds
+            = std::min(static_cast<double>(sinceFrame.nsecsElapsed()) / 1e9, 2 * frameInterval / 1e3);
         sinceFrame.start();
         bool isRolling = false;
         double left = leftmost();

@@ -35,7 +35,8 @@ void Transition::timerEvent(QTimerEvent*)
 {
     if (after.isNull())
         after = stack.grabContent();
-    motion.advance(static_cast<double>(sinceFrame.restart()) / 1000);
+    // One that comes late goes on from the last: nothing jumps.
+    motion.advance(static_cast<double>(std::min<qint64>(sinceFrame.restart(), 2 * frameInterval)) / 1000);
     if (motion.isAtRest()) {
         end();
         return;
