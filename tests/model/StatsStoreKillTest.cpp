@@ -66,7 +66,7 @@ std::int64_t killWhileSaving(const OneFolder& folder, SteadyClock::duration life
     close(pipeEnds[1]);
 
     // What counts is the time since the first save, so that starting up, however slow, is no part of it.
-    auto safe = nextSafe(pipeEnds[0], SteadyClock::now() + 10s);
+    auto safe = nextSafe(pipeEnds[0], SteadyClock::now() + 5min);
     const auto deadline = SteadyClock::now() + lifetime;
     while (const auto next = nextSafe(pipeEnds[0], deadline))
         safe = next;

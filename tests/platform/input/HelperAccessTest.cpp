@@ -107,7 +107,7 @@ void HelperAccessTest::theHelperSaysWhetherItMayCount_data()
 void HelperAccessTest::theHelperSaysWhetherItMayCount()
 {
     QFETCH(QByteArray, body);
-    HelperAccess access(loop, helper(body), grantTool);
+    HelperAccess access(loop, helper(body), grantTool, std::chrono::milliseconds(patience));
 
     const bool isGranted = access.preflight();
 
@@ -126,7 +126,7 @@ void HelperAccessTest::withoutAHelperNothingIsGranted()
 void HelperAccessTest::theHelperIsAskedAgainOnlyAfterItsFileHasChanged()
 {
     const auto program = helper("echo >>" + path("questions") + "\n[ -g \"$0\" ] || exit 77\n");
-    HelperAccess access(loop, program, grantTool);
+    HelperAccess access(loop, program, grantTool, std::chrono::milliseconds(patience));
 
     const QList<bool> before { access.preflight(), access.preflight(), access.preflight() };
     const auto questionsBefore = readLines(*folder, "questions").size();

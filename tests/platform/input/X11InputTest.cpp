@@ -1302,15 +1302,17 @@ void X11InputTest::aBurstEnds()
     startTap(input, reports);
     beginBurst(input, reports);
 
-    letTimePass();
     WakeUps wakeUps;
-    letTimePass();
-    const int wakeUpsAfterIt = wakeUps.count;
+    const auto isQuiet = [&wakeUps] {
+        wakeUps.count = 0;
+        letTimePass();
+        return wakeUps.count == 0;
+    };
+    QTRY_VERIFY(isQuiet());
     injector->click();
     injector->sync();
     loop.dispatch();
 
-    QCOMPARE(wakeUpsAfterIt, 0);
     QCOMPARE(reports.clicks, 1);
 }
 
@@ -1480,16 +1482,19 @@ void X11InputTest::aPressThatWaitsKeepsItsMoment()
 void X11InputTest::theMonitorIsToldTheMomentAsWell()
 {
     X11Input input { loop, clock };
-    std::optional<Moment> told;
-    QVERIFY(input.mouseMonitor().start([&](std::optional<Moment> moment) { told = moment; }));
+    std::vector<std::optional<Moment>> told;
+    QVERIFY(input.mouseMonitor().start([&](std::optional<Moment> moment) { told.push_back(moment); }));
 
     injector->click();
     injector->pause(500ms);
+    // From which the server's clock is known, however late its first word was read.
+    injector->click();
     injector->sync();
     input.drain();
 
-    QVERIFY(told);
-    QVERIFY(*told <= clock.now() - 450ms);
+    QCOMPARE(told.size(), std::size_t { 2 });
+    QVERIFY(told[0]);
+    QVERIFY(*told[0] <= clock.now() - 450ms);
 }
 
 void X11InputTest::thePointerIsWhereItWasMoved()

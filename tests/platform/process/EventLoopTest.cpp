@@ -170,7 +170,7 @@ void EventLoopTest::timersElapseInTheOrderOfTheirTimes()
     });
     LoopTimer early(loop, [&] { calls += 'a'; });
     LoopTimer between(loop, [&] { calls += 'b'; });
-    late.start(30ms);
+    late.start(500ms);
     early.start(10ms);
     between.start(20ms);
 
@@ -235,8 +235,8 @@ void EventLoopTest::ticksThatWereMissedAreNotMadeUpFor()
     EventLoop loop;
     int ticks = 0;
     LoopTimer timer(loop, [&] { ++ticks; });
-    timer.repeat(20ms);
-    const auto busyUntil = EventLoop::Clock::now() + 100ms;
+    timer.repeat(200ms);
+    const auto busyUntil = EventLoop::Clock::now() + 500ms;
     while (EventLoop::Clock::now() < busyUntil) { }
 
     loop.dispatch();

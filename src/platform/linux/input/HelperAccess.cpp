@@ -11,10 +11,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How long the helper may take to say whether it may count, and how long when it has already failed to. It
-// takes a few milliseconds where the machine is not busy.
-constexpr auto patience = 1s;
-constexpr auto laterPatience = 200ms;
+/// How long the helper may take when it has already failed to answer in time.
+constexpr std::chrono::milliseconds laterPatience = 200ms;
 
 bool canOnlyBeChangedByRoot(const std::filesystem::path& file)
 {
@@ -30,11 +28,12 @@ bool canOnlyBeChangedByRoot(const std::filesystem::path& file)
 
 }
 
-HelperAccess::HelperAccess(
-    EventLoop& loop, std::filesystem::path tapProgram, std::filesystem::path grantProgram)
+HelperAccess::HelperAccess(EventLoop& loop, std::filesystem::path tapProgram,
+    std::filesystem::path grantProgram, std::chrono::milliseconds patience)
     : loop(loop)
     , tapProgram(std::move(tapProgram))
     , grantProgram(std::move(grantProgram))
+    , patience(patience)
 {
 }
 

@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -17,7 +18,10 @@ class EventLoop;
 /// gives to it once and for all.
 class HelperAccess final : public ListenAccess {
 public:
-    HelperAccess(EventLoop& loop, std::filesystem::path tapProgram, std::filesystem::path grantProgram);
+    /// The helper has so long to say whether it may count; it takes a few milliseconds where the machine is
+    /// not busy.
+    HelperAccess(EventLoop& loop, std::filesystem::path tapProgram, std::filesystem::path grantProgram,
+        std::chrono::milliseconds patience = std::chrono::seconds(1));
     ~HelperAccess() override;
 
     bool preflight() override;
@@ -42,6 +46,7 @@ private:
     EventLoop& loop;
     std::filesystem::path tapProgram;
     std::filesystem::path grantProgram;
+    std::chrono::milliseconds patience;
     std::unique_ptr<Child> grant;
     std::optional<State> askedFor;
     bool isSlow = false;

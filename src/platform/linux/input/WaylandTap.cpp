@@ -11,7 +11,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::chrono::milliseconds patience = 1s;
 constexpr std::chrono::seconds longestPause = 60s;
 
 // Whoever presses this often between two records is no human: such a record is broken.
@@ -19,9 +18,10 @@ constexpr std::uint32_t mostPresses = 1'000'000;
 
 }
 
-WaylandTap::WaylandTap(EventLoop& loop, std::filesystem::path tapProgram)
+WaylandTap::WaylandTap(EventLoop& loop, std::filesystem::path tapProgram, std::chrono::milliseconds patience)
     : loop(loop)
     , tapProgram(std::move(tapProgram))
+    , patience(patience)
     , restart(loop, [this] { giveNotice(); })
 {
 }

@@ -15,7 +15,9 @@ class Child;
 /// known. One tap at a time.
 class WaylandTap final : public EventTap {
 public:
-    WaylandTap(EventLoop& loop, std::filesystem::path tapProgram);
+    /// The helper has so long to say whether it may count, and to say goodbye.
+    WaylandTap(EventLoop& loop, std::filesystem::path tapProgram,
+        std::chrono::milliseconds patience = std::chrono::seconds(1));
     WaylandTap(const WaylandTap&) = delete;
     WaylandTap& operator=(const WaylandTap&) = delete;
     ~WaylandTap() override;
@@ -42,6 +44,7 @@ private:
 
     EventLoop& loop;
     std::filesystem::path tapProgram;
+    std::chrono::milliseconds patience;
     /// None when it could not be started.
     std::unique_ptr<Child> helper;
     LoopTimer restart;
