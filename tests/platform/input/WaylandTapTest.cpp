@@ -190,6 +190,7 @@ void WaylandTapTest::aHelperThatKeepsEndingIsStartedEverLessOften()
         return std::chrono::nanoseconds(times[index + 1].toLongLong() - times[index].toLongLong());
     };
 
+    QVERIFY(pause(0) < 1s);
     QVERIFY(pause(1) >= 950ms);
     QVERIFY(pause(2) >= 1900ms);
     QCOMPARE(reports.notices, 3);
@@ -206,7 +207,7 @@ void WaylandTapTest::aHelperThatHasCountedIsStartedAgainAtOnce()
     QTRY_VERIFY(starts() >= 10);
 
     // With pauses it would have been minutes.
-    QVERIFY(time.elapsed() < 60'000);
+    QVERIFY(time.elapsed() < 8000);
     QVERIFY(reports.keys >= 9);
 }
 
@@ -287,7 +288,7 @@ void WaylandTapTest::drainingDoesNotWaitForAHelperThatHangs()
 
     tap.drain();
 
-    QVERIFY(time.elapsed() < 30'000);
+    QVERIFY(time.elapsed() < 5000);
 }
 
 void WaylandTapTest::theHelperEndsWithTheTap()

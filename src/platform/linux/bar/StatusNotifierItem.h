@@ -77,7 +77,7 @@ private:
     std::unique_ptr<BusSubscription> registration;
     /// The process of the bar that was there last.
     std::string bar;
-    /// Which of the program's items it is for that bar.
+    /// The last part of its name, which rises when the item gives that up for another one.
     int number = 1;
     /// Whether anybody has read it since it was registered.
     bool isRead = false;
