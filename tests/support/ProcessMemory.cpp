@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace {
 
@@ -36,6 +37,18 @@ QList<Region> writableRegions(const QString& folder)
     return regions;
 }
 
+std::string_view viewOf(const QByteArray& bytes)
+{
+    return { bytes.data(), static_cast<std::size_t>(bytes.size()) };
+}
+
+/// As QByteArray::contains, which takes several times as long where there is nothing, as in most of a
+/// program's memory.
+bool holds(const QByteArray& bytes, const QByteArray& wanted)
+{
+    return viewOf(bytes).find(viewOf(wanted)) != std::string_view::npos;
+}
+
 }
 
 QByteArrayList foundInMemory(qint64 process, const QByteArrayList& wanted)
@@ -51,7 +64,7 @@ QByteArrayList foundInMemory(qint64 process, const QByteArrayList& wanted)
         const auto length = pread(memory, bytes.data(), static_cast<std::size_t>(bytes.size()), region.begin);
         bytes.resize(std::max<qsizetype>(length, 0));
         for (const QByteArray& each : wanted) {
-            if (!found.contains(each) && bytes.contains(each))
+            if (!found.contains(each) && holds(bytes, each))
                 found << each;
         }
     }
