@@ -2,6 +2,8 @@
 
 #include "support/Patience.h"
 
+#include <QFile>
+
 #include <sys/prctl.h>
 
 #include <csignal>
@@ -11,7 +13,7 @@ namespace {
 // Nothing can be started through it, so that the outcome of a test does not depend on what is installed.
 const char* const busConfiguration = R"(<busconfig>
   <type>session</type>
-  <listen>unix:tmpdir=/tmp</listen>
+  <listen>unix:dir=%1</listen>
   <auth>EXTERNAL</auth>
   <policy context="default">
     <allow send_destination="*" eavesdrop="true"/>
@@ -24,9 +26,11 @@ const char* const busConfiguration = R"(<busconfig>
 
 PrivateBus::PrivateBus(const QByteArray& furtherConfiguration)
 {
-    if (!configuration.open())
+    QFile configuration(folder.filePath("configuration"));
+    if (!configuration.open(QFile::WriteOnly))
         return;
-    configuration.write(busConfiguration + furtherConfiguration + "</busconfig>\n");
+    configuration.write(
+        QString(busConfiguration).arg(folder.path()).toUtf8() + furtherConfiguration + "</busconfig>\n");
     configuration.close();
     daemon.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
     daemon.start(

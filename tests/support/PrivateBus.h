@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QProcess>
 #include <QStringList>
-#include <QTemporaryFile>
+#include <QTemporaryDir>
 
 /// A session bus of the test's own. It ends with this object, and with the process should that crash.
 class PrivateBus final {
@@ -25,7 +25,8 @@ public:
     void end();
 
 private:
-    QTemporaryFile configuration;
+    // With the bus's configuration and, since it is killed, its socket.
+    QTemporaryDir folder;
     QProcess daemon;
     QStringList addresses;
 };
