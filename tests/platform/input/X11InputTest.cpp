@@ -352,6 +352,8 @@ private slots:
     void aServerThatDoesNotAnswerHasNoPointer();
 
 private:
+    /// For a server that may be kept waiting, but not for good.
+    X11Input patientInput() { return X11Input(loop, clock, {}, std::chrono::milliseconds(patience)); }
     void processWhatFollows();
     void beginBurst(X11Input& input, const TapReports& reports);
     static void letTimePass();
@@ -408,7 +410,7 @@ void X11InputTest::letTimePass()
 
 void X11InputTest::pressesArriveThroughTheEventLoop()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
 
@@ -422,7 +424,7 @@ void X11InputTest::pressesArriveThroughTheEventLoop()
 
 void X11InputTest::drainingDeliversAllThatWasPressedBefore()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     const auto key = injector->keyCode(XK_a);
@@ -440,7 +442,7 @@ void X11InputTest::drainingDeliversAllThatWasPressedBefore()
 
 void X11InputTest::aHeldKeyCountsOnce()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     Client other(desktop->display());
@@ -457,7 +459,7 @@ void X11InputTest::aHeldKeyCountsOnce()
 
 void X11InputTest::aHeldKeyThatIsPressedAgainAndAgainCountsOnce()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     const auto key = injector->keyCode(XK_a);
@@ -476,7 +478,7 @@ void X11InputTest::aHeldKeyThatIsPressedAgainAndAgainCountsOnce()
 
 void X11InputTest::aKeyThatWasReleasedCountsAgain()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     const auto key = injector->keyCode(XK_a);
@@ -497,7 +499,7 @@ void X11InputTest::ofAKeyboardOfTheMachineNoReleaseWakesAnybody()
 {
     Client other(desktop->display());
     other.giveDeviceNodes();
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     const auto key = injector->keyCode(XK_a);
@@ -516,7 +518,7 @@ void X11InputTest::ofAKeyboardOfTheMachineNoReleaseWakesAnybody()
 
 void X11InputTest::aKeyboardThatAppearsMeanwhileIsKnownBeforeItIsHeld()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     input.letPressesWait(0ms);
     TapReports reports;
     startTap(input, reports);
@@ -537,7 +539,7 @@ void X11InputTest::aKeyboardThatAppearsMeanwhileIsKnownBeforeItIsHeld()
 
 void X11InputTest::whatIsTypedBeforeReleasesAreToldOfIsNotHeld()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     input.letPressesWait(0ms);
     TapReports reports;
     startTap(input, reports);
@@ -576,7 +578,7 @@ void X11InputTest::aKeyboardThatTakesTheNumberOfAnotherIsItself()
 {
     QFETCH(const bool, firstIsOfTheMachine);
     QFETCH(const bool, secondIsOfTheMachine);
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     input.letPressesWait(0ms);
     TapReports reports;
     startTap(input, reports);
@@ -619,7 +621,7 @@ void X11InputTest::aKeyboardThatTakesTheNumberOfAnotherIsItself()
 
 void X11InputTest::shiftAloneCountsNothing()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
 
@@ -632,7 +634,7 @@ void X11InputTest::shiftAloneCountsNothing()
 
 void X11InputTest::aLetterWithShiftCountsOnce()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     const auto shift = injector->keyCode(XK_Shift_L);
@@ -661,7 +663,7 @@ void X11InputTest::eachButtonMakesAClick_data()
 void X11InputTest::eachButtonMakesAClick()
 {
     QFETCH(int, button);
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
 
@@ -675,7 +677,7 @@ void X11InputTest::eachButtonMakesAClick()
 
 void X11InputTest::theWheelCountsNothing()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
 
@@ -689,7 +691,7 @@ void X11InputTest::theWheelCountsNothing()
 
 void X11InputTest::nothingIsReportedBeforeTheTapIsEnabled()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     QVERIFY(input.eventTap().create(reportTo(reports)));
 
@@ -728,7 +730,7 @@ void X11InputTest::pressesCountWhileAnotherProgramHoldsAGrab_data()
 void X11InputTest::pressesCountWhileAnotherProgramHoldsAGrab()
 {
     QFETCH(std::function<bool(Client&)>, grab);
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     Client other(desktop->display());
@@ -756,7 +758,7 @@ void X11InputTest::altGrNeverCounts_data()
 void X11InputTest::altGrNeverCounts()
 {
     QFETCH(QString, layout);
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     QVERIFY(desktop->run("setxkbmap", { "-rules", "evdev", "-layout", layout }));
@@ -772,7 +774,7 @@ void X11InputTest::altGrNeverCounts()
 
 void X11InputTest::mediaKeysNeverCount()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     QVERIFY(desktop->run("setxkbmap", { "-rules", "evdev", "-layout", "us" }));
@@ -794,7 +796,7 @@ void X11InputTest::mediaKeysNeverCount()
 void X11InputTest::aLayoutThatIsSwitchedHoldsFromTheNextPress()
 {
     // On "neo" the key that types a backslash elsewhere is a second AltGr.
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
 
@@ -820,7 +822,7 @@ void X11InputTest::aLayoutThatIsSwitchedHoldsFromTheNextPress()
 
 void X11InputTest::aKeyThatBecomesAModifierStopsCounting()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     Client other(desktop->display());
@@ -853,7 +855,7 @@ void X11InputTest::aKeyThatBecomesAModifierStopsCounting()
 
 void X11InputTest::noPressIsLostAmongManyChangesOfTheKeyboard()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     Client other(desktop->display());
@@ -875,7 +877,7 @@ void X11InputTest::noPressIsLostAmongManyChangesOfTheKeyboard()
 // Whenever the answer comes that it waits for. Each time at another moment, since there is no saying when.
 void X11InputTest::aPressThatWaitsForTheKeyboardWaitsForNothingElse()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     input.letPressesWait(0ms);
     TapReports reports;
     startTap(input, reports);
@@ -897,7 +899,7 @@ void X11InputTest::aPressThatWaitsForTheKeyboardWaitsForNothingElse()
 
 void X11InputTest::fastInputIsCountedExactly()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     const auto key = injector->keyCode(XK_a);
@@ -940,7 +942,7 @@ void X11InputTest::pressesOfABurstAreTakenTogether()
     QFETCH(const int, interval);
     QFETCH(const int, presses);
     QFETCH(const int, mostWakeUps);
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     input.letPressesWait(wait);
     TapReports reports;
     startTap(input, reports);
@@ -963,7 +965,7 @@ void X11InputTest::pressesOfABurstAreTakenTogether()
 
 void X11InputTest::aBurstHoldsNothingBackFromWhoeverWatchesButtons()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     int moves = 0;
@@ -984,7 +986,7 @@ void X11InputTest::aBurstHoldsNothingBackFromWhoeverWatchesButtons()
 
 void X11InputTest::whoeverWatchesButtonsIsNotToldOfThePressesBefore()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     injector->click();
@@ -1001,7 +1003,7 @@ void X11InputTest::whoeverWatchesButtonsIsNotToldOfThePressesBefore()
 
 void X11InputTest::motionWakesNobody()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     WakeUps wakeUps;
@@ -1023,7 +1025,7 @@ void X11InputTest::motionWakesNobody()
 
 void X11InputTest::keysWakeNobodyWhileOnlyTheMonitorRuns()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     QVERIFY(startMonitor(input, reports));
     const auto key = injector->keyCode(XK_a);
@@ -1048,7 +1050,7 @@ void X11InputTest::keysWakeNobodyWhileOnlyTheMonitorRuns()
 
 void X11InputTest::aClickWakesNobodyAfterTheMonitorIsRemoved()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     QVERIFY(startMonitor(input, reports));
     injector->click();
@@ -1069,7 +1071,7 @@ void X11InputTest::aClickWakesNobodyAfterTheMonitorIsRemoved()
 
 void X11InputTest::theMonitorIsSilentWhileTheTapRuns()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     QVERIFY(startMonitor(input, reports));
     startTap(input, reports);
@@ -1084,7 +1086,7 @@ void X11InputTest::theMonitorIsSilentWhileTheTapRuns()
 
 void X11InputTest::eachClickCountsOnceAcrossTheHandOver()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     QVERIFY(startMonitor(input, reports));
     const auto clickTenTimes = [this] {
@@ -1111,7 +1113,7 @@ void X11InputTest::eachClickCountsOnceAcrossTheHandOver()
 
 void X11InputTest::eachClickOfAStreamCountsOnceAcrossTheHandOver()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     QVERIFY(startMonitor(input, reports));
     std::atomic<bool> goOn = true;
@@ -1138,7 +1140,7 @@ void X11InputTest::eachClickOfAStreamCountsOnceAcrossTheHandOver()
 
 void X11InputTest::aMonitorMayRemoveItself()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     int handled = 0;
     const bool isStarted = input.mouseMonitor().start([&](std::optional<Moment>) {
         input.mouseMonitor().stop();
@@ -1156,7 +1158,7 @@ void X11InputTest::aMonitorMayRemoveItself()
 
 void X11InputTest::aSecondTapOrMonitorIsRefused()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     QVERIFY(startMonitor(input, reports));
@@ -1171,7 +1173,7 @@ void X11InputTest::aSecondTapOrMonitorIsRefused()
 void X11InputTest::withoutAServerEverythingIsRefused()
 {
     qunsetenv("DISPLAY");
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
 
     const bool tap = input.eventTap().create(reportTo(reports));
@@ -1297,7 +1299,7 @@ void X11InputTest::theBurstEndsWithItsServer()
 
 void X11InputTest::aBurstEnds()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     beginBurst(input, reports);
@@ -1318,7 +1320,7 @@ void X11InputTest::aBurstEnds()
 
 void X11InputTest::whatIsPressedWhileButtonsAreWatchedIsToldAtOnce()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     beginBurst(input, reports);
@@ -1335,7 +1337,7 @@ void X11InputTest::whatIsPressedWhileButtonsAreWatchedIsToldAtOnce()
 
 void X11InputTest::whatMayNotWaitIsToldAtOnce()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     beginBurst(input, reports);
@@ -1354,7 +1356,7 @@ void X11InputTest::whatMayNotWaitIsToldAtOnce()
 
 void X11InputTest::whatArrivesWithAnAnswerIsReported()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     TapReports reports;
     startTap(input, reports);
     injector->typeKey(injector->keyCode(XK_a));
@@ -1459,7 +1461,7 @@ void X11InputTest::theLossIsToldWhenDrainingFindsIt()
 
 void X11InputTest::aPressThatWaitsKeepsItsMoment()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     std::vector<Moment> moments;
     const bool isCreated = input.eventTap().create(
         [&](const TapEvent& event) { moments.push_back(event.moment.value_or(Moment::max())); });
@@ -1481,7 +1483,7 @@ void X11InputTest::aPressThatWaitsKeepsItsMoment()
 
 void X11InputTest::theMonitorIsToldTheMomentAsWell()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     std::vector<std::optional<Moment>> told;
     QVERIFY(input.mouseMonitor().start([&](std::optional<Moment> moment) { told.push_back(moment); }));
 
@@ -1499,7 +1501,7 @@ void X11InputTest::theMonitorIsToldTheMomentAsWell()
 
 void X11InputTest::thePointerIsWhereItWasMoved()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     injector->moveTo(123, 45);
     injector->sync();
 
@@ -1508,7 +1510,7 @@ void X11InputTest::thePointerIsWhereItWasMoved()
 
 void X11InputTest::pressesAroundTheQuestionForThePointerKeepTheirOrder()
 {
-    X11Input input { loop, clock };
+    X11Input input = patientInput();
     std::vector<TapEvent::Kind> order;
     QVERIFY(input.eventTap().create([&](const TapEvent& event) { order.push_back(event.kind); }));
     input.eventTap().enable();

@@ -20,10 +20,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long the server may take to answer. A round trip takes a tenth of a millisecond, but a busy machine
-/// may let either side of it wait.
-constexpr auto patience = 1s;
-
 /// How often the server is asked for its time while there is input.
 constexpr auto timeInterval = 1h;
 
@@ -59,10 +55,12 @@ bool isOnThisMachine(xcb_connection_t* connection)
 
 }
 
-X11Input::X11Input(EventLoop& loop, const Clock& clock, std::function<void()> lost)
+X11Input::X11Input(
+    EventLoop& loop, const Clock& clock, std::function<void()> lost, std::chrono::milliseconds patience)
     : loop(loop)
     , clock(clock)
     , lost(std::move(lost))
+    , patience(patience)
     , connection(xcb_connect(nullptr, nullptr))
     , keyboard(connection.get())
     , burst(loop, [this] { fetchBurst(); })

@@ -25,8 +25,11 @@ class X11Input final
 public:
     /// Connects to the display that the environment names. Without a server that can report presses, taps and
     /// monitors are refused. When the server goes away later, all that it has sent is reported, then `lost`
-    /// is called, once and from the loop. Loop and clock must outlive it.
-    X11Input(EventLoop& loop, const Clock& clock, std::function<void()> lost = {});
+    /// is called, once and from the loop. `patience` is how long the server may take to answer: a round trip
+    /// takes a tenth of a millisecond, but a busy machine may let either side of it wait. Loop and clock must
+    /// outlive it.
+    X11Input(EventLoop& loop, const Clock& clock, std::function<void()> lost = {},
+        std::chrono::milliseconds patience = std::chrono::seconds(1));
     X11Input(const X11Input&) = delete;
     X11Input& operator=(const X11Input&) = delete;
     ~X11Input() override;
@@ -52,15 +55,15 @@ public:
     /// 0 for not at all.
     void letPressesWait(std::chrono::milliseconds time);
 
-    /// Delivers all presses that the server has seen so far. Takes a second at most, when the server does not
-    /// answer.
+    /// Delivers all presses that the server has seen so far. Takes `patience` at most, when the server does
+    /// not answer.
     void drain();
 
-    /// Where the pointer is, on the whole of the screens. Nothing when the server does not answer within a
-    /// second. Presses that come meanwhile are delivered from the loop.
+    /// Where the pointer is, on the whole of the screens. Nothing when the server does not answer in time.
+    /// Presses that come meanwhile are delivered from the loop.
     std::optional<ScreenPixel> pointer();
 
-    /// Whether the server is there, and has stopped to read or does not answer within a second.
+    /// Whether the server is there, and has stopped to read or does not answer in time.
     bool isStuck() { return isConnected() && (!acceptsRequests(connection.get()) || !pointer()); }
 
 private:
@@ -115,6 +118,7 @@ private:
     EventLoop& loop;
     const Clock& clock;
     std::function<void()> lost;
+    std::chrono::milliseconds patience;
     XcbConnection connection;
     std::uint8_t inputExtension = 0;
     bool reportsPresses = false;
