@@ -185,7 +185,7 @@ VirtualDesktop::~VirtualDesktop()
         QProcess& process = *processes.back();
         // Whoever finds no lock takes the sockets of a display: it goes with the server.
         if (processes.size() == 1 && !displayName.isEmpty())
-            QFile::remove(displayLock());
+            unlockDisplay();
         process.terminate();
         // Now and then a bar does not end when it is asked to.
         if (!process.waitForFinished(5000)) {
@@ -362,10 +362,18 @@ bool VirtualDesktop::startServer()
 
 // A server that chooses its number itself leaves no lock, and compositors take the sockets of a display
 // without one. One that somebody else has left does as well.
-void VirtualDesktop::lockDisplay() const
+void VirtualDesktop::lockDisplay()
 {
-    const auto process = QByteArray::number(processes.back()->processId());
-    writeFile(displayLock(), process.rightJustified(10) + '\n');
+    lockText = QByteArray::number(processes.back()->processId()).rightJustified(10) + '\n';
+    writeFile(displayLock(), lockText);
+}
+
+// The number of a server that was killed may be another's by now.
+void VirtualDesktop::unlockDisplay() const
+{
+    QFile lock(displayLock());
+    if (lock.open(QFile::ReadOnly) && lock.readAll() == lockText)
+        lock.remove();
 }
 
 QString VirtualDesktop::displayLock() const { return "/tmp/.X" + displayName.mid(1) + "-lock"; }

@@ -101,7 +101,8 @@ private:
     bool makeFolders();
     void writeFiles(const QList<BarFile>& files) const;
     bool startServer();
-    void lockDisplay() const;
+    void lockDisplay();
+    void unlockDisplay() const;
     QString displayLock() const;
     bool startBus();
     bool startSettings();
@@ -120,6 +121,8 @@ private:
     DesktopParts parts;
     QTemporaryDir directory;
     QByteArray displayName;
+    /// What its lock holds.
+    QByteArray lockText;
     QString address;
     QString failureText;
     /// How the programs of a Wayland session find it.
