@@ -117,7 +117,7 @@ std::string textOf(const Owner& owner)
         + owner.start + '\n';
 }
 
-/// Nothing when the text names nobody, as while it is being written.
+/// Nothing when the text names nobody.
 std::optional<Owner> ownerNamedBy(const std::string& text)
 {
     Owner owner;
@@ -142,14 +142,18 @@ bool isGone(const Owner& owner)
     return owner.numbers == here.numbers && startOf(owner.process) != owner.start;
 }
 
-/// Names this process as the owner. Leaves the reason in errno when it cannot: EEXIST where there is a file.
-bool makeOwnerFile(const std::filesystem::path& file)
+bool writeText(const FileDescriptor& file, const std::string& text)
 {
-    const auto text = textOf(thisProcess());
+    return write(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+/// Where files can have no second name. Until it is written, the file names nobody.
+bool makeOwnerFileInPlace(const std::filesystem::path& file, const std::string& text)
+{
     const FileDescriptor made(open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!made.isOpen())
         return false;
-    if (write(made.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size()))
+    if (writeText(made, text))
         return true;
     // One that names nobody would be waited for.
     unlink(file.c_str());
@@ -157,24 +161,51 @@ bool makeOwnerFile(const std::filesystem::path& file)
     return false;
 }
 
-/// Lies beside the file of an owner who is gone while somebody takes over from him.
-std::filesystem::path heirFileOf(const std::filesystem::path& file) { return file.string() + ".heir"; }
-
-/// Takes the place over from whom its file names with this text. Of several who see that he is gone, one at a
-/// time can be the heir, and who comes later finds another text.
-bool takeOver(const std::filesystem::path& file, const std::string& predecessor)
+/// Names this process as the owner, in a file that is there as a whole or not at all. Leaves the reason in
+/// errno when it cannot: EEXIST where there is a file.
+bool makeOwnerFile(const std::filesystem::path& file)
 {
-    const auto heirFile = heirFileOf(file);
-    if (!makeOwnerFile(heirFile)) {
-        const auto heir = ownerIn(heirFile);
-        if (heir && isGone(*heir))
-            unlink(heirFile.c_str());
+    const auto text = textOf(thisProcess());
+    auto ownName = file.string() + ".XXXXXX";
+    const FileDescriptor made(mkostemp(ownName.data(), O_CLOEXEC));
+    if (!made.isOpen())
         return false;
-    }
-    const bool isTaken
-        = readFile(file).value_or("") == predecessor && replaceFile(file, textOf(thisProcess()));
+    const bool isWritten = writeText(made, text);
+    const bool isMade = isWritten && link(ownName.c_str(), file.c_str()) == 0;
+    const int error = isWritten ? errno : ENOSPC;
+    unlink(ownName.c_str());
+    if (isMade)
+        return true;
+    if (isWritten && error != EEXIST)
+        return makeOwnerFileInPlace(file, text);
+    errno = error;
+    return false;
+}
+
+/// What a file means that names nobody.
+enum class Nameless { IsBeingWritten, WasLeftByACrash };
+
+/// Takes the place whose owner the file names; over from him when he is gone. Of several who see that he is,
+/// one at a time can be the heir, which is a place of its own, and who comes later finds another owner.
+LockResult takeByFile(const std::filesystem::path& file, Nameless nameless)
+{
+    if (makeOwnerFile(file))
+        return LockResult::Taken;
+    if (errno != EEXIST)
+        return LockResult::Impossible;
+    const auto predecessor = readFile(file);
+    if (!predecessor)
+        return LockResult::HeldByAnother;
+    const auto owner = ownerNamedBy(*predecessor);
+    if (owner ? !isGone(*owner) : nameless == Nameless::IsBeingWritten)
+        return LockResult::HeldByAnother;
+
+    const std::filesystem::path heirFile = file.string() + ".heir";
+    if (takeByFile(heirFile, nameless) != LockResult::Taken)
+        return LockResult::HeldByAnother;
+    const bool isTaken = readFile(file) == predecessor && replaceFile(file, textOf(thisProcess()));
     unlink(heirFile.c_str());
-    return isTaken;
+    return isTaken ? LockResult::Taken : LockResult::HeldByAnother;
 }
 
 }
@@ -204,24 +235,9 @@ void FileLock::beginEnd() { std::ignore = ftruncate(lock.get(), 0); }
 
 LockResult FileLock::takeOwnerFile(const std::filesystem::path& file, std::chrono::milliseconds patience)
 {
-    auto result = retry(
-        [&] {
-            if (makeOwnerFile(file))
-                return LockResult::Taken;
-            if (errno != EEXIST)
-                return LockResult::Impossible;
-            const auto text = readFile(file).value_or("");
-            const auto owner = ownerNamedBy(text);
-            return owner && isGone(*owner) && takeOver(file, text) ? LockResult::Taken
-                                                                   : LockResult::HeldByAnother;
-        },
-        lock, patience);
-    // What a crash has left behind that came before the name. The heir's is out of the way at the next start.
-    if (result == LockResult::HeldByAnother && !ownerIn(heirFileOf(file)))
-        unlink(heirFileOf(file).c_str());
-    const auto text = readFile(file).value_or("");
-    if (result == LockResult::HeldByAnother && !ownerNamedBy(text) && takeOver(file, text))
-        result = LockResult::Taken;
+    auto result = retry([&] { return takeByFile(file, Nameless::IsBeingWritten); }, lock, patience);
+    if (result == LockResult::HeldByAnother)
+        result = takeByFile(file, Nameless::WasLeftByACrash);
     if (result == LockResult::Taken)
         ownerFile = file;
     return result;
