@@ -4,7 +4,6 @@
 #include "support/TestArea.h"
 
 #include <QColor>
-#include <QDBusMessage>
 #include <QTest>
 
 #include <X11/keysym.h>
@@ -75,7 +74,6 @@ private slots:
 
 private:
     void configureBar(const QString& property, const QString& type, const QString& value);
-    [[nodiscard]] bool reportClick(QPoint place) const;
     void startWithTwoMonitors(const QRect& withBar, const QRect& withoutBar);
     /// A window of another program, which has the keyboard then.
     xcb_window_t openOther() const;
@@ -109,15 +107,6 @@ void PanelPlaceTest::configureBar(const QString& property, const QString& type, 
     QVERIFY(user->desktop.run("xfconf-query",
         { "--channel", "xfce4-panel", "--property", "/panels/panel-1/" + property, "--create", "--type", type,
             "--set", value }));
-}
-
-/// As a bar does that has been clicked there, whatever it means by the place.
-bool PanelPlaceTest::reportClick(QPoint place) const
-{
-    auto click = QDBusMessage::createMethodCall(
-        user->knucklet->itemService(), "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate");
-    click << place.x() << place.y();
-    return user->knucklet->sessionBus().send(click);
 }
 
 void PanelPlaceTest::itStandsBesideTheBarAtAnyEdge_data()
@@ -228,7 +217,7 @@ void PanelPlaceTest::aReportOfWhatIsNoPlaceOpensItAtTheEndOfTheBar()
     configureBar("position", "string", position);
     QVERIFY(user->findIcon(tray));
 
-    QVERIFY(reportClick(reported));
+    QVERIFY(user->knucklet->reportClick(reported));
 
     QTRY_VERIFY(user->isOpen());
     QTRY_COMPARE(user->area().right(), screen().right());
@@ -247,7 +236,7 @@ void PanelPlaceTest::aPlaceInPointsIsReadByTheScaleThatTheSessionHasNow()
     QTRY_VERIFY(!user->isOpen());
     QVERIFY(user->desktop.run("sh", { "-c", "echo 'Xft.dpi: 192' | xrdb -nocpp -merge" }));
 
-    QVERIFY(reportClick({ 300, 14 }));
+    QVERIFY(user->knucklet->reportClick({ 300, 14 }));
 
     QTRY_VERIFY(user->isOpen());
     // Half of its width beside the pixel.

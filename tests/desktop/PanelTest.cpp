@@ -45,6 +45,8 @@ private slots:
     void theNextClickOnTheIconClosesIt_data();
     void theNextClickOnTheIconClosesIt();
     void afterAnotherOpeningAClickOnTheIconOpensIt();
+    void itStaysClosedWhenTheManagerBringsItUpLate();
+    void itStaysOpenWhenAnotherWindowHasJustLostTheKeyboard();
     void scrollingOutsideLeavesItOpen();
 
     void theKeyboardIsThePanelsAtOnce();
@@ -297,6 +299,48 @@ void PanelTest::afterAnotherOpeningAClickOnTheIconOpensIt()
     QTRY_VERIFY(!user->isOpen());
 
     QVERIFY(user->open());
+}
+
+// As after two clicks that follow each other at once.
+void PanelTest::itStaysClosedWhenTheManagerBringsItUpLate()
+{
+    QVERIFY(user->run(program));
+    QVERIFY(user->open());
+    user->type(XK_Escape);
+    QTRY_VERIFY(!user->isOpen());
+
+    user->desktop.freezeManager();
+    QVERIFY(user->knucklet->reportClick(user->icon));
+    QVERIFY(user->knucklet->reportClick(user->icon));
+    user->knucklet->settle();
+    user->desktop.thawManager();
+
+    // It handles what it is told in order.
+    const auto other = user->windows->openOther({ 50, 50, 100, 100 });
+    QTRY_COMPARE(user->windows->active(), other);
+    QTRY_VERIFY(!user->isOpen());
+}
+
+void PanelTest::itStaysOpenWhenAnotherWindowHasJustLostTheKeyboard()
+{
+    QVERIFY(user->run(program));
+    QVERIFY(user->open());
+    // The share button comes first.
+    user->type(XK_Tab);
+    user->type(XK_space);
+    QTRY_VERIFY(user->windows->active() == user->windows->find("Day Card"));
+
+    user->desktop.freezeManager();
+    user->windows->takeKeyboard();
+    QVERIFY(user->knucklet->reportClick(user->icon));
+    user->knucklet->settle();
+    // Longer than the toolkit waits for another of the program's windows to get the keyboard, 100 ms.
+    QTest::qWait(500);
+    user->desktop.thawManager();
+
+    QTRY_VERIFY(user->isOpen());
+    QTRY_COMPARE(user->windows->active(), user->panel());
+    QVERIFY(!user->picture().isNull());
 }
 
 void PanelTest::scrollingOutsideLeavesItOpen()

@@ -7,7 +7,6 @@
 #include "support/TestArea.h"
 #include "support/VirtualDesktop.h"
 
-#include <QDBusMessage>
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
@@ -201,11 +200,8 @@ void WaylandSessionTest::aPanelThatOpensOverAWindowOfWaylandHasTheKeyboard()
     writeSettingsFile(*desktop, "[General]\nhasCompletedOnboarding=true\n");
     RunningKnucklet knucklet(*desktop, KNUCKLET_PROGRAM);
     QVERIFY(knucklet.awaitCounting());
-    auto click = QDBusMessage::createMethodCall(
-        knucklet.itemService(), "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate");
-    click << 0 << 0;
     const auto empty = stillScreenshot(desktop->display());
-    QVERIFY(knucklet.sessionBus().send(click));
+    QVERIFY(knucklet.reportClick({}));
     QTRY_VERIFY(difference(empty, shown()).height() > 300);
     QVERIFY(injector->typeUntil(keysymEscape, [&] { return shown() == empty; }));
     // The assistant of another user's, which needs no X server and is made to fill the screen.
@@ -223,7 +219,7 @@ void WaylandSessionTest::aPanelThatOpensOverAWindowOfWaylandHasTheKeyboard()
     QTRY_VERIFY(difference(empty, shown()).width() > 1200);
     const auto withAssistant = stillScreenshot(desktop->display());
 
-    QVERIFY(knucklet.sessionBus().send(click));
+    QVERIFY(knucklet.reportClick({}));
     QTRY_VERIFY(difference(withAssistant, shown()).height() > 300);
     std::ignore = stillScreenshot(desktop->display());
     injector->moveTo(100, 700);

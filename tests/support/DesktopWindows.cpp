@@ -266,6 +266,13 @@ std::vector<std::uint32_t> DesktopWindows::property(xcb_window_t window, const c
     return { values, values + reply->value_len };
 }
 
+void DesktopWindows::takeKeyboard() const
+{
+    xcb_set_input_focus(
+        connection.get(), XCB_INPUT_FOCUS_NONE, XCB_INPUT_FOCUS_POINTER_ROOT, XCB_CURRENT_TIME);
+    xcb_flush(connection.get());
+}
+
 void DesktopWindows::tellManager(
     xcb_window_t window, const char* type, const std::array<std::uint32_t, 5>& data) const
 {
@@ -276,7 +283,7 @@ void DesktopWindows::tellManager(
     message.type = atom(type);
     std::ranges::copy(data, message.data.data32);
     xcb_send_event(connection.get(), 0, root,
-        XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+        XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
         reinterpret_cast<const char*>(&message));
     xcb_flush(connection.get());
 }

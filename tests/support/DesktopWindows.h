@@ -56,6 +56,8 @@ public:
     void move(xcb_window_t window, QPoint place) const;
     /// Opens a window of another program and gives it the keyboard.
     xcb_window_t openOther(const QRect& place) const;
+    /// Takes the keyboard from the window that has it.
+    void takeKeyboard() const;
     /// Returns when the manager has seen whatever has been pressed so far, at the price of the focus; false
     /// when that does not come. While it is behind it may keep the next press from a bar.
     [[nodiscard]] static bool awaitManager(const QByteArray& display);

@@ -193,6 +193,14 @@ bool RunningKnucklet::choose(const QString& command) const
     return false;
 }
 
+bool RunningKnucklet::reportClick(QPoint place) const
+{
+    auto click = QDBusMessage::createMethodCall(connection, QStringLiteral("/StatusNotifierItem"),
+        QStringLiteral("org.kde.StatusNotifierItem"), QStringLiteral("Activate"));
+    click << place.x() << place.y();
+    return bus.send(click);
+}
+
 void RunningKnucklet::settle() const
 {
     // Each answer stands behind what came before its question, and what that has put off comes before the

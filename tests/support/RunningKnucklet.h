@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 #include <QList>
+#include <QPoint>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QRect>
@@ -46,6 +47,8 @@ public:
     QStringList commands() const;
     /// Chooses from the item's menu as a tray does; false when there is no such command.
     [[nodiscard]] bool choose(const QString& command) const;
+    /// Tells the item of a click at this place of the screen, as a bar does, whatever it means by that.
+    [[nodiscard]] bool reportClick(QPoint place) const;
     /// Waits until the program has done what it had been told to do, and what it had put off then.
     void settle() const;
     /// The item's own name on the bus.

@@ -9,6 +9,7 @@
 #include "platform/linux/windows/Toolkit.h"
 #include "platform/linux/windows/ToolkitEnd.h"
 #include "platform/linux/windows/X11Activation.h"
+#include "platform/linux/windows/X11LateWindows.h"
 #include "platform/linux/windows/X11PanelHost.h"
 #include "platform/linux/windows/X11WindowEdges.h"
 
@@ -42,5 +43,6 @@ private:
     ShareChooser shareChooser;
     X11Activation activation;
     X11WindowEdges edges;
+    X11LateWindows lateWindows;
     std::optional<ServedLoop> served;
 };

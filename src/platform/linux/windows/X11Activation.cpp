@@ -93,8 +93,10 @@ void X11Activation::activate(NativeWindow window)
     message.type = atom(connection, "_NET_ACTIVE_WINDOW");
     message.data.data32[0] = pagerSource;
     message.data.data32[1] = serverTime();
+    // To the manager alone. The toolkit, which hears of what happens to the root window, would take the
+    // window for active at once and then, a tenth of a second after another one has closed, for inactive.
     xcb_send_event(connection, 0, rootWindow(connection),
-        XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+        XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
         reinterpret_cast<const char*>(&message));
     xcb_flush(connection);
     takeKeyboardThatManagerForgets(window, connection);
