@@ -11,6 +11,7 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -100,6 +101,7 @@ private slots:
     void aFileThatNamesItsOwnerIsThereOnlyWhereItIsNeeded();
     void whoHasThePlaceIsBelievedUnlessGone_data();
     void whoHasThePlaceIsBelievedUnlessGone();
+    void whoHasThePlaceIsSeenOnAFullDisk();
     void ofManyWhoSeeThatItIsFreeOneHasIt_data();
     void ofManyWhoSeeThatItIsFreeOneHasIt();
     void aHeirThatHasCrashedIsInNobodysWay_data();
@@ -295,6 +297,24 @@ void FileLockTest::whoHasThePlaceIsBelievedUnlessGone()
     });
 
     QCOMPARE(QByteArray::fromStdString(end.answer), expected);
+}
+
+void FileLockTest::whoHasThePlaceIsSeenOnAFullDisk()
+{
+    const auto end = inChild([&] {
+        if (!forbidLocks(Missing::EveryKind))
+            return std::string("no filter");
+        FileLock lock;
+        std::ignore = lock.take(file, 0ms);
+        // No file takes anything from here on.
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit nothing {};
+        if (setrlimit(RLIMIT_FSIZE, &nothing) != 0)
+            return std::string("no limit");
+        return tryElsewhere();
+    });
+
+    QCOMPARE(QByteArray::fromStdString(end.answer), QByteArray("held"));
 }
 
 void FileLockTest::ofManyWhoSeeThatItIsFreeOneHasIt_data()

@@ -165,6 +165,11 @@ bool makeOwnerFileInPlace(const std::filesystem::path& file, const std::string& 
 /// errno when it cannot: EEXIST where there is a file.
 bool makeOwnerFile(const std::filesystem::path& file)
 {
+    // Most who come wait for somebody, and a full disk must not hide him.
+    if (access(file.c_str(), F_OK) == 0) {
+        errno = EEXIST;
+        return false;
+    }
     const auto text = textOf(thisProcess());
     auto ownName = file.string() + ".XXXXXX";
     const FileDescriptor made(mkostemp(ownName.data(), O_CLOEXEC));
